@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, running and testing need.
+# Idempotent: asks dpkg first and calls apt-get only for what is missing.
+# Only ever installs, never removes, and never pulls in recommended extras.
+set -euo pipefail
+
+packages=(
+  # toolchain
+  build-essential cmake ninja-build pkg-config
+  clang libclang-rt-dev
+  # Qt 6: Core for settings, Widgets for the user interface, SerialPort for the port list
+  qt6-base-dev qt6-base-dev-tools libxkbcommon-dev qt6-serialport-dev libgl-dev
+  # the message store
+  libsqlite3-dev sqlite3
+  # tests and benchmarks
+  libgtest-dev libgmock-dev googletest libbenchmark-dev
+  # end-to-end tests: pseudo-terminals, a virtual X server, screenshots, fonts
+  socat xvfb xauth x11-apps imagemagick fonts-dejavu-core fonts-liberation
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q '^install ok installed$'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+echo "setup: installing ${missing[*]}" >&2
+if [ "$(id -u)" -eq 0 ]; then
+  SUDO=()
+else
+  SUDO=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${SUDO[@]}" apt-get update -qq
+"${SUDO[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"

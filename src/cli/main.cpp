@@ -1,0 +1,73 @@
+// `velkan`: the command-line face of Velkan Tessiver, for scripts and for the tests.
+#include <cstdio>
+#include <cstring>
+
+#include "cli/verbs.h"
+
+int RunPduVerb(int argc, char** argv);
+
+const Verb kVerbs[] = {
+    {"pdu",
+     "velkan pdu decode HEX [--tpdu-length N]\n"
+     "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
+     &RunPduVerb},
+};
+const int kVerbCount = static_cast<int>(sizeof kVerbs / sizeof kVerbs[0]);
+
+namespace {
+
+void PrintHelp(std::FILE* out) {
+    std::fputs(
+        "Usage: velkan VERB [ARGUMENTS]\n"
+        "Velkan Tessiver, the SMS manager, without its windows.\n\n"
+        "Verbs:\n",
+        out);
+    for (int i = 0; i < kVerbCount; ++i) {
+        const char* s = kVerbs[i].synopsis;
+        std::fputs("  ", out);
+        for (; *s; ++s) {
+            std::fputc(*s, out);
+            if (*s == '\n') std::fputs("  ", out);
+        }
+        std::fputc('\n', out);
+    }
+    std::fputs("\n`velkan VERB --help` describes one verb.\n", out);
+}
+
+}  // namespace
+
+int UsageError(const char* verb, const char* message) {
+    std::fprintf(stderr, "velkan: %s\n", message);
+    for (int i = 0; i < kVerbCount; ++i) {
+        if (std::strcmp(kVerbs[i].name, verb) == 0) {
+            std::fprintf(stderr, "usage:\n%s\n", kVerbs[i].synopsis);
+            return 2;
+        }
+    }
+    std::fputs("Try `velkan --help`.\n", stderr);
+    return 2;
+}
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        PrintHelp(stderr);
+        return 2;
+    }
+    if (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0 ||
+        std::strcmp(argv[1], "help") == 0) {
+        PrintHelp(stdout);
+        return 0;
+    }
+    for (int i = 0; i < kVerbCount; ++i) {
+        if (std::strcmp(kVerbs[i].name, argv[1]) == 0) {
+            if (argc >= 3 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
+                std::printf("usage:\n%s\n", kVerbs[i].synopsis);
+                return 0;
+            }
+            return kVerbs[i].run(argc - 1, argv + 1);
+        }
+    }
+    std::fprintf(stderr, "velkan: unknown verb '%s'\n", argv[1]);
+    PrintHelp(stderr);
+    return 2;
+}

@@ -1,0 +1,16 @@
+// The verbs of the `velkan` command. Each verb lives in its own file and is listed once in
+// the table of main.cpp. A verb returns the process exit status; usage errors return 2.
+#pragma once
+
+struct Verb {
+    const char* name;
+    const char* synopsis;  // one or more lines, shown by `velkan --help`
+    int (*run)(int argc, char** argv);  // argv[0] is the verb itself
+};
+
+// Defined in main.cpp.
+extern const Verb kVerbs[];
+extern const int kVerbCount;
+
+// Prints "velkan: MESSAGE" and the verb's synopsis on stderr; returns 2.
+int UsageError(const char* verb, const char* message);
