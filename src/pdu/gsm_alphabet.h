@@ -1,0 +1,50 @@
+// The lowest layer of the PDU codec: the GSM 03.38 default alphabet, septet packing, swapped-BCD
+// semi-octets (numbers and time fields) and the hexadecimal text in which PDUs travel.
+// Everything works on caller-supplied buffers and allocates nothing (HexTextToBuffer excepted).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "common/transfer_error.h"
+
+// Septet value 0-127 → UTF-16 code unit.
+extern const std::uint16_t kGsmAlphabet[128];
+
+// Writes n characters and a terminating 0 into `out` (room for n + 1 units); *count = n.
+void SeptetsToText(const std::uint8_t* septets, std::size_t n, char16_t* out, std::size_t* count);
+
+// Writes n septet values and a terminating 0 into `out` (room for n + 1 bytes); *count = n.
+void TextToSeptets(const char16_t* text, std::size_t n, std::uint8_t* out, std::size_t* count);
+
+// Appends ceil(7n/8) packed octets at out[*index] and advances *index.
+void PackSeptets(const std::uint8_t* septets, std::size_t n, std::uint8_t* out, std::size_t* index);
+
+// Writes n septet values (0-127) unpacked from `packed` (which holds ceil(7n/8) octets).
+void UnpackSeptets(const std::uint8_t* packed, std::size_t n, std::uint8_t* out);
+
+int OctetsForSeptets(int n);  // ceil(7n/8)
+int SeptetsForOctets(int n);  // ceil(8n/7)
+
+// Writes the type-of-address byte (bit 7 forced) and the digits as swapped semi-octets at
+// out[*index], advancing *index. A character other than '0'-'9' gives 4.
+TransferError EncodeAddressDigits(std::uint8_t* out, std::size_t* index, std::uint8_t type,
+                                  const char* digits);
+
+// Reads `count` octets (the type-of-address byte first) into 0-terminated ASCII digits in `out`,
+// which has room for `outSize` bytes (result 4 if the digits would not fit), and the type byte.
+TransferError DecodeAddressDigits(const std::uint8_t* in, std::size_t count, char* out,
+                                  std::size_t outSize, std::uint8_t* type);
+
+std::uint8_t ToSwappedBcd(unsigned value);
+unsigned FromSwappedBcd(std::uint8_t octet);
+
+// Two upper-case digits per byte, then a terminating 0 (`out` has room for 2 * count + 1).
+void BytesToHex(const std::uint8_t* bytes, std::size_t count, char* out);
+
+// Decodes `length` hex characters into length / 2 bytes. Odd length or a bad digit gives 4.
+TransferError HexToBytes(const char* hex, std::size_t length, std::uint8_t* out);
+
+// Sizes `buffer` to strlen(hex) / 2 and fills it with HexToBytes.
+TransferError HexTextToBuffer(const char* hex, std::vector<std::uint8_t>* buffer);

@@ -1,0 +1,23 @@
+// Encoding of SMS-SUBMIT (and, for tools, SMS-DELIVER) PDUs from a PduRecord or an SmsMessage.
+#pragma once
+
+#include <string>
+
+#include "common/pdu_record.h"
+#include "common/sms_message.h"
+#include "common/transfer_error.h"
+
+// Encodes the record into `encoded`, `encodedLength` and `tpduLength`. 0 or 4.
+TransferError EncodePdu(PduRecord* record);
+
+// Fresh SMS-SUBMIT record for the message (Flash from its flags), then EncodeMessage.
+// 1 on success, 0 on failure (`codecResult` says why).
+int PrepareSubmit(SmsMessage* message);
+
+// Fills the record's destination and text from the message and encodes it; on success the
+// encoded octets are copied into the message's `pdu`. 1 on success, 0 on failure.
+int EncodeMessage(SmsMessage* message);
+
+// The sender's options, applied to a prepared record before it is encoded once more:
+// the custom service centre (empty: the phone's own) and the status-report request.
+void ApplySubmitOptions(PduRecord* record, const std::u16string& serviceCentre, bool statusReport);
