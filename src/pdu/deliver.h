@@ -21,4 +21,7 @@ TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint3
 int DecodeStoredMessage(SmsMessage* message);
 
 // Copies number, text and time from the message's record into the message. Returns 1.
+// `time` becomes the stamp as a FILETIME (milliseconds 0, zone ignored); a stamp that is not a
+// calendar date (month 0, an SMS-SUBMIT without stamp) gives time 0. Without a record nothing
+// changes.
 int ApplyPduRecord(SmsMessage* message);

@@ -20,4 +20,7 @@ int EncodeMessage(SmsMessage* message);
 
 // The sender's options, applied to a prepared record before it is encoded once more:
 // the custom service centre (empty: the phone's own) and the status-report request.
+// A leading "+" on the centre makes it international and is not sent as a digit. A centre too
+// long for `scaDigits` (40 characters or more) leaves it unterminated, so that the following
+// EncodePdu refuses the record with 4 instead of sending to a truncated number.
 void ApplySubmitOptions(PduRecord* record, const std::u16string& serviceCentre, bool statusReport);
