@@ -1,0 +1,20 @@
+// The TCP transport: a phone or modem server reached as "host:port" (default "localhost:4000").
+#pragma once
+
+#include <cstdint>
+
+#include "phonelink/transport.h"
+
+// Creates the transport with its (unconnected) IPv4 socket, wrapped in a new channel.
+// 1 when out of memory, 12 when no socket can be created.
+// Open it with ChannelOpen(channel, kOpenModeConnect, "host:port"):
+//  - the address is cut at its first ':' (none: 4, before any network activity); the caller's
+//    text is never modified;
+//  - the port is the decimal number after the ':' as atoi reads it, taken modulo 65536, without
+//    further checks ("host:" is port 0);
+//  - a dotted IPv4 host is used without a look-up; any other host name is resolved (IPv4);
+//  - the connect blocks; afterwards the socket is non-blocking.
+TransferError CreateTcpTransport(PhoneChannel** channel);
+
+// Returned by a read whose readiness wait failed; the AT exchange reports any read failure as 10.
+constexpr TransferError kErrPollFailed = 0xFFFFFFFFu;
