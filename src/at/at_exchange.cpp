@@ -1,0 +1,148 @@
+#include "at/at_exchange.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "common/tick_clock.h"
+
+TransferError CreatePhoneSession(PhoneChannel* channel, PhoneSession** session) {
+    if (channel == nullptr || session == nullptr) return kErrInvalidParameter;
+    *session = nullptr;
+    auto* created = new (std::nothrow) PhoneSession{};
+    if (created == nullptr) return kErrOutOfMemory;
+    created->channel = channel;
+    TransferError result = CreateResponseBuffer(&created->response, kResponseBufferSize);
+    if (result != kErrNone) {
+        delete created;
+        return result;
+    }
+    *session = created;
+    return kErrNone;
+}
+
+void FreePhoneSession(PhoneSession* session) {
+    if (session == nullptr) return;
+    FreeResponseBuffer(&session->response);
+    delete session;
+}
+
+void InitAtRequest(AtRequest* request, PhoneSession* session, const char* command,
+                   std::uint32_t timeoutMs) {
+    std::memset(request, 0, sizeof *request);
+    request->session = session;
+    request->channel = session->channel;
+    request->command = command;
+    request->timeoutMs = timeoutMs;
+    ResetCursor(&request->cursor, session->response.data, session->response.size);
+}
+
+TransferError ClassifyResultLine(const std::uint8_t* line, std::uint32_t length,
+                                 TransferError* code) {
+    // Lengths first: an echoed "AT" is 2 bytes but not "OK", and only the first two bytes of a
+    // 5-byte line are compared, so any "ER..." of that length is an error.
+    if (length == 2 && line[0] == 'O' && line[1] == 'K') {
+        *code = kErrNone;
+        return kErrNone;
+    }
+    if (length == 5 && line[0] == 'E' && line[1] == 'R') {
+        *code = kErrPhoneError;
+        return kErrNone;
+    }
+    if (length >= 11 && std::memcmp(line, "+CMS ERROR:", 11) == 0) {
+        *code = kErrCmsError;
+        return kErrNone;
+    }
+    if (length >= 11 && std::memcmp(line, "+CME ERROR:", 11) == 0) {
+        *code = kErrCmeError;
+        return kErrNone;
+    }
+    return kErrNotFinal;
+}
+
+TransferError AtExchange(AtRequest* request, AtLineHandler lineHandler, void* handlerArg) {
+    ResponseCursor* cursor = &request->cursor;
+    std::uint8_t* buffer = cursor->bufferStart;
+    std::uint32_t size = cursor->bufferSize;
+    if (request->channel == nullptr || request->command == nullptr || buffer == nullptr ||
+        size == 0) {
+        return kErrInvalidParameter;
+    }
+
+    TransferError result = DrainInput(request->channel, buffer, size);
+    if (result != kErrNone) return result;
+
+    if (request->commandLength == 0) {
+        request->commandLength = static_cast<std::uint32_t>(std::strlen(request->command));
+    }
+    result = ChannelWrite(request->channel, reinterpret_cast<const std::uint8_t*>(request->command),
+                          request->commandLength);
+    if (result != kErrNone) return result;
+
+    std::uint32_t timeout = request->timeoutMs != 0 ? request->timeoutMs : kAtDefaultTimeoutMs;
+    std::uint32_t deadline = GetTickCount() + timeout;
+    ResetCursor(cursor, buffer, size);
+
+    for (;;) {
+        std::uint32_t room = CursorFreeSpace(cursor);
+        if (room < 1) return kErrInvalidParameter;
+
+        std::uint32_t got = room;
+        // Whatever made the read fail (a broken line, the user's cancel), the command has no
+        // answer: that is a time-out to the caller.
+        if (ChannelRead(request->channel, cursor->writePos, &got) != kErrNone || got > room) {
+            return kErrTimeout;
+        }
+        if (got > 0) {
+            CursorCommit(cursor, got);
+            if (request->dataHook != nullptr &&
+                request->dataHook(request, cursor->bufferStart, cursor->filled,
+                                  request->hookContext) == 0) {
+                return kErrNone;
+            }
+        }
+
+        const std::uint8_t* line;
+        std::uint32_t length;
+        while (CutLine(cursor, &line, &length)) {
+            TransferError code;
+            if (ClassifyResultLine(line, length, &code) == kErrNone) return code;
+            if (lineHandler != nullptr) {
+                TransferError handled = lineHandler(request, line, length, handlerArg);
+                if (handled != kErrNone) return handled;
+            }
+        }
+        CompactCursor(cursor);
+
+        if (TickPassed(GetTickCount(), deadline)) return kErrTimeout;
+    }
+}
+
+TransferError AtSimple(AtRequest* request) { return AtExchange(request, nullptr, nullptr); }
+
+namespace {
+
+int PromptHook(AtRequest*, const std::uint8_t* bufferStart, std::uint32_t filled,
+               const void* hookContext) {
+    const auto* text = static_cast<const char*>(hookContext);
+    std::size_t length = std::strlen(text);
+    if (filled < length) return 1;
+    const std::uint8_t* end = bufferStart + filled;
+    const std::uint8_t* found = std::search(bufferStart, end, text, text + length);
+    return found != end || length == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+TransferError AtExpect(AtRequest* request, const char* text) {
+    request->dataHook = &PromptHook;
+    request->hookContext = text;
+    return AtSimple(request);
+}
+
+TransferError AtSendCommand(PhoneSession* session, const char* text) {
+    if (session == nullptr || text == nullptr) return kErrInvalidParameter;
+    AtRequest request;
+    InitAtRequest(&request, session, text, kAtDefaultTimeoutMs);
+    return AtSimple(&request);
+}

@@ -1,0 +1,25 @@
+// Sending one short message with AT+CMGS in PDU mode.
+#pragma once
+
+#include "at/at_exchange.h"
+#include "common/pdu_record.h"
+#include "common/sms_message.h"
+#include "common/transfer_error.h"
+
+// The prompt after which the phone takes the PDU: greater-than and a blank.
+constexpr char kSendPrompt[] = "> ";
+// Ends the PDU; nothing (no CR) follows it.
+constexpr char kCtrlZ = 0x1A;
+
+// Prepares the message's SMS-SUBMIT record (recipient, text, Flash), applies the session's
+// service centre and status-report request, and submits it. True on success; the result code is
+// left in session->lastError (the codec's code when the message cannot be encoded).
+bool SendMessage(PhoneSession* session, SmsMessage* message);
+
+// Encodes the record and runs the two stages of AT+CMGS:
+//  1. "AT+CMGS=<tpduLength>\r", where the length counts the TPDU octets only, never the service-
+//     centre part; up to kAtPromptTimeoutMs for "> " (a final code before it ends the send);
+//  2. the whole encoded PDU (service-centre part and TPDU) as upper-case hex followed by Ctrl-Z
+//     alone, up to kAtPduTimeoutMs for the final result code.
+// Returns the encoder's code, the first stage's failure, or the second stage's result.
+TransferError SubmitPdu(PhoneSession* session, PduRecord* record);
