@@ -1,0 +1,41 @@
+#include "resources/string_table.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+constexpr ResourceString kStrings[] = {
+#include "resources/strings.inc"
+};
+
+// The lookup is a binary search, so the table must stay strictly ascending (which also makes
+// every ID unique). Checked when the program is built.
+constexpr bool IsStrictlyAscending() {
+    for (std::size_t i = 1; i < std::size(kStrings); ++i) {
+        if (kStrings[i - 1].id >= kStrings[i].id) return false;
+    }
+    return true;
+}
+static_assert(IsStrictlyAscending(), "string IDs must be unique and in ascending order");
+
+}  // namespace
+
+const char16_t* FindResourceString(unsigned id, std::size_t* length) {
+    const auto* end = std::end(kStrings);
+    const auto* it =
+        std::lower_bound(std::begin(kStrings), end, id,
+                         [](const ResourceString& entry, unsigned key) { return entry.id < key; });
+    if (it == end || it->id != id) {
+        if (length != nullptr) *length = 0;
+        return nullptr;
+    }
+    if (length != nullptr) *length = it->text.size();
+    // Every entry is a string literal, so the view's data is zero-terminated.
+    return it->text.data();
+}
+
+const ResourceString* ResourceStringTable(std::size_t* count) {
+    if (count != nullptr) *count = std::size(kStrings);
+    return kStrings;
+}

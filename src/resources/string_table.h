@@ -1,0 +1,18 @@
+// The program's string resources, looked up by numeric ID.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+struct ResourceString {
+    unsigned id;
+    std::u16string_view text;
+};
+
+// The text of string resource `id`, zero-terminated and read-only, with its length in
+// characters in *length (when length is not null). Null (and a length of 0) when the table has
+// no such string.
+const char16_t* FindResourceString(unsigned id, std::size_t* length);
+
+// The whole table in ascending ID order; *count receives the number of entries.
+const ResourceString* ResourceStringTable(std::size_t* count);
