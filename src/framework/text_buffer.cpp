@@ -65,7 +65,7 @@ struct Sink {
     }
 };
 
-struct Spec {
+struct Directive {
     bool left = false;
     bool zero = false;
     bool plus = false;
@@ -94,38 +94,39 @@ std::size_t ReadNumber(const char16_t*& f) noexcept {
 
 // Text with the width and the '-' flag; `count` characters produced by `at`.
 template <typename At>
-void EmitPadded(Sink& sink, const Spec& spec, std::size_t count, At at) noexcept {
-    const std::size_t pad = spec.width > count ? spec.width - count : 0;
-    if (!spec.left) sink.Repeat(u' ', pad);
+void EmitPadded(Sink& sink, const Directive& directive, std::size_t count, At at) noexcept {
+    const std::size_t pad = directive.width > count ? directive.width - count : 0;
+    if (!directive.left) sink.Repeat(u' ', pad);
     for (std::size_t i = 0; i < count && !sink.overflow; ++i) sink.Put(at(i));
-    if (spec.left) sink.Repeat(u' ', pad);
+    if (directive.left) sink.Repeat(u' ', pad);
 }
 
-void EmitWide(Sink& sink, const Spec& spec, const char16_t* text) noexcept {
+void EmitWide(Sink& sink, const Directive& directive, const char16_t* text) noexcept {
     if (text == nullptr) text = u"(null)";
     std::size_t count = 0;
     // With a precision, never look beyond it: the argument need not be terminated there.
-    while ((!spec.hasPrecision || count < spec.precision) && text[count] != u'\0') ++count;
-    EmitPadded(sink, spec, count, [text](std::size_t i) { return text[i]; });
+    while ((!directive.hasPrecision || count < directive.precision) && text[count] != u'\0')
+        ++count;
+    EmitPadded(sink, directive, count, [text](std::size_t i) { return text[i]; });
 }
 
-void EmitNarrow(Sink& sink, const Spec& spec, const char* text) noexcept {
+void EmitNarrow(Sink& sink, const Directive& directive, const char* text) noexcept {
     if (text == nullptr) {
-        EmitWide(sink, spec, nullptr);
+        EmitWide(sink, directive, nullptr);
         return;
     }
     std::size_t count = 0;
-    while ((!spec.hasPrecision || count < spec.precision) && text[count] != '\0') ++count;
-    EmitPadded(sink, spec, count, [text](std::size_t i) { return WidenByte(text[i]); });
+    while ((!directive.hasPrecision || count < directive.precision) && text[count] != '\0') ++count;
+    EmitPadded(sink, directive, count, [text](std::size_t i) { return WidenByte(text[i]); });
 }
 
-void EmitInteger(Sink& sink, const Spec& spec, bool negative, std::uint64_t magnitude,
+void EmitInteger(Sink& sink, const Directive& directive, bool negative, std::uint64_t magnitude,
                  unsigned base, bool upper, bool isSigned) noexcept {
     char16_t digits[24];
     std::size_t ndigits = 0;
     const char16_t* alphabet = upper ? u"0123456789ABCDEF" : u"0123456789abcdef";
     // Precision 0 with the value 0 prints no digits at all, as printf does.
-    if (!(spec.hasPrecision && spec.precision == 0 && magnitude == 0)) {
+    if (!(directive.hasPrecision && directive.precision == 0 && magnitude == 0)) {
         do {
             digits[ndigits++] = alphabet[magnitude % base];
             magnitude /= base;
@@ -137,29 +138,29 @@ void EmitInteger(Sink& sink, const Spec& spec, bool negative, std::uint64_t magn
     if (isSigned) {
         if (negative) {
             prefix[nprefix++] = u'-';
-        } else if (spec.plus) {
+        } else if (directive.plus) {
             prefix[nprefix++] = u'+';
-        } else if (spec.space) {
+        } else if (directive.space) {
             prefix[nprefix++] = u' ';
         }
-    } else if (base == 16 && spec.alternate && ndigits > 0 &&
+    } else if (base == 16 && directive.alternate && ndigits > 0 &&
                !(ndigits == 1 && digits[0] == u'0')) {
         prefix[nprefix++] = u'0';
         prefix[nprefix++] = upper ? u'X' : u'x';
     }
 
     const std::size_t precisionZeros =
-        spec.hasPrecision && spec.precision > ndigits ? spec.precision - ndigits : 0;
+        directive.hasPrecision && directive.precision > ndigits ? directive.precision - ndigits : 0;
     const std::size_t body = nprefix + precisionZeros + ndigits;
-    const std::size_t pad = spec.width > body ? spec.width - body : 0;
-    const bool zeroPad = spec.zero && !spec.left && !spec.hasPrecision;
+    const std::size_t pad = directive.width > body ? directive.width - body : 0;
+    const bool zeroPad = directive.zero && !directive.left && !directive.hasPrecision;
 
-    if (!spec.left && !zeroPad) sink.Repeat(u' ', pad);
+    if (!directive.left && !zeroPad) sink.Repeat(u' ', pad);
     for (std::size_t i = 0; i < nprefix; ++i) sink.Put(prefix[i]);
     if (zeroPad) sink.Repeat(u'0', pad);
     sink.Repeat(u'0', precisionZeros);
     while (ndigits > 0) sink.Put(digits[--ndigits]);
-    if (spec.left) sink.Repeat(u' ', pad);
+    if (directive.left) sink.Repeat(u' ', pad);
 }
 
 std::int64_t ReadSigned(Length length, std::va_list& args) noexcept {
@@ -212,23 +213,23 @@ bool FormatInto(Sink& sink, const char16_t* f, std::va_list& args) noexcept {
             continue;
         }
 
-        Spec spec;
+        Directive directive;
         for (bool more = true; more;) {
             switch (*f) {
                 case u'-':
-                    spec.left = true;
+                    directive.left = true;
                     break;
                 case u'0':
-                    spec.zero = true;
+                    directive.zero = true;
                     break;
                 case u'+':
-                    spec.plus = true;
+                    directive.plus = true;
                     break;
                 case u' ':
-                    spec.space = true;
+                    directive.space = true;
                     break;
                 case u'#':
-                    spec.alternate = true;
+                    directive.alternate = true;
                     break;
                 default:
                     more = false;
@@ -241,26 +242,26 @@ bool FormatInto(Sink& sink, const char16_t* f, std::va_list& args) noexcept {
             ++f;
             const int w = va_arg(args, int);
             if (w < 0) {
-                spec.left = true;
-                spec.width = static_cast<std::size_t>(-static_cast<long long>(w));
+                directive.left = true;
+                directive.width = static_cast<std::size_t>(-static_cast<long long>(w));
             } else {
-                spec.width = static_cast<std::size_t>(w);
+                directive.width = static_cast<std::size_t>(w);
             }
         } else {
-            spec.width = ReadNumber(f);
+            directive.width = ReadNumber(f);
         }
 
         if (*f == u'.') {
             ++f;
-            spec.hasPrecision = true;
+            directive.hasPrecision = true;
             if (*f == u'*') {
                 ++f;
                 const int p = va_arg(args, int);
                 // A negative precision counts as none, as in printf.
-                spec.hasPrecision = p >= 0;
-                spec.precision = p >= 0 ? static_cast<std::size_t>(p) : 0;
+                directive.hasPrecision = p >= 0;
+                directive.precision = p >= 0 ? static_cast<std::size_t>(p) : 0;
             } else {
-                spec.precision = ReadNumber(f);
+                directive.precision = ReadNumber(f);
             }
         }
 
@@ -290,16 +291,16 @@ bool FormatInto(Sink& sink, const char16_t* f, std::va_list& args) noexcept {
         switch (conversion) {
             case u's':
                 if (length == Length::kShort) {
-                    EmitNarrow(sink, spec, va_arg(args, const char*));
+                    EmitNarrow(sink, directive, va_arg(args, const char*));
                 } else if (length == Length::kNone || length == Length::kLong) {
-                    EmitWide(sink, spec, va_arg(args, const char16_t*));
+                    EmitWide(sink, directive, va_arg(args, const char16_t*));
                 } else {
                     return false;
                 }
                 break;
             case u'S':
                 if (length != Length::kNone) return false;
-                EmitNarrow(sink, spec, va_arg(args, const char*));
+                EmitNarrow(sink, directive, va_arg(args, const char*));
                 break;
             case u'c':
             case u'C': {
@@ -309,7 +310,7 @@ bool FormatInto(Sink& sink, const char16_t* f, std::va_list& args) noexcept {
                 if (conversion == u'C' && length != Length::kNone) return false;
                 const char16_t c =
                     narrow ? WidenByte(static_cast<char>(value)) : static_cast<char16_t>(value);
-                EmitPadded(sink, spec, 1, [c](std::size_t) { return c; });
+                EmitPadded(sink, directive, 1, [c](std::size_t) { return c; });
                 break;
             }
             case u'd':
@@ -317,16 +318,16 @@ bool FormatInto(Sink& sink, const char16_t* f, std::va_list& args) noexcept {
                 const std::int64_t value = ReadSigned(length, args);
                 const std::uint64_t magnitude = value < 0 ? 0 - static_cast<std::uint64_t>(value)
                                                           : static_cast<std::uint64_t>(value);
-                EmitInteger(sink, spec, value < 0, magnitude, 10, false, true);
+                EmitInteger(sink, directive, value < 0, magnitude, 10, false, true);
                 break;
             }
             case u'u':
-                EmitInteger(sink, spec, false, ReadUnsigned(length, args), 10, false, false);
+                EmitInteger(sink, directive, false, ReadUnsigned(length, args), 10, false, false);
                 break;
             case u'x':
             case u'X':
-                EmitInteger(sink, spec, false, ReadUnsigned(length, args), 16, conversion == u'X',
-                            false);
+                EmitInteger(sink, directive, false, ReadUnsigned(length, args), 16,
+                            conversion == u'X', false);
                 break;
             default:
                 return false;

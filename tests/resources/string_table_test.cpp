@@ -1,0 +1,116 @@
+#include "resources/string_table.h"
+
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <set>
+#include <string>
+
+#include "framework/text_buffer.h"
+
+namespace {
+
+struct Expected {
+    unsigned id;
+    const char16_t* text;
+};
+
+// Every numbered text the screens, the progress dialog, the error boxes and the Contacts add-in
+// use, with its exact wording.
+const Expected kExpected[] = {
+    {2, u"Velkan Tessiver"},
+    {1111, u"Send SMS..."},
+    {2051, u"Inbox"},
+    {2052, u"Outbox"},
+    {2053, u"Draft"},
+    {2054, u"Sent"},
+    {2099, u"Log"},
+    {2100, u"(none)"},
+    {2112, u"Message(s) will be permanently deleted. Continue?"},
+    {3001, u"Sent"},
+    {3002, u"Received"},
+    {3003, u"Received (%d)"},
+    {3102, u"Sending Message %d/%d"},
+    {3103, u"Receiving Inbox Messages..."},
+    {3104, u"Connecting Phone..."},
+    {3105, u"Send SMS"},
+    {3106, u"Send && Get SMS"},
+    {3108, u"Cancelling..."},
+    {3109, u"Success"},
+    {3110, u"Operation Failed (%d)"},
+    {3111, u"No new messages"},
+    {3112, u"%d new message(s)"},
+    {3113, u"%d message(s) sent"},
+    {3114, u"Connected"},
+    {3115, u"Initializing..."},
+    {3150, u"A timeout occurred during connection/operation.\nOperation failed."},
+    {3151, u"Connection failed.\nCheck your Connection settings."},
+    {3152, u"Operation failed.\nError related to network or mobile (CMS)."},
+    {3153, u"Operation failed.\nError related to network or mobile (CME)."},
+    {3154, u"Error during AT interpretation.\nOperation failed."},
+    {3155, u"Operation failed.\nInvalid Parameter."},
+    {40008, u"Sms"},
+    {40010, u"Options"},
+    {40013, u"New"},
+};
+
+TEST(StringTable, HoldsEveryNumberedText) {
+    for (const Expected& e : kExpected) {
+        std::size_t length = 12345;
+        const char16_t* text = FindResourceString(e.id, &length);
+        ASSERT_NE(text, nullptr) << "string " << e.id;
+        EXPECT_EQ(std::u16string(text), std::u16string(e.text)) << "string " << e.id;
+        EXPECT_EQ(length, std::char_traits<char16_t>::length(e.text)) << "string " << e.id;
+    }
+}
+
+TEST(StringTable, HoldsNothingElse) {
+    std::size_t count = 0;
+    ResourceStringTable(&count);
+    EXPECT_EQ(count, std::size(kExpected));
+}
+
+TEST(StringTable, IdsAreUniqueAndAscending) {
+    std::size_t count = 0;
+    const ResourceString* table = ResourceStringTable(&count);
+    ASSERT_GT(count, 0u);
+    std::set<unsigned> ids;
+    for (std::size_t i = 0; i < count; ++i) {
+        EXPECT_TRUE(ids.insert(table[i].id).second) << "duplicate " << table[i].id;
+        if (i > 0) {
+            EXPECT_LT(table[i - 1].id, table[i].id);
+        }
+        EXPECT_FALSE(table[i].text.empty()) << "string " << table[i].id;
+        // Every entry is zero-terminated where its length says it ends.
+        EXPECT_EQ(table[i].text.data()[table[i].text.size()], u'\0');
+    }
+}
+
+TEST(StringTable, MissingIdIsNull) {
+    std::size_t length = 99;
+    EXPECT_EQ(FindResourceString(0, &length), nullptr);
+    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(FindResourceString(3107, nullptr), nullptr);
+    EXPECT_EQ(FindResourceString(4000000000u, &length), nullptr);
+    EXPECT_NE(FindResourceString(40013, nullptr), nullptr);
+}
+
+TEST(StringTable, MissingIdLoadsAsEmptyWithLengthZero) {
+    TextBuffer text(u"previous");
+    EXPECT_EQ(text.LoadResourceString(3107), 0u);
+    EXPECT_EQ(text.Text(), TextBuffer::EmptyText());
+    EXPECT_EQ(text.Length(), 0u);
+}
+
+TEST(StringTable, LoadedTextsFormatAsTheScreensUseThem) {
+    TextBuffer format;
+    ASSERT_GT(format.LoadResourceString(3102), 0u);
+    TextBuffer status;
+    status.Format(80, format.Text(), 1, 2);
+    EXPECT_EQ(status.ToU16(), u"Sending Message 1/2");
+    format.LoadResourceString(3110);
+    status.Format(80, format.Text(), 99);
+    EXPECT_EQ(status.ToU16(), u"Operation Failed (99)");
+}
+
+}  // namespace
