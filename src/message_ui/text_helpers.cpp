@@ -142,3 +142,24 @@ void Unwrap(TextBuffer& text, char16_t first, char16_t last) {
     if (begin == 0 && end == text.Length()) return;
     text.Assign(in + begin, end - begin);
 }
+
+void NormalizePhoneNumber(std::u16string& number) {
+    TextBuffer buffer = TextBuffer::FromU16(number);
+    NormalizePhoneNumber(buffer);
+    number = buffer.ToU16();
+}
+
+unsigned CountedText(std::u16string& dest, std::u16string& source) {
+    TextBuffer counted;
+    TextBuffer buffer = TextBuffer::FromU16(source);
+    const unsigned n = CountedText(counted, buffer);
+    source = buffer.ToU16();
+    dest = counted.ToU16();
+    return n;
+}
+
+void LineBreaksToCrLf(std::u16string& dest, std::u16string_view source) {
+    TextBuffer converted;
+    LineBreaksToCrLf(converted, TextBuffer::FromU16(source));
+    dest = converted.ToU16();
+}

@@ -2,6 +2,9 @@
 // store, the "/smsto:" builder and parser, and the `velkan` command.
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "framework/text_buffer.h"
 
 constexpr unsigned kMaxMessageChars = 160;
@@ -25,3 +28,9 @@ void Wrap(TextBuffer& text, char16_t first, char16_t last);
 
 // Drops the first character if it is `first` and the last if it is `last`.
 void Unwrap(TextBuffer& text, char16_t first, char16_t last);
+
+// The same rules for code that holds std::u16string (the message store, the `velkan` command).
+// As with TextBuffer, a text ends at its first zero character.
+void NormalizePhoneNumber(std::u16string& number);
+unsigned CountedText(std::u16string& dest, std::u16string& source);
+void LineBreaksToCrLf(std::u16string& dest, std::u16string_view source);

@@ -237,3 +237,29 @@ TEST(Unwrap, ShortTexts) {
 }
 
 }  // namespace
+
+namespace {
+
+// ---- std::u16string forms ----------------------------------------------------------------------
+
+TEST(TextHelpersU16, SameRulesAsTheTextBufferForms) {
+    std::u16string number = u"+44 (0) 20-7946";
+    NormalizePhoneNumber(number);
+    EXPECT_EQ(number, u"+440207946");
+    std::u16string plus(1, u'+');
+    NormalizePhoneNumber(plus);
+    EXPECT_TRUE(plus.empty());
+
+    std::u16string source(160, u'g');
+    source += u"\rh";
+    std::u16string counted;
+    EXPECT_EQ(CountedText(counted, source), 160u);
+    EXPECT_EQ(source, std::u16string(160, u'g'));
+    EXPECT_EQ(counted, std::u16string(160, u'g'));
+
+    std::u16string text = u"x\n\ry\r\n";
+    LineBreaksToCrLf(text, text);
+    EXPECT_EQ(text, u"x\r\n\r\ny\r\n");
+}
+
+}  // namespace
