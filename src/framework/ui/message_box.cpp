@@ -1,0 +1,39 @@
+#include "framework/ui/message_box.h"
+
+#include <QMessageBox>
+
+#include "framework/text_buffer.h"
+#include "framework/ui/dialog_base.h"
+
+namespace {
+
+MessageBoxPresenter& Presenter() {
+    static MessageBoxPresenter presenter;
+    return presenter;
+}
+
+QString Caption() {
+    TextBuffer t;
+    t.LoadResourceString(2);
+    return QString::fromUtf16(t.Text());
+}
+
+}  // namespace
+
+int ShowMessageBox(QWidget* owner, const QString& text, BoxKind kind) {
+    const QString caption = Caption();
+    if (Presenter()) return Presenter()(owner, caption, text, kind);
+    if (kind == BoxKind::Question) {
+        const auto answer = QMessageBox::question(owner, caption, text,
+                                                  QMessageBox::Yes | QMessageBox::No);
+        return answer == QMessageBox::Yes ? IDYES : IDNO;
+    }
+    QMessageBox::critical(owner, caption, text);
+    return IDOK;
+}
+
+MessageBoxPresenter SetMessageBoxPresenter(MessageBoxPresenter presenter) {
+    MessageBoxPresenter previous = Presenter();
+    Presenter() = std::move(presenter);
+    return previous;
+}

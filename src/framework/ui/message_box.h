@@ -1,0 +1,18 @@
+// Message boxes with the product name as caption. Tests replace the presenter so that a box
+// is answered without a person.
+#pragma once
+
+#include <QString>
+#include <functional>
+
+class QWidget;
+
+enum class BoxKind { Error, Question };
+
+// Shows `text`; for a Question returns IDYES or IDNO, for an Error IDOK.
+int ShowMessageBox(QWidget* owner, const QString& text, BoxKind kind);
+
+using MessageBoxPresenter = std::function<int(QWidget* owner, const QString& caption,
+                                              const QString& text, BoxKind kind)>;
+// Replaces how boxes are shown (null restores the real one); returns the previous presenter.
+MessageBoxPresenter SetMessageBoxPresenter(MessageBoxPresenter presenter);
