@@ -1,0 +1,212 @@
+#include "settings/registry_key.h"
+
+#include <QByteArray>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <cstring>
+
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#endif
+
+namespace {
+
+QString ToQ(std::u16string_view text) {
+    return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+std::vector<std::u16string> SplitPath(std::u16string_view path) {
+    std::vector<std::u16string> parts;
+    std::u16string current;
+    for (char16_t c : path) {
+        if (c == u'\\') {
+            if (!current.empty()) parts.push_back(current);
+            current.clear();
+        } else {
+            current.push_back(c);
+        }
+    }
+    if (!current.empty()) parts.push_back(current);
+    return parts;
+}
+
+bool IsSoftware(const std::u16string& part) {
+    return QString::fromStdU16String(part).compare(QStringLiteral("Software"), Qt::CaseInsensitive) == 0;
+}
+
+#ifndef _WIN32
+
+std::string ConfigHome(RegistryRoot root) {
+    if (root == RegistryRoot::kLocalMachine) return "/etc/xdg";
+    const char* xdg = std::getenv("XDG_CONFIG_HOME");
+    if (xdg != nullptr && xdg[0] == '/') return xdg;
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && home[0] != '\0') return std::string(home) + "/.config";
+    return {};
+}
+
+bool MakeDirectories(const std::string& dir) {
+    struct stat st;
+    if (stat(dir.c_str(), &st) == 0) return S_ISDIR(st.st_mode);
+    const std::size_t slash = dir.find_last_of('/');
+    if (slash != std::string::npos && slash > 0 && !MakeDirectories(dir.substr(0, slash))) {
+        return false;
+    }
+    return mkdir(dir.c_str(), 0700) == 0 || errno == EEXIST;
+}
+
+#endif
+
+}  // namespace
+
+RegistryKey::RegistryKey() = default;
+RegistryKey::~RegistryKey() = default;
+
+bool RegistryKey::Open(RegistryRoot root, std::u16string_view path, std::uint32_t /*access*/,
+                       bool create) {
+    Close();
+    const std::vector<std::u16string> parts = SplitPath(path);
+    if (parts.size() < 3 || !IsSoftware(parts[0])) return false;
+    const QString organisation = QString::fromStdU16String(parts[1]);
+    const QString application = QString::fromStdU16String(parts[2]);
+    QString group;
+    for (std::size_t i = 3; i < parts.size(); ++i) {
+        if (!group.isEmpty()) group += QLatin1Char('/');
+        group += QString::fromStdU16String(parts[i]);
+    }
+#ifdef _WIN32
+    auto settings = std::make_unique<QSettings>(
+        QSettings::NativeFormat,
+        root == RegistryRoot::kLocalMachine ? QSettings::SystemScope : QSettings::UserScope,
+        organisation, application);
+#else
+    const std::string home = ConfigHome(root);
+    if (home.empty()) return false;
+    const std::string dir = home + "/" + organisation.toStdString();
+    const std::string file = dir + "/" + application.toStdString() + ".ini";
+    struct stat st;
+    const bool exists = stat(file.c_str(), &st) == 0;
+    if (!exists && !create) return false;
+    if (!exists) {
+        if (!MakeDirectories(dir)) return false;
+        // Created empty and readable by the user alone; later writes replace the file but
+        // keep its permissions.
+        const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd < 0 && errno != EEXIST) return false;
+        if (fd >= 0) close(fd);
+    }
+    if (access(file.c_str(), R_OK) != 0) return false;
+    auto settings = std::make_unique<QSettings>(QString::fromStdString(file), QSettings::IniFormat);
+#endif
+    if (!group.isEmpty()) settings->beginGroup(group);
+    if (!create) {
+        // The key exists when it holds a value or a sub-key.
+        settings->sync();
+        if (!group.isEmpty() && settings->childKeys().isEmpty() && settings->childGroups().isEmpty()) {
+            return false;
+        }
+    }
+    if (settings->status() != QSettings::NoError) return false;
+    settings_ = std::move(settings);
+    return true;
+}
+
+std::uint32_t RegistryKey::Close() {
+    settings_.reset();
+    return kRegSuccess;
+}
+
+std::string RegistryKey::Location() const {
+    return settings_ ? settings_->fileName().toStdString() : std::string();
+}
+
+const char16_t* RegistryKey::ReadString(std::u16string_view name, std::u16string& dest,
+                                        const char16_t* defaultValue) {
+    if (settings_) {
+        settings_->sync();
+        const QVariant value = settings_->value(ToQ(name));
+        if (value.isValid() && value.typeId() == QMetaType::QString) {
+            dest = value.toString().toStdU16String();
+            return dest.c_str();
+        }
+    }
+    dest = defaultValue != nullptr ? std::u16string(defaultValue) : std::u16string();
+    return defaultValue;
+}
+
+std::uint32_t RegistryKey::ReadDword(std::u16string_view name, std::uint32_t defaultValue) {
+    if (!settings_) return defaultValue;
+    settings_->sync();
+    const QVariant value = settings_->value(ToQ(name));
+    switch (value.typeId()) {
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong: {
+            bool ok = false;
+            const qlonglong n = value.toLongLong(&ok);
+            if (ok && n >= 0 && n <= 0xFFFFFFFFll) return static_cast<std::uint32_t>(n);
+            if (value.typeId() == QMetaType::ULongLong) return defaultValue;
+            return defaultValue;
+        }
+        case QMetaType::QString: {
+            // A plain decimal number, as the INI file keeps DWORD values.
+            const QString text = value.toString();
+            if (text.isEmpty() || text.size() > 10) return defaultValue;
+            for (QChar c : text) {
+                if (c < QLatin1Char('0') || c > QLatin1Char('9')) return defaultValue;
+            }
+            bool ok = false;
+            const qulonglong n = text.toULongLong(&ok);
+            if (!ok || n > 0xFFFFFFFFull) return defaultValue;
+            return static_cast<std::uint32_t>(n);
+        }
+        default:
+            return defaultValue;
+    }
+}
+
+std::uint32_t RegistryKey::ReadBinary(std::u16string_view name, void* buffer, std::uint32_t size) {
+    if (!settings_) return kRegInvalidHandle;
+    settings_->sync();
+    const QVariant value = settings_->value(ToQ(name));
+    if (!value.isValid()) return kRegFileNotFound;
+    if (value.typeId() != QMetaType::QByteArray) return kRegBadKey;
+    const QByteArray bytes = value.toByteArray();
+    if (static_cast<std::uint64_t>(bytes.size()) > size) return kRegMoreData;
+    if (!bytes.isEmpty()) std::memcpy(buffer, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    return kRegSuccess;
+}
+
+std::uint32_t RegistryKey::EnumerateSubkeys(std::vector<std::u16string>& names) {
+    if (!settings_) return kRegInvalidHandle;
+    settings_->sync();
+    const QStringList groups = settings_->childGroups();
+    for (const QString& group : groups) {
+        // The enumeration hands names over in a buffer of 64 characters.
+        if (group.size() >= 64) return kRegMoreData;
+        names.push_back(group.toStdU16String());
+    }
+    return kRegSuccess;
+}
+
+std::uint32_t RegistryKey::WriteString(std::u16string_view name, std::u16string_view text) {
+    if (!settings_) return kRegInvalidHandle;
+    settings_->setValue(ToQ(name), ToQ(text));
+    settings_->sync();
+    return settings_->status() == QSettings::NoError ? kRegSuccess : kRegAccessDenied;
+}
+
+std::uint32_t RegistryKey::WriteDword(std::u16string_view name, std::uint32_t value) {
+    if (!settings_) return kRegInvalidHandle;
+    settings_->setValue(ToQ(name), QVariant::fromValue<uint>(value));
+    settings_->sync();
+    return settings_->status() == QSettings::NoError ? kRegSuccess : kRegAccessDenied;
+}

@@ -1,0 +1,381 @@
+#include "store/message_store.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+
+namespace {
+
+class StmtScope {
+public:
+    explicit StmtScope(sqlite3_stmt* stmt) : stmt_(stmt) {}
+    ~StmtScope() {
+        if (stmt_ != nullptr) {
+            sqlite3_reset(stmt_);
+            sqlite3_clear_bindings(stmt_);
+        }
+    }
+    StmtScope(const StmtScope&) = delete;
+    StmtScope& operator=(const StmtScope&) = delete;
+
+private:
+    sqlite3_stmt* stmt_;
+};
+
+// The properties asked for when a record is read, in this order.
+constexpr CePropId kReadOrder[] = {kPropFolder, kPropTime,   kPropExtra, kPropName,
+                                   kPropNumber, kPropText, kPropFlags};
+
+void ClearKeepingFolder(SmsMessage& message) {
+    message.flags = 0;
+    message.name.clear();
+    message.number.clear();
+    message.text.clear();
+    message.time = 0;
+    message.pdu.clear();
+    message.oid = 0;
+    message.store = nullptr;
+    message.pduRecord.reset();
+    message.codecResult = 0;
+}
+
+void Apply(const CePropVal& value, SmsMessage& message) {
+    if (value.flags & kPropNotFound) return;
+    switch (value.propId) {
+        case kPropFolder: message.folder = value.ui4; break;
+        case kPropTime: message.time = value.fileTime; break;
+        case kPropName: message.name = value.text; break;
+        case kPropNumber: message.number = value.text; break;
+        case kPropText: message.text = value.text; break;
+        case kPropFlags: message.flags = value.ui4; break;
+        default: break;  // kPropExtra is read and ignored
+    }
+}
+
+// The current record belongs to the walk's folder; Outbox records are counted on the way.
+bool CurrentMatches(MessageDatabase& db) {
+    CePropVal folder;
+    if (db.ReadProperty(kPropFolder, &folder) == 0 || (folder.flags & kPropNotFound)) return false;
+    if (folder.ui4 == kFolderOutbox) ++db.outboxSeen;
+    if (db.folderFilter == kFolderLog) {
+        return folder.ui4 == kFolderInbox || folder.ui4 == kFolderSent;
+    }
+    return folder.ui4 == db.folderFilter;
+}
+
+}  // namespace
+
+std::recursive_mutex& MessageStoreLock() {
+    static std::recursive_mutex lock;
+    return lock;
+}
+
+// --- list queries ----------------------------------------------------------------------------
+
+bool MessageDatabase::EnsureListIndexes() {
+    if (!EnsureColumn(kPropFolder) || !EnsureColumn(kPropTime)) return false;
+    const std::string& t = TableName();
+    const std::string folder = ColumnName(kPropFolder);
+    const std::string time = ColumnName(kPropTime);
+    // One index serves a folder's list and count; a partial one serves the Log view.
+    return Execute("CREATE INDEX IF NOT EXISTS " + t + "_folder_time ON " + t + "(" + folder + ", " +
+                   time + ");CREATE INDEX IF NOT EXISTS " + t + "_log_time ON " + t + "(" + time +
+                   ") WHERE " + folder + " IN (1, 4);");
+}
+
+namespace {
+
+std::string FolderCondition(FolderId folder) {
+    const std::string column = "p_000A0013";
+    // The Log condition is written exactly as in the partial index so that it is used.
+    return folder == kFolderLog ? column + " IN (1, 4)" : column + " = ?1";
+}
+
+}  // namespace
+
+bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (!IsOpen() || count == nullptr) return false;
+    sqlite3_stmt* stmt =
+        Statement("SELECT count(*) FROM " + TableName() + " WHERE " + FolderCondition(folder));
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+    const int rc = sqlite3_step(stmt);
+    if (rc != SQLITE_ROW) {
+        Fail(rc);
+        return false;
+    }
+    *count = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+    return true;
+}
+
+bool MessageDatabase::FolderOidsNewestFirst(FolderId folder, std::vector<Oid>* oids) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (!IsOpen() || oids == nullptr) return false;
+    const std::string time = ColumnName(kPropTime);
+    sqlite3_stmt* stmt = Statement("SELECT oid FROM " + TableName() + " WHERE " +
+                                   FolderCondition(folder) + " ORDER BY " + time +
+                                   " DESC, oid DESC");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+    oids->clear();
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        oids->push_back(static_cast<Oid>(sqlite3_column_int64(stmt, 0)));
+    }
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
+        return false;
+    }
+    return true;
+}
+
+bool MessageDatabase::ReadRow(sqlite3_stmt* stmt, SmsMessage* message) {
+    ClearKeepingFolder(*message);
+    message->oid = static_cast<Oid>(sqlite3_column_int64(stmt, 0));
+    for (int i = 0; i < 6; ++i) {
+        static constexpr CePropId kColumns[] = {kPropFolder, kPropTime, kPropName,
+                                                kPropNumber, kPropText, kPropFlags};
+        CePropVal value;
+        value.propId = kColumns[i];
+        const int col = i + 1;
+        switch (sqlite3_column_type(stmt, col)) {
+            case SQLITE_INTEGER: {
+                const std::int64_t v = sqlite3_column_int64(stmt, col);
+                if (PropType(value.propId) == kCevtUi4 && v >= 0 && v <= 0xFFFFFFFFll) {
+                    value.ui4 = static_cast<std::uint32_t>(v);
+                } else if (PropType(value.propId) == kCevtFiletime && v >= 0) {
+                    value.fileTime = static_cast<FileTime>(v);
+                } else {
+                    value.flags = kPropNotFound;
+                }
+                break;
+            }
+            case SQLITE_BLOB: {
+                const int bytes = sqlite3_column_bytes(stmt, col);
+                if (PropType(value.propId) == kCevtLpwstr && bytes % 2 == 0) {
+                    value.text = DecodeText(sqlite3_column_blob(stmt, col), bytes);
+                } else {
+                    value.flags = kPropNotFound;
+                }
+                break;
+            }
+            default:
+                value.flags = kPropNotFound;
+        }
+        Apply(value, *message);
+    }
+    message->store = this;
+    return true;
+}
+
+bool MessageDatabase::ReadFolderPage(FolderId folder, std::uint32_t first, std::uint32_t count,
+                                     std::vector<SmsMessage>* messages) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (!IsOpen() || messages == nullptr) return false;
+    const std::string time = ColumnName(kPropTime);
+    std::string columns = "oid";
+    for (CePropId p : {kPropFolder, kPropTime, kPropName, kPropNumber, kPropText, kPropFlags}) {
+        columns += ", " + (EnsureColumn(p) ? ColumnName(p) : std::string("NULL"));
+    }
+    sqlite3_stmt* stmt = Statement("SELECT " + columns + " FROM " + TableName() + " WHERE " +
+                                   FolderCondition(folder) + " ORDER BY " + time +
+                                   " DESC, oid DESC LIMIT ?2 OFFSET ?3");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+    sqlite3_bind_int64(stmt, 2, count);
+    sqlite3_bind_int64(stmt, 3, first);
+    messages->clear();
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        messages->emplace_back();
+        ReadRow(stmt, &messages->back());
+    }
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
+        return false;
+    }
+    return true;
+}
+
+bool MessageDatabase::HasDuplicate(const SmsMessage& message, bool* found) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    *found = false;
+    if (!IsOpen()) return false;
+    const std::string& t = TableName();
+    // A record without a text or a number reads them as empty, and compares so.
+    sqlite3_stmt* stmt = Statement(
+        "SELECT 1 FROM " + t + " WHERE " + ColumnName(kPropTime) + " = ?1 AND " +
+        ColumnName(kPropFolder) + " = ?2 AND coalesce(" +
+        (EnsureColumn(kPropText) ? ColumnName(kPropText) : std::string("NULL")) +
+        ", x'') = ?3 AND coalesce(" +
+        (EnsureColumn(kPropNumber) ? ColumnName(kPropNumber) : std::string("NULL")) +
+        ", x'') = ?4 LIMIT 1");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    if (message.time > static_cast<FileTime>(INT64_MAX)) return true;  // never stored
+    const std::string text = EncodeText(message.text);
+    const std::string number = EncodeText(message.number);
+    sqlite3_bind_int64(stmt, 1, static_cast<std::int64_t>(message.time));
+    sqlite3_bind_int64(stmt, 2, message.folder);
+    sqlite3_bind_blob(stmt, 3, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_blob(stmt, 4, number.data(), static_cast<int>(number.size()), SQLITE_TRANSIENT);
+    const int rc = sqlite3_step(stmt);
+    if (rc == SQLITE_ROW) {
+        *found = true;
+        return true;
+    }
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
+        return false;
+    }
+    return true;
+}
+
+bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (missing != nullptr) *missing = 0;
+    if (!IsOpen()) return false;
+    if (!Execute("BEGIN IMMEDIATE")) return false;
+    bool ok = true;
+    sqlite3_stmt* remove = Statement("DELETE FROM " + TableName() + " WHERE oid = ?1");
+    ok = remove != nullptr;
+    for (std::size_t i = 0; ok && i < oids.size(); ++i) {
+        StmtScope scope(remove);
+        sqlite3_bind_int64(remove, 1, oids[i]);
+        const int rc = sqlite3_step(remove);
+        if (rc != SQLITE_DONE) {
+            Fail(rc);
+            ok = false;
+        } else if (sqlite3_changes(Connection()) == 0 &&
+                   std::find(oids.begin(), oids.begin() + static_cast<std::ptrdiff_t>(i), oids[i]) ==
+                       oids.begin() + static_cast<std::ptrdiff_t>(i)) {
+            // Not stored (an id listed twice is deleted once and not missing the second time).
+            if (missing != nullptr) *missing = oids[i];
+            ok = false;
+        }
+    }
+    if (!ok || !Execute("COMMIT")) {
+        sqlite3_exec(Connection(), "ROLLBACK", nullptr, nullptr, nullptr);
+        return false;
+    }
+    if (std::find(oids.begin(), oids.end(), currentId) != oids.end()) currentId = 0;
+    return true;
+}
+
+// --- the operations on messages --------------------------------------------------------------
+
+bool OpenMessageStore(MessageDatabase& db) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (db.IsOpen()) return true;
+    if (!db.CreateOrOpenSingleSort(kMessageDatabaseName, kPropTime, 0)) return false;
+    if (!db.EnsureListIndexes()) {
+        db.Close();
+        return false;
+    }
+    return true;
+}
+
+bool WriteMessage(MessageDatabase& db, SmsMessage& message) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (message.time == 0) message.time = CurrentLocalFileTime();
+    CePropVal values[6];
+    values[0].propId = kPropFolder;
+    values[0].ui4 = message.folder;
+    values[1].propId = kPropName;
+    values[1].text = message.name;
+    values[2].propId = kPropText;
+    values[2].text = message.text;
+    values[3].propId = kPropTime;
+    values[3].fileTime = message.time;
+    values[4].propId = kPropNumber;
+    values[4].text = message.number;
+    values[5].propId = kPropFlags;
+    values[5].ui4 = message.flags;
+    const CeOid oid = db.WriteRecord(message.oid, values, 6);
+    if (oid == 0) return false;
+    message.oid = oid;
+    message.store = &db;
+    return true;
+}
+
+bool ReadCurrent(MessageDatabase& db, SmsMessage& message) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    ClearKeepingFolder(message);
+    std::vector<CePropVal> values;
+    const CeOid oid = db.ReadRecord(kReadOrder, 7, &values);
+    if (oid == 0) return false;
+    for (const CePropVal& value : values) Apply(value, message);
+    message.store = &db;
+    message.oid = oid;
+    return true;
+}
+
+bool ReadFirst(MessageDatabase& db, SmsMessage& message) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    return SeekFirstInFolder(db) && ReadCurrent(db, message);
+}
+
+bool ReadById(MessageDatabase& db, SmsMessage& message) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (message.oid == 0) return false;
+    if (db.currentId != message.oid && db.Seek(CeSeek::kOid, message.oid) == 0) return false;
+    return ReadCurrent(db, message);
+}
+
+bool SeekFirstInFolder(MessageDatabase& db) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    db.outboxSeen = 0;
+    if (db.Seek(CeSeek::kBeginning, 0) == 0) return false;
+    if (CurrentMatches(db)) return true;
+    return SeekNextInFolder(db);
+}
+
+bool SeekNextInFolder(MessageDatabase& db) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    for (;;) {
+        if (db.Seek(CeSeek::kCurrent, 1) == 0) return false;
+        if (CurrentMatches(db)) return true;
+    }
+}
+
+bool FindDuplicate(MessageDatabase& db, const SmsMessage& message) {
+    bool found = false;
+    return db.HasDuplicate(message, &found) && found;
+}
+
+bool DeleteStoredMessage(SmsMessage& message) {
+    if (message.oid == 0) return true;
+    if (message.store == nullptr) return false;
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (!message.store->DeleteRecord(message.oid)) return false;
+    message.oid = 0;
+    return true;
+}
+
+void ResetMessage(SmsMessage& message, FolderId folder) {
+    message.folder = folder;
+    message.oid = 0;
+    message.name.clear();
+    message.text.clear();
+    message.number.clear();
+    message.time = 0;
+    message.flags = 0;
+}
+
+void MakeReply(SmsMessage& message) {
+    std::u16string name = std::move(message.name);
+    std::u16string number = std::move(message.number);
+    ResetMessage(message, kFolderDraft);
+    message.name = std::move(name);
+    message.number = std::move(number);
+}
+
+void MakeForward(SmsMessage& message) {
+    std::u16string text = std::move(message.text);
+    ResetMessage(message, kFolderDraft);
+    message.text = std::move(text);
+}

@@ -1,0 +1,91 @@
+// The message store: every short message of the program, one record per message, in the
+// database "Velkan Tessiver SmsDb", sorted by time (oldest first, equal times by record id).
+//
+// The user interface and the transfer worker each use their own MessageDatabase object; every
+// operation below holds the one process-wide recursive lock (MessageStoreLock) while it works,
+// so that the two never interleave inside the file. The cursor and outboxSeen belong to an
+// object and are not protected between calls.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "common/sms_message.h"
+#include "store/ce_database.h"
+
+inline constexpr char16_t kMessageDatabaseName[] = u"Velkan Tessiver SmsDb";
+
+// The properties of a message record.
+constexpr CePropId kPropFolder = MakePropId(0x000A, kCevtUi4);
+constexpr CePropId kPropTime = MakePropId(0x000B, kCevtFiletime);
+constexpr CePropId kPropExtra = MakePropId(0x000C, kCevtBlob);  // asked for, never written
+constexpr CePropId kPropName = MakePropId(0x000D, kCevtLpwstr);
+constexpr CePropId kPropText = MakePropId(0x000E, kCevtLpwstr);
+constexpr CePropId kPropNumber = MakePropId(0x000F, kCevtLpwstr);
+constexpr CePropId kPropFlags = MakePropId(0x0010, kCevtUi4);
+
+class MessageDatabase : public CeDatabase {
+public:
+    // The folder a cursor walks, or kFolderLog for Inbox and Sent together.
+    FolderId folderFilter = kFolderInbox;
+    // Outbox records passed over since the cursor was last set to the first record.
+    std::uint32_t outboxSeen = 0;
+
+    // Queries for a list of a folder (kFolderLog: Inbox and Sent), newest first. They use
+    // indexes and do not move the cursor. False when the store cannot be read.
+    bool CountFolder(FolderId folder, std::uint32_t* count);
+    bool FolderOidsNewestFirst(FolderId folder, std::vector<Oid>* oids);
+    // Rows first .. first+count-1 of the newest-first list, read completely.
+    bool ReadFolderPage(FolderId folder, std::uint32_t first, std::uint32_t count,
+                        std::vector<SmsMessage>* messages);
+    // True when a record of message.folder has the same time, text and number. An index
+    // look-up: it does not slow down as the folder grows, and it leaves the cursor alone.
+    bool HasDuplicate(const SmsMessage& message, bool* found);
+    // Deletes every listed record in one transaction, or none: when an id is not stored,
+    // nothing is deleted, *missing names it, and the result is false.
+    bool DeleteRecords(const std::vector<Oid>& oids, Oid* missing);
+
+private:
+    friend bool OpenMessageStore(MessageDatabase& db);
+    bool EnsureListIndexes();
+    bool ReadRow(sqlite3_stmt* stmt, SmsMessage* message);
+};
+
+// The one lock of the message store, held around every operation (it nests).
+std::recursive_mutex& MessageStoreLock();
+
+// Opens `db` on the message database unless it is open, creating the database or adding its
+// time order when needed.
+bool OpenMessageStore(MessageDatabase& db);
+
+// Writes the message's six properties to record message.oid (0 creates one); a zero time
+// becomes the current local time first, and stays in the message. The record id becomes
+// message.oid and the database's current id; message.store = &db.
+bool WriteMessage(MessageDatabase& db, SmsMessage& message);
+// Clears the message (keeping its folder) and reads the current record into it.
+bool ReadCurrent(MessageDatabase& db, SmsMessage& message);
+// The first record of db.folderFilter, read.
+bool ReadFirst(MessageDatabase& db, SmsMessage& message);
+// The record message.oid, read.
+bool ReadById(MessageDatabase& db, SmsMessage& message);
+
+// Cursor walks through db.folderFilter (kFolderLog: Inbox and Sent), oldest first; every
+// Outbox record passed is counted in db.outboxSeen.
+bool SeekFirstInFolder(MessageDatabase& db);
+bool SeekNextInFolder(MessageDatabase& db);
+
+// True when a record in the message's folder has the same time, text, number and folder.
+// False also when the store cannot be read.
+bool FindDuplicate(MessageDatabase& db, const SmsMessage& message);
+
+// Deletes the message's record from message.store; a never-stored message (oid 0) succeeds
+// without doing anything. On success message.oid becomes 0.
+bool DeleteStoredMessage(SmsMessage& message);
+
+// Makes the message a new, empty one in `folder`.
+void ResetMessage(SmsMessage& message, FolderId folder);
+// A new Draft to the same correspondent.
+void MakeReply(SmsMessage& message);
+// A new Draft with the same text.
+void MakeForward(SmsMessage& message);
