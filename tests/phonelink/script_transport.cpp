@@ -92,9 +92,11 @@ TransferError ScriptPhone::Read(PhoneChannel* channel, std::uint8_t* buffer,
     if (self->readFailure_ != 0) return self->readFailure_;
     if (wanted == 0) return 0;
 
-    if (!self->chunks_.empty()) {
+    bool released = !self->chunks_.empty() &&
+                    !(self->chunks_.front().timed &&
+                      TickPassed(self->chunks_.front().releaseTick, self->Now()));
+    if (released) {
         Chunk& chunk = self->chunks_.front();
-        if (chunk.timed && TickPassed(chunk.releaseTick, self->Now())) return 0;  // not yet
         // Random splits also leave some reads empty, as a real line does between bursts.
         if (self->split_ == Split::kRandom && self->random_() % 4 == 0) return 0;
         std::size_t count = std::min<std::size_t>(wanted, chunk.bytes.size());

@@ -35,7 +35,7 @@ public:
     void SetResponder(std::function<std::string(const std::string& command)> responder);
     // Bytes available at once, before any command (stale input).
     void QueueNow(std::string bytes);
-    // Bytes handed out by every read that finds nothing else, for ever.
+    // Bytes handed out by every read that finds no released answer, for ever.
     void SetChatter(std::string bytes) { chatter_ = std::move(bytes); }
 
     void SetSplit(Split split, unsigned randomSeed = 1);

@@ -1,0 +1,286 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "at/at_exchange.h"
+#include "at_test_fixture.h"
+
+namespace {
+
+TransferError Classify(const std::string& line, TransferError* code) {
+    return ClassifyResultLine(reinterpret_cast<const std::uint8_t*>(line.data()),
+                              static_cast<std::uint32_t>(line.size()), code);
+}
+
+TEST(ClassifyResultLine, FinalCodesByLengthThenContent) {
+    struct Case {
+        std::string line;
+        bool final;
+        TransferError code;
+    };
+    const std::vector<Case> cases = {
+        {"OK", true, 0},
+        {"ERROR", true, kErrPhoneError},
+        {"ERxyz", true, kErrPhoneError},  // only the first two bytes are compared
+        {"+CMS ERROR: 500", true, kErrCmsError},
+        {"+CMS ERROR:", true, kErrCmsError},  // exactly 11 bytes
+        {"+CME ERROR: 10", true, kErrCmeError},
+        {"+CME ERROR:x", true, kErrCmeError},
+        {"+CMS ERROR", false, 0},  // no colon, 10 bytes
+        {"+CMS ERROR 500", false, 0},  // long enough, but no colon
+        {"+CME ERROR", false, 0},
+        {"AT", false, 0},  // an echo is 2 bytes but not "OK"
+        {"ok", false, 0},
+        {"OK ", false, 0},
+        {" OK", false, 0},
+        {"O", false, 0},
+        {"", false, 0},
+        {"ERROR ", false, 0},  // 6 bytes
+        {"ERRO", false, 0},
+        {"xRROR", false, 0},
+        {"RING", false, 0},
+        {"+CPMS: 1,2", false, 0},
+        {"NO CARRIER", false, 0},
+    };
+    for (const Case& c : cases) {
+        TransferError code = 0xDEAD;
+        TransferError result = Classify(c.line, &code);
+        if (c.final) {
+            EXPECT_EQ(result, 0u) << AtTest::Printable(c.line);
+            EXPECT_EQ(code, c.code) << AtTest::Printable(c.line);
+        } else {
+            EXPECT_EQ(result, kErrNotFinal) << AtTest::Printable(c.line);
+            EXPECT_EQ(code, 0xDEADu) << "code must be left alone for " << c.line;
+        }
+    }
+    // The bytes after "ER" are not looked at, NULs included.
+    TransferError code = 0;
+    EXPECT_EQ(ClassifyResultLine(reinterpret_cast<const std::uint8_t*>("ER\0\0\0"), 5, &code), 0u);
+    EXPECT_EQ(code, kErrPhoneError);
+}
+
+struct LineLog {
+    std::vector<std::string> lines;
+    TransferError answer = 0;
+    std::string answerOn;  // the handler returns `answer` for this line
+};
+
+TransferError LogLine(AtRequest*, const std::uint8_t* line, std::uint32_t length, void* arg) {
+    auto* log = static_cast<LineLog*>(arg);
+    log->lines.emplace_back(reinterpret_cast<const char*>(line), length);
+    if (!log->answerOn.empty() && log->lines.back() == log->answerOn) return log->answer;
+    return 0;
+}
+
+class ExchangeTest : public AtTest {
+protected:
+    TransferError Run(const char* command, LineLog* log = nullptr, std::uint32_t timeout = 0) {
+        AtRequest request;
+        InitAtRequest(&request, session_, command, timeout);
+        return AtExchange(&request, log != nullptr ? &LogLine : nullptr, log);
+    }
+    TransferError Expecting(const char* command, const char* text, std::uint32_t timeout = 0) {
+        AtRequest request;
+        InitAtRequest(&request, session_, command, timeout);
+        return AtExpect(&request, text);
+    }
+};
+
+TEST_F(ExchangeTest, OkEndsTheExchange) {
+    phone_.Expect("AT\r", kOk);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), 0u);
+    ASSERT_EQ(phone_.Writes().size(), 1u);
+    EXPECT_EQ(phone_.Writes()[0], "AT\r");
+}
+
+TEST_F(ExchangeTest, EchoedCommandIsSkipped) {
+    LineLog log;
+    phone_.Expect("AT\r", "AT\r\nOK\r\n");  // echo on, terse line ends
+    EXPECT_EQ(Run("AT\r", &log), 0u);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"AT"}));
+    log.lines.clear();
+    phone_.Expect("AT\r", "AT\r\r\nOK\r\n");  // echo with its CR, then a verbose answer
+    EXPECT_EQ(Run("AT\r", &log), 0u);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"AT\r"}));
+}
+
+TEST_F(ExchangeTest, ErrorSplitAcrossReadsIsRecognised) {
+    phone_.SetSplit(ScriptPhone::Split::kOneByte);
+    phone_.Expect("AT+CMGF=0\r", kError);
+    EXPECT_EQ(AtSendCommand(session_, "AT+CMGF=0\r"), kErrPhoneError);
+    phone_.SetSplit(ScriptPhone::Split::kRandom, 7);
+    phone_.Expect("AT+CMGF=0\r", "\r\nRING\r\n" + kError);
+    EXPECT_EQ(AtSendCommand(session_, "AT+CMGF=0\r"), kErrPhoneError);
+}
+
+TEST_F(ExchangeTest, AnyFiveByteLineStartingErIsAnError) {
+    phone_.Expect("AT\r", "\r\nERxyz\r\n");
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), kErrPhoneError);
+}
+
+TEST_F(ExchangeTest, ServiceAndEquipmentErrorsAreTheirOwnCodes) {
+    phone_.Expect("AT+CMGS=17\r", "\r\n+CMS ERROR: 304\r\n");
+    EXPECT_EQ(AtSendCommand(session_, "AT+CMGS=17\r"), kErrCmsError);
+    phone_.Expect("AT+CPMS=\"ME\"\r", "\r\n+CME ERROR: 3\r\n");
+    EXPECT_EQ(AtSendCommand(session_, "AT+CPMS=\"ME\"\r"), kErrCmeError);
+}
+
+TEST_F(ExchangeTest, CmsErrorWithoutColonIsNotFinalAndTimesOut) {
+    LineLog log;
+    phone_.Expect("AT\r", "\r\n+CMS ERROR\r\n");
+    EXPECT_EQ(Run("AT\r", &log), kErrTimeout);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"+CMS ERROR"}));
+    EXPECT_GE(SinceWrite(0), kAtDefaultTimeoutMs);
+    phone_.Expect("AT\r", "\r\n+CME ERR\r\n");  // shorter than 11 bytes
+    EXPECT_EQ(Run("AT\r"), kErrTimeout);
+}
+
+TEST_F(ExchangeTest, DataHookBeatsAnErrorInTheSameRead) {
+    phone_.Expect("AT+CMGS=17\r", "\r\nERROR\r\n> ");
+    EXPECT_EQ(Expecting("AT+CMGS=17\r", "> "), 0u);
+    // The same ERROR in a read of its own, before the prompt, ends the exchange with 14.
+    phone_.SetSplit(ScriptPhone::Split::kOneByte);
+    phone_.Expect("AT+CMGS=17\r", "\r\nERROR\r\n> ");
+    EXPECT_EQ(Expecting("AT+CMGS=17\r", "> "), kErrPhoneError);
+}
+
+TEST_F(ExchangeTest, PromptHookFindsItsTextAcrossReads) {
+    phone_.SetSplit(ScriptPhone::Split::kOneByte);
+    phone_.Expect("AT+CMGS=17\r", "\r\n> ");
+    EXPECT_EQ(Expecting("AT+CMGS=17\r", "> "), 0u);
+    EXPECT_LT(SinceWrite(0), 100u);
+}
+
+TEST_F(ExchangeTest, TimeoutCountsFromTheWriteNotFromTheDrain) {
+    // The drain before the write takes at least 50 ms of clock time. An answer 2990 ms after
+    // the write is in time; if the deadline were set before the drain it would be late.
+    phone_.Expect("AT\r", kOk, 2990);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), 0u);
+    EXPECT_GE(SinceWrite(0), 2990u);
+    phone_.Expect("AT\r", kOk, 3010);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), kErrTimeout);
+    EXPECT_GE(SinceWrite(1), kAtDefaultTimeoutMs);
+    EXPECT_LE(SinceWrite(1), kAtDefaultTimeoutMs + 5);
+}
+
+TEST_F(ExchangeTest, ArrivingDataDoesNotExtendTheDeadline) {
+    LineLog log;
+    phone_.OnWrite([this](const std::string&) { phone_.SetChatter("\r\nRING\r\n"); });
+    phone_.Expect("AT\r", kOk, 3500);
+    EXPECT_EQ(Run("AT\r", &log), kErrTimeout);
+    EXPECT_GT(log.lines.size(), 100u);  // it was talking all the time
+    EXPECT_LE(SinceWrite(0), kAtDefaultTimeoutMs + 5);
+}
+
+TEST_F(ExchangeTest, DefaultAndExplicitTimeouts) {
+    phone_.Expect("AT\r", "");
+    EXPECT_EQ(Run("AT\r", nullptr, 0), kErrTimeout);
+    EXPECT_GE(SinceWrite(0), 3000u);
+    EXPECT_LE(SinceWrite(0), 3005u);
+    phone_.Expect("AT+CMGL=4\r", "");
+    EXPECT_EQ(Run("AT+CMGL=4\r", nullptr, kAtListTimeoutMs), kErrTimeout);
+    EXPECT_GE(SinceWrite(1), 20000u);
+    EXPECT_LE(SinceWrite(1), 20005u);
+}
+
+TEST_F(ExchangeTest, ShippedTimeoutValues) {
+    EXPECT_EQ(kAtDefaultTimeoutMs, 3000u);
+    EXPECT_EQ(kAtListTimeoutMs, 20000u);
+    EXPECT_EQ(kAtPromptTimeoutMs, 20000u);
+    EXPECT_EQ(kAtPduTimeoutMs, 30000u);
+    EXPECT_EQ(kDrainQuietMs, 50u);
+    EXPECT_EQ(kDrainLimitMs, 3000u);
+    EXPECT_EQ(kResponseBufferSize, 2000u);
+}
+
+TEST_F(ExchangeTest, FullBufferWithoutACompleteResponseFailsWith4) {
+    phone_.Expect("AT+CMGL=4\r", std::string(2500, 'x'));
+    EXPECT_EQ(Run("AT+CMGL=4\r", nullptr, kAtListTimeoutMs), kErrInvalidParameter);
+    // Exactly 2000 bytes of one unfinished line: full, 4.
+    phone_.Expect("AT+CMGL=4\r", std::string(2000, 'y'));
+    EXPECT_EQ(Run("AT+CMGL=4\r", nullptr, kAtListTimeoutMs), kErrInvalidParameter);
+}
+
+TEST_F(ExchangeTest, LongestLineThatFitsIsDelivered) {
+    LineLog log;
+    phone_.SetSplit(ScriptPhone::Split::kRandom, 3);
+    // 1998 bytes and CR LF fill the buffer exactly; lines before it are compacted away.
+    phone_.Expect("AT+CMGL=4\r", "\r\nRING\r\n" + std::string(1998, 'z') + "\r\n" + kOk);
+    EXPECT_EQ(Run("AT+CMGL=4\r", &log, kAtListTimeoutMs), 0u);
+    ASSERT_EQ(log.lines.size(), 3u);
+    EXPECT_EQ(log.lines[1], std::string(1998, 'z'));
+}
+
+TEST_F(ExchangeTest, ReadFailureWhileWaitingIsATimeout) {
+    phone_.Expect("AT\r", "");
+    phone_.FailReadsAfterNextWrite(kErrConnection);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), kErrTimeout);
+    EXPECT_LT(SinceWrite(0), 100u);  // at once, not after the deadline
+}
+
+TEST_F(ExchangeTest, CancelWhileWaitingIsATimeout) {
+    CancelFlag cancel;
+    SetPollCallback(channel_, &CheckCancel, 100, &cancel);
+    phone_.Expect("AT+CMGL=4\r", "");
+    phone_.OnWrite([&cancel](const std::string&) { cancel.raised = true; });
+    EXPECT_EQ(Run("AT+CMGL=4\r", nullptr, kAtListTimeoutMs), kErrTimeout);
+    EXPECT_EQ(channel_->stickyError, kErrCancelled);
+    EXPECT_LT(SinceWrite(0), 300u);  // within about one poll interval
+}
+
+TEST_F(ExchangeTest, FailureWhileDrainingIsReturnedAsItIs) {
+    phone_.FailReads(kErrConnection);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), kErrConnection);
+    EXPECT_TRUE(phone_.Writes().empty());
+    phone_.FailReads(0);
+
+    CancelFlag cancel;
+    cancel.raised = true;
+    SetPollCallback(channel_, &CheckCancel, 100, &cancel);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), kErrCancelled);
+    EXPECT_TRUE(phone_.Writes().empty());
+}
+
+TEST_F(ExchangeTest, WriteFailureIsReturnedAsItIs) {
+    phone_.FailWrites(kErrConnection);
+    EXPECT_EQ(AtSendCommand(session_, "AT\r"), kErrConnection);
+}
+
+TEST_F(ExchangeTest, InformationLinesGoToTheHandlerAndItsResultEndsTheExchange) {
+    LineLog log;
+    phone_.Expect("AT+CPMS=\"SM\"\r", "\r\n+CPMS: 1,20,1,20,1,20\r\n\r\nRING\r\nOK\r\n");
+    EXPECT_EQ(Run("AT+CPMS=\"SM\"\r", &log), 0u);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"+CPMS: 1,20,1,20,1,20", "", "RING"}));
+
+    LineLog stopping;
+    stopping.answerOn = "RING";
+    stopping.answer = kErrCancelled;
+    phone_.Expect("AT\r", "\r\nRING\r\n" + kOk);
+    EXPECT_EQ(Run("AT\r", &stopping), kErrCancelled);
+}
+
+TEST_F(ExchangeTest, StaleInputIsDrainedBeforeTheCommand) {
+    LineLog log;
+    phone_.QueueNow("\r\nOK\r\n\r\n+CMTI: \"SM\",3\r\n");
+    phone_.Expect("AT\r", kError);
+    EXPECT_EQ(Run("AT\r", &log), kErrPhoneError);  // the stale OK is not taken as the answer
+    EXPECT_TRUE(log.lines.empty());
+}
+
+TEST_F(ExchangeTest, CommandLengthZeroMeansTheWholeText) {
+    AtRequest request;
+    InitAtRequest(&request, session_, "ATZ\r", 0);
+    phone_.Expect("ATZ\r", kOk);
+    EXPECT_EQ(AtSimple(&request), 0u);
+    EXPECT_EQ(request.commandLength, 4u);
+    // An explicit length sends that many bytes, NULs included.
+    const char withNul[] = "AT\0X";
+    InitAtRequest(&request, session_, withNul, 0);
+    request.commandLength = 4;
+    phone_.Expect(std::string(withNul, 4), kOk);
+    EXPECT_EQ(AtSimple(&request), 0u);
+}
+
+}  // namespace
