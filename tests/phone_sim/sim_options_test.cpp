@@ -1,0 +1,192 @@
+// Command-line options of the simulator.
+#include "sim_options.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace phone_sim {
+namespace {
+
+bool Parse(std::vector<const char*> args, SimOptions* options, std::string* error) {
+    args.insert(args.begin(), "velkan-phone-sim");
+    return ParseOptions(static_cast<int>(args.size()), args.data(), options, error);
+}
+
+TEST(SimOptions, Defaults) {
+    SimOptions o;
+    std::string error;
+    ASSERT_TRUE(Parse({}, &o, &error)) << error;
+    EXPECT_EQ(o.host, "127.0.0.1");
+    EXPECT_EQ(o.port, 4000u);
+    EXPECT_FALSE(o.pty);
+    EXPECT_TRUE(o.knobs.deliverSent);
+    EXPECT_EQ(o.knobs.simCapacity, 30u);
+    EXPECT_EQ(o.knobs.phoneCapacity, 100u);
+    EXPECT_EQ(o.baud, 0u);
+}
+
+TEST(SimOptions, EveryOptionIsTaken) {
+    SimOptions o;
+    std::string error;
+    ASSERT_TRUE(Parse({"--listen",
+                       "localhost:0",
+                       "--messages",
+                       "a.txt",
+                       "--messages=b.txt",
+                       "--sms",
+                       "SM:+49:Hi",
+                       "--generate",
+                       "12",
+                       "--state",
+                       "s.txt",
+                       "--log",
+                       "-",
+                       "--smsc",
+                       "",
+                       "--sm-capacity",
+                       "5",
+                       "--me-capacity",
+                       "7",
+                       "--no-deliver-sent",
+                       "--echo",
+                       "--reject-v1",
+                       "--no-me",
+                       "--error-on",
+                       "AT+CMGL",
+                       "--error-on",
+                       "AT+CMGD:CMS:321",
+                       "--error-on",
+                       "PDU:CME:10",
+                       "--silent-on",
+                       "AT+CPMS",
+                       "--drop-on",
+                       "PDU",
+                       "--drop-after",
+                       "3",
+                       "--byte-at-a-time",
+                       "--prompt-without-blank",
+                       "--unsolicited",
+                       "RING",
+                       "--baud",
+                       "19200",
+                       "--garbage",
+                       "8",
+                       "--no-line-end-flood",
+                       "AT+CMGL"},
+                      &o, &error))
+        << error;
+    EXPECT_EQ(o.host, "localhost");
+    EXPECT_EQ(o.port, 0u);
+    EXPECT_EQ(o.messageFiles, (std::vector<std::string>{"a.txt", "b.txt"}));
+    EXPECT_EQ(o.quickMessages, (std::vector<std::string>{"SM:+49:Hi"}));
+    EXPECT_EQ(o.generate, 12u);
+    EXPECT_EQ(o.statePath, "s.txt");
+    EXPECT_EQ(o.logPath, "-");
+    EXPECT_EQ(o.knobs.serviceCentre, "");
+    EXPECT_EQ(o.knobs.simCapacity, 5u);
+    EXPECT_EQ(o.knobs.phoneCapacity, 7u);
+    EXPECT_FALSE(o.knobs.deliverSent);
+    EXPECT_TRUE(o.knobs.echo);
+    EXPECT_TRUE(o.knobs.rejectV1);
+    EXPECT_TRUE(o.knobs.noMe);
+    ASSERT_EQ(o.knobs.errorOn.size(), 3u);
+    EXPECT_EQ(o.knobs.errorOn[0].command, "AT+CMGL");
+    EXPECT_EQ(o.knobs.errorOn[0].reply.kind, FaultKind::kError);
+    EXPECT_EQ(o.knobs.errorOn[1].command, "AT+CMGD");
+    EXPECT_EQ(o.knobs.errorOn[1].reply.kind, FaultKind::kCms);
+    EXPECT_EQ(o.knobs.errorOn[1].reply.code, 321);
+    EXPECT_EQ(o.knobs.errorOn[2].command, "PDU");
+    EXPECT_EQ(o.knobs.errorOn[2].reply.kind, FaultKind::kCme);
+    EXPECT_EQ(o.knobs.errorOn[2].reply.code, 10);
+    EXPECT_EQ(o.knobs.silentOn, (std::vector<std::string>{"AT+CPMS"}));
+    EXPECT_EQ(o.knobs.dropOn, (std::vector<std::string>{"PDU"}));
+    EXPECT_EQ(o.knobs.dropAfter, 3u);
+    EXPECT_TRUE(o.byteAtATime);
+    EXPECT_TRUE(o.knobs.promptWithoutBlank);
+    EXPECT_EQ(o.knobs.unsolicited, "RING");
+    EXPECT_EQ(o.baud, 19200u);
+    EXPECT_EQ(o.knobs.garbage, 8u);
+    EXPECT_EQ(o.knobs.floodOn, (std::vector<std::string>{"AT+CMGL"}));
+}
+
+TEST(SimOptions, PtyAndIpv6Listen) {
+    SimOptions o;
+    std::string error;
+    ASSERT_TRUE(Parse({"--pty"}, &o, &error)) << error;
+    EXPECT_TRUE(o.pty);
+    SimOptions six;
+    ASSERT_TRUE(Parse({"--listen=[::1]:4001"}, &six, &error)) << error;
+    EXPECT_EQ(six.host, "::1");
+    EXPECT_EQ(six.port, 4001u);
+}
+
+TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
+    const std::vector<std::vector<const char*>> bad = {
+        {"--bogus"},
+        {"-x"},
+        {"extra"},
+        {"--listen"},
+        {"--listen", "4000"},
+        {"--listen", ":4000"},
+        {"--listen", "localhost:65536"},
+        {"--listen", "localhost:port"},
+        {"--pty", "--listen", "127.0.0.1:0"},
+        {"--generate", "-1"},
+        {"--generate", "many"},
+        {"--baud", "5"},
+        {"--error-on", "AT+CMGL:WHATEVER"},
+        {"--error-on", "AT+CMGL:CMS:"},
+        {"--error-on", ":CMS:1"},
+        {"--silent-on", ""},
+        {"--echo=yes"},
+        {"--drop-after"},
+    };
+    for (const auto& args : bad) {
+        SimOptions o;
+        std::string error;
+        EXPECT_FALSE(Parse(args, &o, &error)) << args[0];
+        EXPECT_FALSE(error.empty()) << args[0];
+    }
+}
+
+TEST(SimOptions, HelpNamesEveryOptionAndTheFileFormat) {
+    SimOptions o;
+    std::string error;
+    ASSERT_TRUE(Parse({"--help"}, &o, &error));
+    EXPECT_TRUE(o.help);
+    const std::string help = HelpText();
+    for (const char* name : {"--listen",
+                             "--pty",
+                             "--messages",
+                             "--sms",
+                             "--generate",
+                             "--state",
+                             "--log",
+                             "--smsc",
+                             "--sm-capacity",
+                             "--me-capacity",
+                             "--deliver-sent",
+                             "--no-deliver-sent",
+                             "--echo",
+                             "--reject-v1",
+                             "--no-me",
+                             "--error-on",
+                             "--silent-on",
+                             "--drop-on",
+                             "--drop-after",
+                             "--byte-at-a-time",
+                             "--prompt-without-blank",
+                             "--unsolicited",
+                             "--baud",
+                             "--garbage",
+                             "--no-line-end-flood",
+                             "MEM|STATUS|NUMBER|YYYY-MM-DD HH:MM:SS|+ZZ|TEXT",
+                             "MEM|STATUS|PDU:<hex>|<tpdu length>"}) {
+        EXPECT_NE(help.find(name), std::string::npos) << name;
+    }
+}
+
+}  // namespace
+}  // namespace phone_sim

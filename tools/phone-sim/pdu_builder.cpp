@@ -1,0 +1,179 @@
+#include "pdu_builder.h"
+
+#include <cstring>
+#include <ctime>
+
+#include "pdu/deliver.h"
+#include "pdu/gsm_alphabet.h"
+#include "pdu/submit.h"
+
+namespace phone_sim {
+namespace {
+
+int HexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return -1;
+}
+
+// Splits "+123" into the type of address and the digits; false for anything but digits.
+bool SplitNumber(std::string_view number, std::size_t maxDigits, std::uint8_t* type,
+                 std::string* digits) {
+    *type = 0x81;
+    if (!number.empty() && number.front() == '+') {
+        *type = 0x91;
+        number.remove_prefix(1);
+    }
+    if (number.empty() || number.size() > maxDigits) return false;
+    for (char c : number) {
+        if (c < '0' || c > '9') return false;
+    }
+    digits->assign(number);
+    return true;
+}
+
+}  // namespace
+
+std::string ToHex(const std::vector<std::uint8_t>& bytes) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string hex;
+    hex.reserve(bytes.size() * 2);
+    for (std::uint8_t b : bytes) {
+        hex.push_back(kDigits[b >> 4]);
+        hex.push_back(kDigits[b & 0x0F]);
+    }
+    return hex;
+}
+
+bool FromHex(std::string_view hex, std::vector<std::uint8_t>* bytes) {
+    if (hex.size() % 2 != 0) return false;
+    bytes->clear();
+    bytes->reserve(hex.size() / 2);
+    for (std::size_t i = 0; i < hex.size(); i += 2) {
+        int high = HexValue(hex[i]);
+        int low = HexValue(hex[i + 1]);
+        if (high < 0 || low < 0) return false;
+        bytes->push_back(static_cast<std::uint8_t>(high << 4 | low));
+    }
+    return true;
+}
+
+bool SetServiceCentre(PduRecord* record, std::string_view number) {
+    if (number.empty()) {
+        record->scaDigits[0] = '\0';
+        record->scaType = 0x81;
+        return true;
+    }
+    std::string digits;
+    std::uint8_t type = 0;
+    if (!SplitNumber(number, 20, &type, &digits)) return false;
+    record->scaType = type;
+    std::memcpy(record->scaDigits, digits.c_str(), digits.size() + 1);
+    return true;
+}
+
+bool SetAddress(PduRecord* record, std::string_view number) {
+    std::string digits;
+    std::uint8_t type = 0;
+    if (!SplitNumber(number, kAddressDigitsSize - 1, &type, &digits)) return false;
+    record->addressType = type;
+    std::memcpy(record->addressDigits, digits.c_str(), digits.size() + 1);
+    return true;
+}
+
+bool EncodeRecord(PduRecord* record, BuiltPdu* out) {
+    if (EncodePdu(record) != 0) return false;
+    if (record->encodedLength > kEncodedSize || record->tpduLength > record->encodedLength) {
+        return false;
+    }
+    out->bytes.assign(record->encoded, record->encoded + record->encodedLength);
+    out->tpduLength = record->tpduLength;
+    if ((record->firstOctet & 3) == kMtiDeliver && record->timeStamp.zone < 0) {
+        // The zone octet is the last of the seven time-stamp octets, which follow the first
+        // octet, the address (length, type, digits) and TP-PID/TP-DCS.
+        std::size_t digits = std::strlen(record->addressDigits);
+        std::size_t zoneAt =
+            (record->encodedLength - record->tpduLength) + 1 + 2 + (digits + 1) / 2 + 2 + 6;
+        if (zoneAt < out->bytes.size()) {
+            unsigned quarters = static_cast<unsigned>(-record->timeStamp.zone) / 15;
+            out->bytes[zoneAt] = static_cast<std::uint8_t>(ToSwappedBcd(quarters % 80) | 0x08);
+        }
+    }
+    return true;
+}
+
+bool BuildTextPdu(const TextMessage& message, std::string_view serviceCentre, BuiltPdu* out,
+                  std::string* error) {
+    if (message.text.size() > kUserDataSize) {
+        *error = "text longer than 160 characters";
+        return false;
+    }
+    if (message.zoneQuarters < -79 || message.zoneQuarters > 79) {
+        *error = "time zone out of range (-79..+79 quarter hours)";
+        return false;
+    }
+    PduRecordPtr record(NewPduRecord());
+    if (!record) {
+        *error = "out of memory";
+        return false;
+    }
+    if (!SetServiceCentre(record.get(), serviceCentre)) {
+        *error = "bad service-centre number";
+        return false;
+    }
+    if (!SetAddress(record.get(), message.number)) {
+        *error = "bad number (digits with an optional leading +, at most 20)";
+        return false;
+    }
+    record->dcs = message.dcs;
+    if (message.submit) {
+        record->firstOctet = 0x01;  // SMS-SUBMIT, no validity period, reference 0
+    } else {
+        record->firstOctet = 0x04;  // SMS-DELIVER, no more messages waiting
+        const SystemTime& t = message.time;
+        if (t.year < 1991 || t.year > 2090) {
+            *error = "year out of range (1991..2090)";
+            return false;
+        }
+        record->timeStamp.year = t.year;
+        record->timeStamp.month = static_cast<std::uint8_t>(t.month);
+        record->timeStamp.day = static_cast<std::uint8_t>(t.day);
+        record->timeStamp.hour = static_cast<std::uint8_t>(t.hour);
+        record->timeStamp.minute = static_cast<std::uint8_t>(t.minute);
+        record->timeStamp.second = static_cast<std::uint8_t>(t.second);
+        record->timeStamp.zone = static_cast<std::int16_t>(message.zoneQuarters * 15);
+    }
+    // TextToSeptets writes a terminating 0 after the septets; userData has no room for it
+    // with a full 160-character text.
+    std::uint8_t septets[kUserDataSize + 1];
+    std::size_t count = 0;
+    TextToSeptets(message.text.data(), message.text.size(), septets, &count);
+    std::memcpy(record->userData, septets, count);
+    record->userDataLength = static_cast<std::uint32_t>(count);
+    if (!EncodeRecord(record.get(), out)) {
+        *error = "the encoder refused the message";
+        return false;
+    }
+    return true;
+}
+
+bool TpduLengthOf(const std::vector<std::uint8_t>& bytes, unsigned* tpduLength) {
+    if (bytes.empty()) return false;
+    std::size_t centre = std::size_t{bytes[0]} + 1;
+    if (centre >= bytes.size()) return false;
+    *tpduLength = static_cast<unsigned>(bytes.size() - centre);
+    return true;
+}
+
+int LocalZoneQuarters() {
+    std::time_t now = std::time(nullptr);
+    std::tm local{};
+    if (localtime_r(&now, &local) == nullptr) return 0;
+    long quarters = local.tm_gmtoff / (15 * 60);
+    if (quarters < -79) quarters = -79;
+    if (quarters > 79) quarters = 79;
+    return static_cast<int>(quarters);
+}
+
+}  // namespace phone_sim

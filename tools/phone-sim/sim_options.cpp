@@ -1,0 +1,273 @@
+#include "sim_options.h"
+
+#include <charconv>
+#include <string_view>
+
+namespace phone_sim {
+namespace {
+
+bool ParseCount(std::string_view text, unsigned max, unsigned* value) {
+    if (text.empty() || text.size() > 9) return false;
+    unsigned v = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), v);
+    if (ec != std::errc() || end != text.data() + text.size() || v > max) return false;
+    *value = v;
+    return true;
+}
+
+// "CMD", "CMD:ERROR", "CMD:CMS:n", "CMD:CME:n".
+bool ParseErrorRule(std::string_view text, ErrorRule* rule) {
+    std::size_t colon = text.find(':');
+    rule->command.assign(text.substr(0, colon));
+    if (rule->command.empty()) return false;
+    rule->reply = {};
+    if (colon == std::string_view::npos) return true;
+    std::string_view kind = text.substr(colon + 1);
+    if (kind == "ERROR") return true;
+    unsigned code = 0;
+    if (kind.substr(0, 4) == "CMS:" && ParseCount(kind.substr(4), 999, &code)) {
+        rule->reply = {FaultKind::kCms, static_cast<int>(code)};
+        return true;
+    }
+    if (kind.substr(0, 4) == "CME:" && ParseCount(kind.substr(4), 999, &code)) {
+        rule->reply = {FaultKind::kCme, static_cast<int>(code)};
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::string* error) {
+    bool listenGiven = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string_view arg = argv[i];
+        std::string_view value;
+        bool inlineValue = false;
+        if (arg.substr(0, 2) == "--") {
+            std::size_t eq = arg.find('=');
+            if (eq != std::string_view::npos) {
+                value = arg.substr(eq + 1);
+                arg = arg.substr(0, eq);
+                inlineValue = true;
+            }
+        }
+        // Fetches the option's value, from "--opt=value" or the next argument.
+        auto next = [&](std::string_view* out) {
+            if (inlineValue) {
+                *out = value;
+                return true;
+            }
+            if (i + 1 >= argc) {
+                *error = "option " + std::string(arg) + " needs a value";
+                return false;
+            }
+            *out = argv[++i];
+            return true;
+        };
+        auto flag = [&](bool* target) {
+            if (inlineValue) {
+                *error = "option " + std::string(arg) + " takes no value";
+                return false;
+            }
+            *target = true;
+            return true;
+        };
+        auto count = [&](unsigned max, unsigned* target) {
+            std::string_view v;
+            if (!next(&v)) return false;
+            if (!ParseCount(v, max, target)) {
+                *error = "option " + std::string(arg) + ": '" + std::string(v) +
+                         "' is not a number from 0 to " + std::to_string(max);
+                return false;
+            }
+            return true;
+        };
+        auto text = [&](std::string* target) {
+            std::string_view v;
+            if (!next(&v)) return false;
+            target->assign(v);
+            return true;
+        };
+        auto command = [&](std::vector<std::string>* list) {
+            std::string_view v;
+            if (!next(&v)) return false;
+            if (v.empty()) {
+                *error = "option " + std::string(arg) + " needs a command";
+                return false;
+            }
+            list->emplace_back(v);
+            return true;
+        };
+        Knobs& k = options->knobs;
+        bool ok = true;
+        if (arg == "--help" || arg == "-h") {
+            ok = flag(&options->help);
+        } else if (arg == "--listen") {
+            std::string_view v;
+            ok = next(&v);
+            if (ok) {
+                std::size_t colon = v.rfind(':');
+                std::string_view host = colon == std::string_view::npos ? "" : v.substr(0, colon);
+                if (host.size() >= 2 && host.front() == '[' && host.back() == ']') {
+                    host = host.substr(1, host.size() - 2);
+                }
+                if (host.empty() || !ParseCount(v.substr(colon + 1), 65535, &options->port)) {
+                    *error = "option --listen: expected HOST:PORT, got '" + std::string(v) + "'";
+                    ok = false;
+                } else {
+                    options->host.assign(host);
+                    listenGiven = true;
+                }
+            }
+        } else if (arg == "--pty") {
+            ok = flag(&options->pty);
+        } else if (arg == "--messages") {
+            options->messageFiles.emplace_back();
+            ok = text(&options->messageFiles.back());
+        } else if (arg == "--sms") {
+            options->quickMessages.emplace_back();
+            ok = text(&options->quickMessages.back());
+        } else if (arg == "--generate") {
+            ok = count(100000, &options->generate);
+        } else if (arg == "--state") {
+            ok = text(&options->statePath);
+        } else if (arg == "--log") {
+            ok = text(&options->logPath);
+        } else if (arg == "--smsc") {
+            ok = text(&k.serviceCentre);
+        } else if (arg == "--sm-capacity") {
+            ok = count(1000, &k.simCapacity);
+        } else if (arg == "--me-capacity") {
+            ok = count(100000, &k.phoneCapacity);
+        } else if (arg == "--deliver-sent") {
+            ok = flag(&k.deliverSent);
+        } else if (arg == "--no-deliver-sent") {
+            bool off = false;
+            ok = flag(&off);
+            k.deliverSent = false;
+        } else if (arg == "--echo") {
+            ok = flag(&k.echo);
+        } else if (arg == "--reject-v1") {
+            ok = flag(&k.rejectV1);
+        } else if (arg == "--no-me") {
+            ok = flag(&k.noMe);
+        } else if (arg == "--error-on") {
+            std::string_view v;
+            ok = next(&v);
+            ErrorRule rule;
+            if (ok && !ParseErrorRule(v, &rule)) {
+                *error = "option --error-on: expected CMD[:ERROR|:CMS:n|:CME:n], got '" +
+                         std::string(v) + "'";
+                ok = false;
+            }
+            if (ok) k.errorOn.push_back(rule);
+        } else if (arg == "--silent-on") {
+            ok = command(&k.silentOn);
+        } else if (arg == "--drop-on") {
+            ok = command(&k.dropOn);
+        } else if (arg == "--no-line-end-flood") {
+            ok = command(&k.floodOn);
+        } else if (arg == "--drop-after") {
+            ok = count(1000000, &k.dropAfter);
+        } else if (arg == "--byte-at-a-time") {
+            ok = flag(&options->byteAtATime);
+        } else if (arg == "--prompt-without-blank") {
+            ok = flag(&k.promptWithoutBlank);
+        } else if (arg == "--unsolicited") {
+            ok = text(&k.unsolicited);
+        } else if (arg == "--baud") {
+            ok = count(10000000, &options->baud);
+            if (ok && options->baud != 0 && options->baud < 10) {
+                *error = "option --baud: at least 10 (one byte a second)";
+                ok = false;
+            }
+        } else if (arg == "--garbage") {
+            ok = count(100000, &k.garbage);
+        } else {
+            *error = "unknown option '" + std::string(argv[i]) + "'";
+            ok = false;
+        }
+        if (!ok) return false;
+    }
+    if (options->pty && listenGiven) {
+        *error = "--listen and --pty exclude each other";
+        return false;
+    }
+    return true;
+}
+
+const char* HelpText() {
+    return R"(Usage: velkan-phone-sim [--listen HOST:PORT | --pty] [--messages FILE] [options]
+
+A simulated GSM phone in PDU mode, for tests, demos and users without a phone. It answers AT
+commands (AT, ATZ, ATE0/ATE1, ATV0/ATV1, AT+CMGF, AT+CSCS, AT+CPMS, AT+CMGL, AT+CMGR, AT+CMGD,
+AT+CMGS, AT+CSCA) and keeps a SIM memory "SM" and a phone memory "ME" of stored messages.
+
+The first line on standard output is always machine-readable: "listening HOST:PORT" (the real
+port) or, with --pty, the path of the pseudo-terminal's device. The simulator runs until
+SIGTERM or SIGINT and then ends with status 0. Bad options end it with status 2.
+
+Connection:
+  --listen HOST:PORT   TCP address to listen on (default 127.0.0.1:4000; port 0 picks a free
+                       port). One connection at a time; the next is accepted when it closes.
+                       Stored messages last for the life of the process.
+  --pty                a pseudo-terminal in raw mode instead of TCP
+  --baud N             pace output and input at N/10 bytes a second (19200: 1920 B/s)
+  --byte-at-a-time     write every response byte on its own
+
+Messages:
+  --messages FILE      stored messages to start with (repeatable; format below)
+  --sms MEM:NUMBER:TEXT
+                       an unread message received now (repeatable), e.g. SM:+4930123456:Hi
+  --generate N         N unread messages in ME for load tests (ME grows to fit)
+  --sm-capacity N      capacity of SM (default 30)
+  --me-capacity N      capacity of ME (default 100)
+  --smsc NUMBER        service centre written into stored PDUs and reported by AT+CSCA?
+                       (default +491710760000; "" for none, i.e. the "00" centre part)
+  --deliver-sent       every message sent with AT+CMGS arrives back as an unread SMS-DELIVER
+                       from its recipient in the receiving memory (ME unless changed with
+                       AT+CPMS; SM with --no-me) (default on)
+  --no-deliver-sent    keep sent messages only in the list of sent messages
+  --state FILE         after every change, write what the phone holds to FILE (a stored
+                       messages file, with SENT lines for the sent messages)
+  --log FILE           append every command received to FILE, one per line, exactly as
+                       received without its CR; the PDU stage of AT+CMGS as the hex text
+                       followed by "<ctrl-z>" (or "<esc>" when cancelled); "-" for stderr
+
+Faults (CMD is a command prefix such as AT+CMGL, case-insensitive, or PDU for the PDU stage
+of AT+CMGS; options naming CMD are repeatable):
+  --echo               echo commands (the state after ATZ and at every connection)
+  --reject-v1          answer ERROR to ATE0V1 (any command asking for V1)
+  --no-me              no phone memory: AT+CPMS="ME" answers ERROR
+  --error-on CMD[:KIND]
+                       answer CMD with KIND: ERROR (default), CMS:n or CME:n
+  --silent-on CMD      never answer CMD
+  --drop-on CMD        close the connection when CMD arrives (with --pty: close the master)
+  --drop-after N       close the connection after answering N commands
+  --no-line-end-flood CMD
+                       answer CMD with 2000 bytes and no line end
+  --unsolicited TEXT   send TEXT as an unsolicited line (e.g. RING) before every response
+  --garbage N          send N random printable bytes (never '>') before every response
+  --prompt-without-blank
+                       prompt with ">" instead of "> " after AT+CMGS
+
+Stored messages file: one message per line; blank lines and lines starting with '#' are
+skipped.
+  MEM|STATUS|NUMBER|YYYY-MM-DD HH:MM:SS|+ZZ|TEXT
+      e.g. SM|0|+4930123456|2003-11-15 09:30:05|+04|Hello
+  MEM|STATUS|PDU:<hex>|<tpdu length>
+      a hand-made PDU (centre part first), listed exactly as given; the length may be left out
+      when the hex holds a well-formed centre part
+  SENT|REF|NUMBER|FLAGS|DELIVERED|PDU:<hex>|<tpdu length>|TEXT
+      a sent message, as the state file writes it
+MEM is SM or ME, optionally with a fixed index (SM@5); otherwise the lowest free index is
+taken. STATUS: 0 REC UNREAD, 1 REC READ, 2 STO UNSENT, 3 STO SENT. Statuses 0 and 1 store an
+SMS-DELIVER stamped with the time and zone (+ZZ in quarter hours, +04 = GMT+1); 2 and 3 store
+an SMS-SUBMIT to NUMBER. NUMBER: digits with an optional leading +. TEXT is the rest of the line
+(up to 160 characters of the GSM alphabet; others become "§"); \n, \r and \\ stand for a line
+feed, a carriage return and a backslash.
+)";
+}
+
+}  // namespace phone_sim
