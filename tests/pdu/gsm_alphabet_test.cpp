@@ -259,12 +259,15 @@ TEST(GsmAlphabet, NibblesAboveNineBecomePunctuation) {
 }
 
 TEST(GsmAlphabet, DecodedDigitsMustFitTheOutput) {
+    // Six digits and the terminating 0 need seven bytes.
     const auto in = Octets("81 21 43 65");
-    char out[6];
+    char out[7];
     std::memset(out, 'x', sizeof out);
     std::uint8_t type = 0;
     EXPECT_EQ(DecodeAddressDigits(in.data(), in.size(), out, 6, &type), kErrInvalidParameter);
+    EXPECT_EQ(out[0], 'x') << "nothing written when refused";
     EXPECT_EQ(DecodeAddressDigits(in.data(), in.size(), out, 7, &type), kErrNone);
+    EXPECT_STREQ(out, "123456");
     EXPECT_EQ(DecodeAddressDigits(in.data(), 0, out, sizeof out, &type), kErrInvalidParameter);
 }
 
