@@ -421,12 +421,9 @@ CeOid CeDatabase::CreateDatabase(std::u16string_view name, std::uint32_t type,
     }
     if (lastError_ != kCeErrorFileNotFound) return 0;
     const std::string utf8 = Utf16ToUtf8(name);
-    if (!Execute("BEGIN IMMEDIATE")) return 0;
+    if (!BeginTransaction()) return 0;
     auto rollback = [&]() {
-        const std::uint32_t code = lastError_;
-        const std::string text = lastErrorText_;
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-        SetError(code, text);
+        RollbackTransaction();
         return CeOid{0};
     };
     sqlite3_stmt* stmt =
@@ -464,7 +461,8 @@ CeOid CeDatabase::CreateDatabase(std::u16string_view name, std::uint32_t type,
         sql += "CREATE INDEX " + IndexOf(table, specs[i].propId) + " ON " + table + "(" +
                ColumnName(specs[i].propId) + ");";
     }
-    if (!Execute(sql) || !Execute("COMMIT")) return rollback();
+    if (!Execute(sql)) return rollback();
+    if (!CommitTransaction()) return 0;
     databaseId = id;
     SetError(kCeErrorNone);
     return id;
@@ -495,7 +493,7 @@ bool CeDatabase::SetSortOrders(const CeSortOrderSpec* specs, unsigned count) {
         sql += "CREATE INDEX IF NOT EXISTS " + IndexOf(table, specs[i].propId) + " ON " + table +
                "(" + ColumnName(specs[i].propId) + ");";
     }
-    if (!Execute("BEGIN IMMEDIATE")) return false;
+    if (!BeginTransaction()) return false;
     sqlite3_stmt* stmt = Statement("UPDATE object_databases SET sort_orders = ?2 WHERE id = ?1");
     bool ok = stmt != nullptr && Execute(sql);
     if (ok) {
@@ -509,13 +507,11 @@ bool CeDatabase::SetSortOrders(const CeSortOrderSpec* specs, unsigned count) {
             ok = false;
         }
     }
-    if (!ok || !Execute("COMMIT")) {
-        const std::uint32_t code = lastError_;
-        const std::string text = lastErrorText_;
-        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
-        SetError(code, text);
+    if (!ok) {
+        RollbackTransaction();
         return false;
     }
+    if (!CommitTransaction()) return false;
     if (open_ && !LoadColumns()) return false;
     SetError(kCeErrorNone);
     return true;
@@ -557,14 +553,52 @@ bool CeDatabase::DeleteDatabase(std::u16string_view name) {
     if (!temp.Open(name, 0, 0)) return false;
     temp.Close();
     const std::string table = TableOf(temp.databaseId);
-    if (!temp.Execute("BEGIN IMMEDIATE")) return false;
+    if (!temp.BeginTransaction()) return false;
     if (!temp.Execute("DROP TABLE IF EXISTS " + table + ";DELETE FROM object_databases WHERE id = " +
-                      std::to_string(temp.databaseId) + ";") ||
-        !temp.Execute("COMMIT")) {
-        sqlite3_exec(temp.db_, "ROLLBACK", nullptr, nullptr, nullptr);
+                      std::to_string(temp.databaseId) + ";")) {
+        temp.RollbackTransaction();
         return false;
     }
+    return temp.CommitTransaction();
+}
+
+bool CeDatabase::BeginTransaction() {
+    if (!Connect()) return false;
+    const std::string sql = transactionDepth_ == 0
+                                ? std::string("BEGIN IMMEDIATE")
+                                : "SAVEPOINT vk" + std::to_string(transactionDepth_);
+    if (!Execute(sql)) return false;
+    ++transactionDepth_;
     return true;
+}
+
+bool CeDatabase::CommitTransaction() {
+    if (transactionDepth_ == 0) {
+        SetError(kCeErrorInvalidParameter);
+        return false;
+    }
+    const int level = transactionDepth_ - 1;
+    const std::string sql = level == 0 ? std::string("COMMIT") : "RELEASE vk" + std::to_string(level);
+    if (!Execute(sql)) {
+        const std::uint32_t code = lastError_;
+        const std::string text = lastErrorText_;
+        RollbackTransaction();
+        SetError(code, text);
+        return false;
+    }
+    transactionDepth_ = level;
+    return true;
+}
+
+void CeDatabase::RollbackTransaction() {
+    if (transactionDepth_ == 0 || db_ == nullptr) return;
+    const int level = --transactionDepth_;
+    const std::string sql = level == 0 ? std::string("ROLLBACK")
+                                       : "ROLLBACK TO vk" + std::to_string(level) + ";RELEASE vk" +
+                                             std::to_string(level);
+    sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr);
+    // Columns added inside the transaction are gone again.
+    if (open_) LoadColumns();
 }
 
 // --- the cursor ------------------------------------------------------------------------------

@@ -127,6 +127,14 @@ public:
     // An open handle keeps working in its order when that order is still present.
     bool SetSortOrders(const CeSortOrderSpec* specs, unsigned count);
 
+    // Several operations as one: everything between Begin and Commit is kept, or nothing
+    // (Rollback, or a failed Commit). They nest. Without them every write is committed on its
+    // own. An object with an open transaction holds the file's write lock, so callers that
+    // share a lock with other objects keep it for the whole transaction.
+    bool BeginTransaction();
+    bool CommitTransaction();
+    void RollbackTransaction();
+
     // Creates an empty database; its id, or 0 (LastError 183 when the name is taken).
     CeOid CreateDatabase(std::u16string_view name, std::uint32_t type,
                          const CeSortOrderSpec* specs, unsigned count);
@@ -187,6 +195,7 @@ private:
     std::uint32_t lastError_ = 0;
     std::string lastErrorText_;
     std::int64_t schemaVersion_ = -1;  // of the file when columns_ was loaded
+    int transactionDepth_ = 0;
 };
 
 // Helpers for the stores: UTF-16 text in and out of the big-endian blobs of the file.

@@ -70,6 +70,21 @@ std::recursive_mutex& MessageStoreLock() {
     return lock;
 }
 
+MessageStoreBatch::MessageStoreBatch(MessageDatabase& db)
+    : lock_(MessageStoreLock()), db_(db), started_(db.IsOpen() && db.BeginTransaction()) {}
+
+MessageStoreBatch::~MessageStoreBatch() {
+    if (started_) db_.RollbackTransaction();
+}
+
+bool MessageStoreBatch::Commit() {
+    if (!started_) return false;
+    started_ = false;
+    const bool ok = db_.CommitTransaction();
+    lock_.unlock();
+    return ok;
+}
+
 // --- list queries ----------------------------------------------------------------------------
 
 bool MessageDatabase::EnsureListIndexes() {
@@ -239,7 +254,7 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (missing != nullptr) *missing = 0;
     if (!IsOpen()) return false;
-    if (!Execute("BEGIN IMMEDIATE")) return false;
+    if (!BeginTransaction()) return false;
     bool ok = true;
     sqlite3_stmt* remove = Statement("DELETE FROM " + TableName() + " WHERE oid = ?1");
     ok = remove != nullptr;
@@ -258,10 +273,11 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
             ok = false;
         }
     }
-    if (!ok || !Execute("COMMIT")) {
-        sqlite3_exec(Connection(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (!ok) {
+        RollbackTransaction();
         return false;
     }
+    if (!CommitTransaction()) return false;
     if (std::find(oids.begin(), oids.end(), currentId) != oids.end()) currentId = 0;
     return true;
 }

@@ -55,6 +55,25 @@ private:
 // The one lock of the message store, held around every operation (it nests).
 std::recursive_mutex& MessageStoreLock();
 
+// Several message operations on one object as a whole: all their writes are kept, or none.
+// Holds the store's lock from construction to Commit (or destruction, which rolls back what
+// was not committed), so other threads wait rather than meet a locked file.
+class MessageStoreBatch {
+public:
+    explicit MessageStoreBatch(MessageDatabase& db);
+    ~MessageStoreBatch();
+    MessageStoreBatch(const MessageStoreBatch&) = delete;
+    MessageStoreBatch& operator=(const MessageStoreBatch&) = delete;
+
+    bool Started() const { return started_; }
+    bool Commit();
+
+private:
+    std::unique_lock<std::recursive_mutex> lock_;
+    MessageDatabase& db_;
+    bool started_;
+};
+
 // Opens `db` on the message database unless it is open, creating the database or adding its
 // time order when needed.
 bool OpenMessageStore(MessageDatabase& db);

@@ -195,30 +195,36 @@ sqlite3* OpenRaw(const std::string& path) {
     return db;
 }
 
-// Gives a new file its layout and makes every connection durable; false with a notice.
-bool SetUp(sqlite3* db, const std::string& path) {
-    auto fail = [&](StoreProblem problem) {
-        AddNotice(problem, path,
-                  "The message store " + path + " cannot be opened: " + sqlite3_errmsg(db) + ".");
-        return false;
+// Gives a new file its layout and makes every connection durable. A failure other than damage
+// comes with a notice.
+CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
+    auto fail = [&](int rc) {
+        *detail = sqlite3_errmsg(db);
+        if (IsDamageCode(rc)) return CheckResult::kDamaged;
+        AddNotice(StoreProblem::kCannotOpen, path,
+                  "The message store " + path + " cannot be opened: " + *detail + ".");
+        return CheckResult::kFailed;
     };
-    int rc = Exec(db, "PRAGMA journal_mode=WAL");
-    if (rc != SQLITE_OK) return fail(StoreProblem::kCannotOpen);
-    if (Exec(db, "PRAGMA synchronous=FULL") != SQLITE_OK) return fail(StoreProblem::kCannotOpen);
+    // Nothing is written before the layout version is known to be one this program reads.
     std::int64_t version = 0;
-    rc = Query(db, "PRAGMA user_version", [&](sqlite3_stmt* s) { version = sqlite3_column_int64(s, 0); });
-    if (rc != SQLITE_OK) return fail(StoreProblem::kCannotOpen);
+    int rc = Query(db, "PRAGMA user_version", [&](sqlite3_stmt* s) { version = sqlite3_column_int64(s, 0); });
+    if (rc != SQLITE_OK) return fail(rc);
     if (version > static_cast<std::int64_t>(kStoreSchemaVersion)) {
         AddNotice(StoreProblem::kNewerVersion, path,
                   "The message store " + path +
                       " was written by a newer version of Velkan Tessiver (layout " +
                       std::to_string(version) + "); it is left untouched.");
-        return false;
+        return CheckResult::kFailed;
     }
-    if (version == static_cast<std::int64_t>(kStoreSchemaVersion)) return true;
+    rc = Exec(db, "PRAGMA journal_mode=WAL");
+    if (rc != SQLITE_OK) return fail(rc);
+    rc = Exec(db, "PRAGMA synchronous=FULL");
+    if (rc != SQLITE_OK) return fail(rc);
+    if (version == static_cast<std::int64_t>(kStoreSchemaVersion)) return CheckResult::kGood;
     // A new file. Another process may be doing the same: the write lock decides, and the
     // statements below are harmless when repeated.
-    if (Exec(db, "BEGIN IMMEDIATE") != SQLITE_OK) return fail(StoreProblem::kCannotOpen);
+    rc = Exec(db, "BEGIN IMMEDIATE");
+    if (rc != SQLITE_OK) return fail(rc);
     const std::string init =
         "CREATE TABLE IF NOT EXISTS object_databases("
         " id INTEGER PRIMARY KEY AUTOINCREMENT,"
@@ -227,12 +233,14 @@ bool SetUp(sqlite3* db, const std::string& path) {
         " sort_orders TEXT NOT NULL DEFAULT '');"
         "PRAGMA application_id=" + std::to_string(kStoreApplicationId) + ";"
         "PRAGMA user_version=" + std::to_string(kStoreSchemaVersion) + ";";
-    if (Exec(db, init.c_str()) != SQLITE_OK || Exec(db, "COMMIT") != SQLITE_OK) {
-        const bool r = fail(StoreProblem::kCannotOpen);
+    rc = Exec(db, init.c_str());
+    if (rc == SQLITE_OK) rc = Exec(db, "COMMIT");
+    if (rc != SQLITE_OK) {
+        const CheckResult r = fail(rc);
         Exec(db, "ROLLBACK");
         return r;
     }
-    return true;
+    return CheckResult::kGood;
 }
 
 }  // namespace
@@ -271,6 +279,11 @@ std::vector<StoreNotice> TakeStoreNotices() {
 
 void AddStoreNotice(StoreNotice notice) {
     std::lock_guard<std::mutex> lock(g_mutex);
+    // One failure met by several attempts of one operation is reported once.
+    if (!g_notices.empty() && g_notices.back().problem == notice.problem &&
+        g_notices.back().message == notice.message) {
+        return;
+    }
     g_notices.push_back(std::move(notice));
 }
 
@@ -325,41 +338,43 @@ sqlite3* OpenStoreConnection() {
 
     sqlite3* db = OpenRaw(path);
     if (db == nullptr) return nullptr;
-    if (!checked) {
-        std::string detail;
-        switch (CheckFile(db, &detail)) {
-            case CheckResult::kGood:
-                break;
-            case CheckResult::kFailed:
-                AddNotice(StoreProblem::kCannotOpen, path,
-                          "The message store " + path + " cannot be read: " + detail + ".");
-                sqlite3_close(db);
-                return nullptr;
-            case CheckResult::kDamaged: {
-                sqlite3_close(db);
-                std::string error;
-                const std::string moved = SetAside(path, &error);
-                if (moved.empty()) {
-                    AddNotice(StoreProblem::kDamagedNotMoved, path,
-                              "The message store " + path + " is damaged (" + detail +
-                                  ") and could not be set aside: " + error + ".");
-                    return nullptr;
-                }
-                AddNotice(StoreProblem::kDamagedSetAside, path,
-                          "The message store " + path + " was damaged (" + detail +
-                              "); it was set aside as " + moved +
-                              " and a new empty store was started.",
-                          moved);
-                if (!EnsureFile(path) || !Identify(path, &identity)) return nullptr;
-                db = OpenRaw(path);
-                if (db == nullptr) return nullptr;
-                break;
-            }
-        }
-    }
-    if (!SetUp(db, path)) {
+    std::string detail;
+    CheckResult state = checked ? CheckResult::kGood : CheckFile(db, &detail);
+    if (state == CheckResult::kFailed) {
+        AddNotice(StoreProblem::kCannotOpen, path,
+                  "The message store " + path + " cannot be read: " + detail + ".");
         sqlite3_close(db);
         return nullptr;
+    }
+    // Damage can also show first while the connection is set up (a file replaced since it
+    // was checked).
+    if (state == CheckResult::kGood) state = SetUp(db, path, &detail);
+    if (state == CheckResult::kFailed) {
+        sqlite3_close(db);
+        return nullptr;
+    }
+    if (state == CheckResult::kDamaged) {
+        sqlite3_close(db);
+        std::string error;
+        const std::string moved = SetAside(path, &error);
+        if (moved.empty()) {
+            AddNotice(StoreProblem::kDamagedNotMoved, path,
+                      "The message store " + path + " is damaged (" + detail +
+                          ") and could not be set aside: " + error + ".");
+            return nullptr;
+        }
+        AddNotice(StoreProblem::kDamagedSetAside, path,
+                  "The message store " + path + " was damaged (" + detail +
+                      "); it was set aside as " + moved + " and a new empty store was started.",
+                  moved);
+        if (!EnsureFile(path) || !Identify(path, &identity)) return nullptr;
+        db = OpenRaw(path);
+        if (db == nullptr) return nullptr;
+        if (SetUp(db, path, &detail) != CheckResult::kGood) {
+            sqlite3_close(db);
+            return nullptr;
+        }
+        checked = false;  // record the new file below
     }
     if (!checked) {
         std::lock_guard<std::mutex> lock(g_mutex);
