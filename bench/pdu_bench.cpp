@@ -51,11 +51,14 @@ void BM_Decode(benchmark::State& state) {
     const auto tpdu = static_cast<std::uint32_t>(bytes.size() - 1 - bytes[0]);
     PduRecordPtr record(NewPduRecord());
     for (auto _ : state) {
-        TransferError err = DecodePdu(record.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()), tpdu);
+        TransferError err =
+            DecodePdu(record.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()), tpdu);
         benchmark::DoNotOptimize(err);
         benchmark::ClobberMemory();
     }
-    if (record->userDataLength != static_cast<std::uint32_t>(state.range(0))) state.SkipWithError("wrong decode");
+    if (record->userDataLength != static_cast<std::uint32_t>(state.range(0))) {
+        state.SkipWithError("wrong decode");
+    }
     state.SetItemsProcessed(state.iterations());
 }
 
@@ -71,7 +74,9 @@ void BM_DecodeAndApply(benchmark::State& state) {
         ApplyPduRecord(&message);
         benchmark::DoNotOptimize(message.text.data());
     }
-    if (message.text != SampleText(static_cast<std::size_t>(state.range(0)))) state.SkipWithError("wrong text");
+    if (message.text != SampleText(static_cast<std::size_t>(state.range(0)))) {
+        state.SkipWithError("wrong text");
+    }
     state.SetItemsProcessed(state.iterations());
 }
 

@@ -35,7 +35,8 @@ bool ParseLength(const char* text, std::uint32_t* value) {
 }
 
 int PrintResult(TransferError result) {
-    std::printf("%s\n", JsonObject().Add("result", static_cast<std::int64_t>(result)).Str().c_str());
+    std::printf("%s\n",
+                JsonObject().Add("result", static_cast<std::int64_t>(result)).Str().c_str());
     return static_cast<int>(result);
 }
 

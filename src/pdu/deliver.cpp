@@ -17,7 +17,9 @@ constexpr std::uint8_t kUdhiBit = 0x40;
 // An address field holds at most 20 digits: the type byte and ten digit octets.
 constexpr std::uint32_t kMaxAddressOctets = 11;
 
-std::uint8_t Alphabet(std::uint8_t dcs) { return (dcs >> 2) & 3; }
+std::uint8_t Alphabet(std::uint8_t dcs) {
+    return (dcs >> 2) & 3;
+}
 
 // Septets taken by a user-data header of `headerLength` octets, its length octet and fill bits.
 std::int64_t HeaderSeptets(std::uint32_t headerLength) {
@@ -48,9 +50,13 @@ char16_t WidenSigned(std::uint8_t octet) {
 
 }  // namespace
 
-PduRecord* NewPduRecord() { return static_cast<PduRecord*>(std::calloc(1, sizeof(PduRecord))); }
+PduRecord* NewPduRecord() {
+    return static_cast<PduRecord*>(std::calloc(1, sizeof(PduRecord)));
+}
 
-void FreePduRecord(PduRecord* record) { std::free(record); }
+void FreePduRecord(PduRecord* record) {
+    std::free(record);
+}
 
 TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint32_t totalLength,
                         std::uint32_t tpduLength) {
@@ -108,9 +114,9 @@ TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint3
     if (addressOctets > kMaxAddressOctets) return kErrInvalidParameter;
     if (i + 1 + addressOctets > total) return kErrInvalidParameter;
     {
-        const TransferError err = DecodeAddressDigits(bytes + i + 1, addressOctets,
-                                                      record->addressDigits, kAddressDigitsSize,
-                                                      &record->addressType);
+        const TransferError err =
+            DecodeAddressDigits(bytes + i + 1, addressOctets, record->addressDigits,
+                                kAddressDigitsSize, &record->addressType);
         if (err != kErrNone) return err;
     }
     i += 1 + addressOctets;
@@ -226,9 +232,9 @@ int DecodeStoredMessage(SmsMessage* message) {
         message->codecResult = kErrInvalidParameter;
         return 0;
     }
-    message->codecResult = DecodePdu(message->pduRecord.get(), pdu.data(),
-                                     static_cast<std::uint32_t>(pdu.size()),
-                                     static_cast<std::uint32_t>(tpdu));
+    message->codecResult =
+        DecodePdu(message->pduRecord.get(), pdu.data(), static_cast<std::uint32_t>(pdu.size()),
+                  static_cast<std::uint32_t>(tpdu));
     if (message->codecResult != kErrNone) return 0;
     ApplyPduRecord(message);
     return 1;
@@ -252,7 +258,9 @@ int ApplyPduRecord(SmsMessage* message) {
     switch (Alphabet(record->dcs)) {
         case kAlphabet8Bit:
             message->text.resize(length);
-            for (std::size_t k = 0; k < length; ++k) message->text[k] = WidenSigned(record->userData[k]);
+            for (std::size_t k = 0; k < length; ++k) {
+                message->text[k] = WidenSigned(record->userData[k]);
+            }
             break;
         case kAlphabetReserved:
             // Little-endian pairs of octets.

@@ -53,7 +53,9 @@ int HexDigitValue(char c) {
 }  // namespace
 
 void SeptetsToText(const std::uint8_t* septets, std::size_t n, char16_t* out, std::size_t* count) {
-    for (std::size_t i = 0; i < n; ++i) out[i] = static_cast<char16_t>(kGsmAlphabet[septets[i] & 0x7F]);
+    for (std::size_t i = 0; i < n; ++i) {
+        out[i] = static_cast<char16_t>(kGsmAlphabet[septets[i] & 0x7F]);
+    }
     out[n] = 0;
     *count = n;
 }
@@ -74,7 +76,8 @@ void TextToSeptets(const char16_t* text, std::size_t n, std::uint8_t* out, std::
     *count = n;
 }
 
-void PackSeptets(const std::uint8_t* septets, std::size_t n, std::uint8_t* out, std::size_t* index) {
+void PackSeptets(const std::uint8_t* septets, std::size_t n, std::uint8_t* out,
+                 std::size_t* index) {
     std::size_t k = *index;
     unsigned accumulator = 0;  // pending bits, least significant first
     unsigned bits = 0;
@@ -106,9 +109,13 @@ void UnpackSeptets(const std::uint8_t* packed, std::size_t n, std::uint8_t* out)
     }
 }
 
-int OctetsForSeptets(int n) { return (n * 7 + 7) / 8; }
+int OctetsForSeptets(int n) {
+    return (n * 7 + 7) / 8;
+}
 
-int SeptetsForOctets(int n) { return (n * 8 + 6) / 7; }
+int SeptetsForOctets(int n) {
+    return (n * 8 + 6) / 7;
+}
 
 TransferError EncodeAddressDigits(std::uint8_t* out, std::size_t* index, std::uint8_t type,
                                   const char* digits) {

@@ -16,8 +16,8 @@ constexpr std::uint8_t kUdhiBit = 0x40;
 constexpr std::uint8_t kSrrBit = 0x20;
 
 constexpr std::size_t kMaxAddressDigits = kAddressDigitsSize - 1;  // 20
-constexpr std::uint32_t kMax7BitUdl = 160;                          // septets
-constexpr std::uint32_t kMax8BitUdl = 140;                          // octets
+constexpr std::uint32_t kMax7BitUdl = 160;                         // septets
+constexpr std::uint32_t kMax8BitUdl = 140;                         // octets
 
 // Narrowing of a number to 8-bit text. Only ASCII survives unchanged; anything else becomes "?"
 // (as the platform's default character would), so that a character whose low byte happens to be
@@ -111,9 +111,9 @@ TransferError EncodePdu(PduRecord* record) {
     const bool hasHeader = (record->firstOctet & kUdhiBit) != 0;
     if (record->userDataLength > kUserDataSize) return kErrInvalidParameter;
     if (hasHeader && record->headerLength > kHeaderSize) return kErrInvalidParameter;
-    const std::uint32_t headerSeptets =
-        hasHeader ? static_cast<std::uint32_t>(SeptetsForOctets(static_cast<int>(record->headerLength) + 1))
-                  : 0;
+    const std::uint32_t headerSeptets = hasHeader ? static_cast<std::uint32_t>(SeptetsForOctets(
+                                                        static_cast<int>(record->headerLength) + 1))
+                                                  : 0;
     if (hasHeader) {
         if (alphabet == kAlphabet7Bit) {
             record->udl = record->userDataLength + headerSeptets;

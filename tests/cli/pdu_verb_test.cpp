@@ -8,7 +8,9 @@
 
 namespace {
 
-ProcessResult Velkan(const std::vector<std::string>& args) { return RunProcess(VELKAN_BIN, args); }
+ProcessResult Velkan(const std::vector<std::string>& args) {
+    return RunProcess(VELKAN_BIN, args);
+}
 
 const char* kHelloDeliver = "00040A91940321436500003011519003504005C8329BFD06";
 
@@ -64,9 +66,12 @@ TEST(PduVerb, DecodesServiceCentreHeaderAndEightBitText) {
     const ProcessResult r = Velkan(
         {"pdu", "decode", "0791942143658709440A919403214365000430115190035040060300010741FF"});
     EXPECT_EQ(r.exitStatus, 0) << r.out;
-    EXPECT_NE(r.out.find("\"scaType\":145,\"scaDigits\":\"491234567890\""), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("\"dcs\":4,\"udl\":6,\"userDataLength\":2,\"headerLength\":3,\"header\":\"000107\""),
-              std::string::npos)
+    EXPECT_NE(r.out.find("\"scaType\":145,\"scaDigits\":\"491234567890\""), std::string::npos)
+        << r.out;
+    EXPECT_NE(
+        r.out.find(
+            "\"dcs\":4,\"udl\":6,\"userDataLength\":2,\"headerLength\":3,\"header\":\"000107\""),
+        std::string::npos)
         << r.out;
     // 0xFF becomes U+FFFF by sign extension, which is EF BF BF in UTF-8.
     EXPECT_NE(r.out.find("\"text\":\"A\xEF\xBF\xBF\""), std::string::npos) << r.out;
@@ -84,7 +89,8 @@ TEST(PduVerb, EncodesHello) {
     const ProcessResult r = Velkan({"pdu", "encode", "--to", "+4930123456", "--text", "Hello"});
     EXPECT_EQ(r.exitStatus, 0);
     EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0001000A9194032143650000" "05C8329BFD06\",\"tpduLength\":17,"
+              "{\"result\":0,\"pdu\":\"0001000A9194032143650000"
+              "05C8329BFD06\",\"tpduLength\":17,"
               "\"encodedLength\":18}\n");
     EXPECT_EQ(r.err, "");
 }
@@ -94,7 +100,8 @@ TEST(PduVerb, EncodesFlashWithStatusReport) {
         {"pdu", "encode", "--flash", "--to", "+4930123456", "--status-report", "--text", "Hello"});
     EXPECT_EQ(r.exitStatus, 0);
     EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0021000A91940321436500F0" "05C8329BFD06\",\"tpduLength\":17,"
+              "{\"result\":0,\"pdu\":\"0021000A91940321436500F0"
+              "05C8329BFD06\",\"tpduLength\":17,"
               "\"encodedLength\":18}\n");
 }
 
@@ -103,24 +110,30 @@ TEST(PduVerb, EncodesWithCustomServiceCentre) {
         {"pdu", "encode", "--to", "+4930123456", "--text", "Hello", "--smsc", "+491234567890"});
     EXPECT_EQ(r.exitStatus, 0);
     EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0791942143658709" "01000A9194032143650000" "05C8329BFD06\","
+              "{\"result\":0,\"pdu\":\"0791942143658709"
+              "01000A9194032143650000"
+              "05C8329BFD06\","
               "\"tpduLength\":17,\"encodedLength\":25}\n");
 }
 
 TEST(PduVerb, EncodeTakesUtf8Text) {
     // The euro sign has no septet and is sent as 0x5F.
-    const ProcessResult r = Velkan({"pdu", "encode", "--to", "112", "--text", "\xE2\x82\xAC" "uro"});
+    const ProcessResult r = Velkan({"pdu", "encode", "--to", "112", "--text",
+                                    "\xE2\x82\xAC"
+                                    "uro"});
     EXPECT_EQ(r.exitStatus, 0);
     EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"000100038111F20000" "04DFBAFC0D\",\"tpduLength\":13,"
+              "{\"result\":0,\"pdu\":\"000100038111F20000"
+              "04DFBAFC0D\",\"tpduLength\":13,"
               "\"encodedLength\":14}\n");
 }
 
 TEST(PduVerb, EncodeWithoutTextSendsAnEmptyMessage) {
     const ProcessResult r = Velkan({"pdu", "encode", "--to", "0301234567"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_EQ(r.out, "{\"result\":0,\"pdu\":\"0001000A813010325476000000\",\"tpduLength\":12,"
-                     "\"encodedLength\":13}\n");
+    EXPECT_EQ(r.out,
+              "{\"result\":0,\"pdu\":\"0001000A813010325476000000\",\"tpduLength\":12,"
+              "\"encodedLength\":13}\n");
 }
 
 TEST(PduVerb, EncodeFailuresGiveResultFour) {
@@ -144,10 +157,14 @@ TEST(PduVerb, UsageErrors) {
     ExpectUsageError({"pdu", "decode"}, "needs the PDU as HEX");
     ExpectUsageError({"pdu", "decode", kHelloDeliver, "--bogus"}, "unknown option '--bogus'");
     ExpectUsageError({"pdu", "decode", kHelloDeliver, "00"}, "one HEX argument");
-    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length", "twenty"}, "--tpdu-length needs a number");
-    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length", "-1"}, "--tpdu-length needs a number");
-    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length", "99999999999"}, "--tpdu-length needs a number");
-    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length"}, "--tpdu-length needs a number");
+    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length", "twenty"},
+                     "--tpdu-length needs a number");
+    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length", "-1"},
+                     "--tpdu-length needs a number");
+    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length", "99999999999"},
+                     "--tpdu-length needs a number");
+    ExpectUsageError({"pdu", "decode", kHelloDeliver, "--tpdu-length"},
+                     "--tpdu-length needs a number");
     ExpectUsageError({"pdu", "encode"}, "needs --to NUMBER");
     ExpectUsageError({"pdu", "encode", "--text", "Hello"}, "needs --to NUMBER");
     ExpectUsageError({"pdu", "encode", "--to"}, "--to needs a value");
@@ -159,6 +176,7 @@ TEST(PduVerb, UsageErrors) {
 TEST(PduVerb, HelpListsTheVerb) {
     const ProcessResult r = Velkan({"--help"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_NE(r.out.find("velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]"),
+    EXPECT_NE(r.out.find("velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] "
+                         "[--smsc NUMBER]"),
               std::string::npos);
 }

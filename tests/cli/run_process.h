@@ -106,7 +106,8 @@ inline ProcessResult RunProcess(const std::string& program, const std::vector<st
             char buffer[4096];
             const ssize_t r = read(fds[k].fd, buffer, sizeof buffer);
             if (r > 0) {
-                (fds[k].fd == outFd ? result.out : result.err).append(buffer, static_cast<std::size_t>(r));
+                (fds[k].fd == outFd ? result.out : result.err)
+                    .append(buffer, static_cast<std::size_t>(r));
             } else if (r == 0 || errno != EINTR) {
                 close(fds[k].fd);
                 if (fds[k].fd == outFd) {

@@ -22,10 +22,14 @@ void Check(bool condition) {
 
 std::uint32_t TpduLength(std::uint8_t control, const std::uint8_t* pdu, std::uint32_t n) {
     switch (control >> 6) {
-        case 0: return n == 0 ? 0 : n - 1 - pdu[0];
-        case 1: return n;
-        case 2: return n - (control & 0x3F);
-        default: return control & 0x3F;
+        case 0:
+            return n == 0 ? 0 : n - 1 - pdu[0];
+        case 1:
+            return n;
+        case 2:
+            return n - (control & 0x3F);
+        default:
+            return control & 0x3F;
     }
 }
 

@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             std::unique_ptr<char[]> text(new char[size + 1]);
             BytesToHex(out.get(), size / 2, text.get());
             for (std::size_t i = 0; i < size; ++i) {
-                const char c = hex[i] >= 'a' && hex[i] <= 'f' ? static_cast<char>(hex[i] - 32) : hex[i];
+                const char c =
+                    hex[i] >= 'a' && hex[i] <= 'f' ? static_cast<char>(hex[i] - 32) : hex[i];
                 Check(text[i] == c);
             }
             Check(text[size] == 0);

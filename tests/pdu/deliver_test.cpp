@@ -140,31 +140,39 @@ TEST(DecodePdu, ShortDataIsTakenAsHavingNoServiceCentre) {
 TEST(DecodePdu, AlphanumericSenderFails) {
     // "Velkan" as seven-bit characters in an address of type 0xD0.
     auto record = NewRecord();
-    const std::string hex = "00 04 0C D0 D6 32 7B 1C 76 03 00 00 30 11 51 90 03 50 40 05 C8 32 9B FD 06";
+    const std::string hex =
+        "00 04 0C D0 D6 32 7B 1C 76 03 00 00 30 11 51 90 03 50 40 05 C8 32 9B FD 06";
     EXPECT_EQ(DecodeExact(record.get(), Octets(hex), 24), kErrInvalidParameter);
 }
 
 TEST(DecodePdu, AddressOfMoreThanTwentyDigitsFails) {
     auto record = NewRecord();
-    const std::string hex = "00 04 15 91 11 11 11 11 11 11 11 11 11 11 F1 00 00 " + std::string(kStamp) + " 00";
-    EXPECT_EQ(DecodeExact(record.get(), Octets(hex), static_cast<std::uint32_t>(Octets(hex).size() - 1)),
-              kErrInvalidParameter);
+    const std::string hex =
+        "00 04 15 91 11 11 11 11 11 11 11 11 11 11 F1 00 00 " + std::string(kStamp) + " 00";
+    EXPECT_EQ(
+        DecodeExact(record.get(), Octets(hex), static_cast<std::uint32_t>(Octets(hex).size() - 1)),
+        kErrInvalidParameter);
     // Twenty digits still fit.
-    const std::string twenty = "00 04 14 91 11 11 11 11 11 11 11 11 11 11 00 00 " + std::string(kStamp) + " 00";
-    ASSERT_EQ(DecodeExact(record.get(), Octets(twenty), static_cast<std::uint32_t>(Octets(twenty).size() - 1)),
+    const std::string twenty =
+        "00 04 14 91 11 11 11 11 11 11 11 11 11 11 00 00 " + std::string(kStamp) + " 00";
+    ASSERT_EQ(DecodeExact(record.get(), Octets(twenty),
+                          static_cast<std::uint32_t>(Octets(twenty).size() - 1)),
               kErrNone);
     EXPECT_STREQ(record->addressDigits, "11111111111111111111");
 }
 
 TEST(DecodePdu, YearsBeforeNinetyOneAreThisCentury) {
-    Decoded d1999 = DecodeListed(HelloWith("04", "00", "99 11 51 90 03 50 40", "05 C8 32 9B FD 06"));
+    Decoded d1999 =
+        DecodeListed(HelloWith("04", "00", "99 11 51 90 03 50 40", "05 C8 32 9B FD 06"));
     ASSERT_EQ(d1999.result, kErrNone);
     EXPECT_EQ(d1999.record()->timeStamp.year, 1999);
     // The year 90 (octet 09 in swapped digits) is 2090; 91 (octet 19) is 1991.
-    Decoded d2090 = DecodeListed(HelloWith("04", "00", "09 11 51 90 03 50 40", "05 C8 32 9B FD 06"));
+    Decoded d2090 =
+        DecodeListed(HelloWith("04", "00", "09 11 51 90 03 50 40", "05 C8 32 9B FD 06"));
     ASSERT_EQ(d2090.result, kErrNone);
     EXPECT_EQ(d2090.record()->timeStamp.year, 2090);
-    Decoded d1991 = DecodeListed(HelloWith("04", "00", "19 11 51 90 03 50 40", "05 C8 32 9B FD 06"));
+    Decoded d1991 =
+        DecodeListed(HelloWith("04", "00", "19 11 51 90 03 50 40", "05 C8 32 9B FD 06"));
     ASSERT_EQ(d1991.result, kErrNone);
     EXPECT_EQ(d1991.record()->timeStamp.year, 1991);
 }
@@ -224,7 +232,8 @@ TEST(DecodePdu, EightBitHeader) {
     EXPECT_EQ(d.record()->userDataLength, 2u);
     EXPECT_EQ(d.message.text, u"AB");
     // A header length beyond TP-UDL fails.
-    EXPECT_EQ(DecodeListed(HelloWith("44", "04", kStamp, "02 03 00 01 07")).result, kErrInvalidParameter);
+    EXPECT_EQ(DecodeListed(HelloWith("44", "04", kStamp, "02 03 00 01 07")).result,
+              kErrInvalidParameter);
 }
 
 TEST(DecodePdu, ReservedAlphabetReadsLittleEndianPairs) {
@@ -296,8 +305,10 @@ TEST(DecodePdu, InvalidTimeFieldReadsAsZeroAndLeavesTimeZero) {
 
 TEST(DecodePdu, StatusReportKeepsOnlyAddressAndReference) {
     auto record = NewRecord();
-    const auto bytes = Octets("00 06 2A 0A 91 94 03 21 43 65 30 11 51 90 03 50 40 30 11 51 90 03 50 40 00");
-    ASSERT_EQ(DecodeExact(record.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)), kErrNone);
+    const auto bytes =
+        Octets("00 06 2A 0A 91 94 03 21 43 65 30 11 51 90 03 50 40 30 11 51 90 03 50 40 00");
+    ASSERT_EQ(DecodeExact(record.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)),
+              kErrNone);
     EXPECT_EQ(record->firstOctet, 0x06);
     EXPECT_EQ(record->messageReference, 0x2A);
     EXPECT_STREQ(record->addressDigits, "4930123456");
@@ -320,8 +331,9 @@ TEST(DecodePdu, SubmitWithRelativeValidity) {
 
 TEST(DecodePdu, SubmitWithAbsoluteOrEnhancedValidity) {
     for (const char* firstOctet : {"19", "09"}) {
-        Decoded d = DecodeListed(std::string("00 ") + firstOctet +
-                                 " 00 0A 91 94 03 21 43 65 00 00 30 11 51 90 03 50 40 05 C8 32 9B FD 06");
+        Decoded d =
+            DecodeListed(std::string("00 ") + firstOctet +
+                         " 00 0A 91 94 03 21 43 65 00 00 30 11 51 90 03 50 40 05 C8 32 9B FD 06");
         ASSERT_EQ(d.result, kErrNone) << firstOctet;
         EXPECT_EQ(Hex(d.record()->validityPeriod, 7), "30115190035040");
         EXPECT_EQ(d.message.text, u"Hello");
@@ -343,7 +355,8 @@ TEST(DecodePdu, ReservedTypeMeansTheServiceCentreWasMisread) {
 
 TEST(DecodePdu, ReservedTypeTwiceFails) {
     auto record = NewRecord();
-    EXPECT_EQ(DecodeExact(record.get(), Octets("03 81 21 43 03 00 00 00 00 00"), 6), kErrInvalidParameter);
+    EXPECT_EQ(DecodeExact(record.get(), Octets("03 81 21 43 03 00 00 00 00 00"), 6),
+              kErrInvalidParameter);
     // The centre digits read on the way are dropped again.
     EXPECT_STREQ(record->scaDigits, "");
 }
@@ -378,7 +391,8 @@ TEST(DecodePdu, NullArgumentsFail) {
 }
 
 TEST(ApplyPduRecord, NationalNumberHasNoPlus) {
-    Decoded d = DecodeListed("00 04 0A 81 10 32 54 76 98 00 00 30 11 51 90 03 50 40 05 C8 32 9B FD 06");
+    Decoded d =
+        DecodeListed("00 04 0A 81 10 32 54 76 98 00 00 30 11 51 90 03 50 40 05 C8 32 9B FD 06");
     ASSERT_EQ(d.result, kErrNone);
     EXPECT_EQ(d.message.number, u"0123456789");
 }

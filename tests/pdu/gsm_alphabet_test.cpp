@@ -59,7 +59,7 @@ TEST(GsmAlphabet, StandardRowsOfTheTable) {
     EXPECT_EQ(kGsmAlphabet[0x03], 0x00A5);
     EXPECT_EQ(kGsmAlphabet[0x0A], u'\n');
     EXPECT_EQ(kGsmAlphabet[0x0D], u'\r');
-    const char16_t greek[] = {0x0394, u'_', 0x03A6, 0x0393, 0x039B, 0x03A9,
+    const char16_t greek[] = {0x0394, u'_',   0x03A6, 0x0393, 0x039B, 0x03A9,
                               0x03A0, 0x03A8, 0x03A3, 0x0398, 0x039E};
     for (int k = 0; k < 11; ++k) EXPECT_EQ(kGsmAlphabet[0x10 + k], greek[k]) << k;
     EXPECT_EQ(kGsmAlphabet[0x24], 0x00A4);
@@ -126,7 +126,9 @@ TEST(GsmAlphabet, EightSeptetsPackIntoSevenOctets) {
     EXPECT_EQ(Packed({1, 2, 3, 4, 5, 6, 7, 8}), "01C18050301C10");
 }
 
-TEST(GsmAlphabet, OneSeptetPacksIntoOneOctet) { EXPECT_EQ(Packed({0x41}), "41"); }
+TEST(GsmAlphabet, OneSeptetPacksIntoOneOctet) {
+    EXPECT_EQ(Packed({0x41}), "41");
+}
 
 TEST(GsmAlphabet, HundredSixtySeptetsPackIntoHundredFortyOctets) {
     std::vector<std::uint8_t> septets(160, 0x55);
@@ -164,7 +166,9 @@ TEST(GsmAlphabet, UnpackOfAFullGroupGivesTheEighthSeptet) {
 TEST(GsmAlphabet, PackThenUnpackForEveryCount) {
     for (std::size_t n = 0; n <= 160; ++n) {
         std::vector<std::uint8_t> septets(n);
-        for (std::size_t k = 0; k < n; ++k) septets[k] = static_cast<std::uint8_t>((k * 37 + n) & 0x7F);
+        for (std::size_t k = 0; k < n; ++k) {
+            septets[k] = static_cast<std::uint8_t>((k * 37 + n) & 0x7F);
+        }
         std::vector<std::uint8_t> packed(140, 0);
         std::size_t index = 0;
         PackSeptets(septets.data(), n, packed.data(), &index);
@@ -240,7 +244,8 @@ TEST(GsmAlphabet, AlphanumericAndAbbreviatedTypesAreRefused) {
     std::uint8_t type = 0;
     for (std::uint8_t t : {0xD0, 0xE1, 0xF1}) {
         const std::uint8_t in[] = {t, 0x21};
-        EXPECT_EQ(DecodeAddressDigits(in, 2, out, sizeof out, &type), kErrInvalidParameter) << int(t);
+        EXPECT_EQ(DecodeAddressDigits(in, 2, out, sizeof out, &type), kErrInvalidParameter)
+            << int(t);
     }
     const std::uint8_t national[] = {0xA1, 0x21};
     EXPECT_EQ(DecodeAddressDigits(national, 2, out, sizeof out, &type), kErrNone);

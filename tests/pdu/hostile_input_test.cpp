@@ -90,7 +90,8 @@ TEST(HostileInput, EveryTruncationOfAValidPdu) {
             ASSERT_EQ(DecodeExact(r.get(), pdu, fullTpdu), kErrNone);
         }
         for (std::size_t n = 0; n < pdu.size(); ++n) {
-            const std::vector<std::uint8_t> cut(pdu.begin(), pdu.begin() + static_cast<std::ptrdiff_t>(n));
+            const std::vector<std::uint8_t> cut(pdu.begin(),
+                                                pdu.begin() + static_cast<std::ptrdiff_t>(n));
             DecodeAndCheck(cut, fullTpdu);
             DecodeAndCheck(cut, static_cast<std::uint32_t>(n));
             if (n > 0) DecodeAndCheck(cut, static_cast<std::uint32_t>(n - 1 - cut[0]));
@@ -103,7 +104,8 @@ TEST(HostileInput, TruncatedDeliverIsAlwaysRefused) {
     const auto pdu = Octets(kHelloDeliver);
     for (std::size_t n = 0; n < pdu.size(); ++n) {
         auto r = NewRecord();
-        const std::vector<std::uint8_t> cut(pdu.begin(), pdu.begin() + static_cast<std::ptrdiff_t>(n));
+        const std::vector<std::uint8_t> cut(pdu.begin(),
+                                            pdu.begin() + static_cast<std::ptrdiff_t>(n));
         const std::uint32_t tpdu = n == 0 ? 0 : static_cast<std::uint32_t>(n - 1 - cut[0]);
         EXPECT_EQ(DecodeExact(r.get(), cut, tpdu), kErrInvalidParameter) << n;
     }
@@ -115,7 +117,8 @@ TEST(HostileInput, HugeUserDataLength) {
     for (int k = 0; k < 224; ++k) seven += " 41";
     auto bytes = Octets(seven);
     auto r = GuardedRecord();
-    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)), kErrInvalidParameter);
+    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)),
+              kErrInvalidParameter);
     EXPECT_TRUE(HeaderUntouched(*r));
 
     // Eight-bit: TP-UDL 255 octets, all present.
@@ -123,7 +126,8 @@ TEST(HostileInput, HugeUserDataLength) {
     for (int k = 0; k < 255; ++k) eight += " 41";
     bytes = Octets(eight);
     r = GuardedRecord();
-    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)), kErrInvalidParameter);
+    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)),
+              kErrInvalidParameter);
     EXPECT_TRUE(HeaderUntouched(*r));
 
     // Eight-bit with a header of 255 octets in a TP-UDL of 160.
@@ -131,7 +135,8 @@ TEST(HostileInput, HugeUserDataLength) {
     for (int k = 0; k < 300; ++k) header += " 41";
     bytes = Octets(header);
     r = GuardedRecord();
-    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)), kErrInvalidParameter);
+    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(bytes.size() - 1)),
+              kErrInvalidParameter);
 }
 
 TEST(HostileInput, HugeServiceCentreLength) {
@@ -142,7 +147,8 @@ TEST(HostileInput, HugeServiceCentreLength) {
     const auto tpdu = Octets(kHelloDeliver + 3);
     bytes.insert(bytes.end(), tpdu.begin(), tpdu.end());
     auto r = GuardedRecord();
-    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(tpdu.size())), kErrInvalidParameter);
+    EXPECT_EQ(DecodeExact(r.get(), bytes, static_cast<std::uint32_t>(tpdu.size())),
+              kErrInvalidParameter);
     EXPECT_LT(strnlen(r->scaDigits, kScaDigitsSize), kScaDigitsSize);
 
     // 20 octets of centre (38 digits) fit; 21 (40 digits) do not.
@@ -152,7 +158,8 @@ TEST(HostileInput, HugeServiceCentreLength) {
         pdu[1] = 0x91;
         pdu.insert(pdu.end(), tpdu.begin(), tpdu.end());
         auto rec = GuardedRecord();
-        const TransferError err = DecodeExact(rec.get(), pdu, static_cast<std::uint32_t>(tpdu.size()));
+        const TransferError err =
+            DecodeExact(rec.get(), pdu, static_cast<std::uint32_t>(tpdu.size()));
         EXPECT_EQ(err, octets == 20 ? kErrNone : kErrInvalidParameter) << octets;
         if (octets == 20) {
             EXPECT_EQ(std::strlen(rec->scaDigits), 38u);
@@ -170,10 +177,18 @@ TEST(HostileInput, RandomBytes) {
         const auto n = static_cast<std::uint32_t>(bytes.size());
         std::uint32_t tpdu;
         switch (round % 4) {
-            case 0: tpdu = n; break;
-            case 1: tpdu = n == 0 ? 0 : n - 1 - bytes[0]; break;
-            case 2: tpdu = static_cast<std::uint32_t>(octet(random)); break;
-            default: tpdu = static_cast<std::uint32_t>(random()); break;
+            case 0:
+                tpdu = n;
+                break;
+            case 1:
+                tpdu = n == 0 ? 0 : n - 1 - bytes[0];
+                break;
+            case 2:
+                tpdu = static_cast<std::uint32_t>(octet(random));
+                break;
+            default:
+                tpdu = static_cast<std::uint32_t>(random());
+                break;
         }
         DecodeAndCheck(bytes, tpdu);
         if (HasFatalFailure()) return;
@@ -201,7 +216,9 @@ TEST(HostileInput, RandomRecordsNeverOverrunTheEncoder) {
     for (int round = 0; round < 20000; ++round) {
         auto r = NewRecord();
         auto* raw = reinterpret_cast<std::uint8_t*>(r.get());
-        for (std::size_t k = 0; k < sizeof(PduRecord); ++k) raw[k] = static_cast<std::uint8_t>(octet(random));
+        for (std::size_t k = 0; k < sizeof(PduRecord); ++k) {
+            raw[k] = static_cast<std::uint8_t>(octet(random));
+        }
         // Make the interesting paths likely: short lengths, terminated numbers.
         if (round % 2 == 0) {
             r->userDataLength %= 200;
@@ -209,7 +226,9 @@ TEST(HostileInput, RandomRecordsNeverOverrunTheEncoder) {
             r->scaDigits[octet(random) % kScaDigitsSize] = 0;
             r->addressDigits[octet(random) % kAddressDigitsSize] = 0;
             for (char& c : r->scaDigits) c = c ? static_cast<char>('0' + octet(random) % 10) : 0;
-            for (char& c : r->addressDigits) c = c ? static_cast<char>('0' + octet(random) % 10) : 0;
+            for (char& c : r->addressDigits) {
+                c = c ? static_cast<char>('0' + octet(random) % 10) : 0;
+            }
         }
         r->storageIndex = kSentinel;
         const TransferError err = EncodePdu(r.get());
@@ -232,7 +251,10 @@ TEST(HostileInput, RandomHexText) {
     std::uniform_int_distribution<int> length(0, 64);
     for (int round = 0; round < 20000; ++round) {
         std::string text(static_cast<std::size_t>(length(random)), ' ');
-        for (auto& c : text) c = static_cast<char>(ch(random) % 2 ? "0123456789ABCDEFabcdefGZz"[ch(random) % 25] : ch(random));
+        for (auto& c : text) {
+            c = static_cast<char>(ch(random) % 2 ? "0123456789ABCDEFabcdefGZz"[ch(random) % 25]
+                                                 : ch(random));
+        }
         std::unique_ptr<char[]> exact(new char[text.size() + 1]);
         std::memcpy(exact.get(), text.c_str(), text.size() + 1);
         std::vector<std::uint8_t> buffer;

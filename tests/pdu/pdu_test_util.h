@@ -50,12 +50,18 @@ inline std::string Hex(const std::uint8_t* bytes, std::size_t n) {
     return out;
 }
 
-inline std::string Hex(const std::vector<std::uint8_t>& bytes) { return Hex(bytes.data(), bytes.size()); }
+inline std::string Hex(const std::vector<std::uint8_t>& bytes) {
+    return Hex(bytes.data(), bytes.size());
+}
 
-inline std::string Encoded(const PduRecord& r) { return Hex(r.encoded, r.encodedLength); }
+inline std::string Encoded(const PduRecord& r) {
+    return Hex(r.encoded, r.encodedLength);
+}
 
 // A fresh zero-filled record, freed automatically.
-inline PduRecordPtr NewRecord() { return PduRecordPtr(NewPduRecord()); }
+inline PduRecordPtr NewRecord() {
+    return PduRecordPtr(NewPduRecord());
+}
 
 // Decodes from a heap block of exactly `bytes.size()` octets, so that the address sanitizer
 // catches any read past the end.

@@ -88,7 +88,9 @@ TEST(RoundTrip, WholeAlphabetWithEveryOption) {
 TEST(RoundTrip, NumbersOfEveryLength) {
     for (std::size_t digits = 1; digits <= 20; ++digits) {
         std::u16string number;
-        for (std::size_t k = 0; k < digits; ++k) number.push_back(static_cast<char16_t>(u'0' + (k * 7 + 3) % 10));
+        for (std::size_t k = 0; k < digits; ++k) {
+            number.push_back(static_cast<char16_t>(u'0' + (k * 7 + 3) % 10));
+        }
         SmsMessage back = SendAndRead(number, u"x", u"", false, false);
         EXPECT_EQ(back.number, number) << digits;
         SmsMessage intl = SendAndRead(u"+" + number, u"x", u"", false, false);

@@ -17,7 +17,8 @@ using pdutest::Octets;
 
 namespace {
 
-SmsMessage Message(const std::u16string& number, const std::u16string& text, std::uint32_t flags = 0) {
+SmsMessage Message(const std::u16string& number, const std::u16string& text,
+                   std::uint32_t flags = 0) {
     SmsMessage m;
     m.number = number;
     m.text = text;
@@ -33,7 +34,9 @@ std::string Send(SmsMessage* m, const std::u16string& centre, bool statusReport)
     return Encoded(*m->pduRecord);
 }
 
-const char* kHelloSubmit = "0001000A9194032143650000" "05C8329BFD06";
+const char* kHelloSubmit =
+    "0001000A9194032143650000"
+    "05C8329BFD06";
 
 }  // namespace
 
@@ -55,22 +58,30 @@ TEST(PrepareSubmit, SameAfterTheDefaultOptions) {
 
 TEST(PrepareSubmit, FlashWithStatusReport) {
     SmsMessage m = Message(u"+4930123456", u"Hello", kFlagFlash);
-    EXPECT_EQ(Send(&m, u"", true), "0021000A91940321436500F0" "05C8329BFD06");
+    EXPECT_EQ(Send(&m, u"", true),
+              "0021000A91940321436500F0"
+              "05C8329BFD06");
     EXPECT_EQ(m.pduRecord->tpduLength, 17u);
     EXPECT_EQ(m.pduRecord->encodedLength, 18u);
 }
 
 TEST(PrepareSubmit, FlashAloneAndStatusReportAlone) {
     SmsMessage flash = Message(u"+4930123456", u"Hello", kFlagFlash);
-    EXPECT_EQ(Send(&flash, u"", false), "0001000A91940321436500F0" "05C8329BFD06");
+    EXPECT_EQ(Send(&flash, u"", false),
+              "0001000A91940321436500F0"
+              "05C8329BFD06");
     SmsMessage report = Message(u"+4930123456", u"Hello", kFlagUnread);
-    EXPECT_EQ(Send(&report, u"", true), "0021000A9194032143650000" "05C8329BFD06");
+    EXPECT_EQ(Send(&report, u"", true),
+              "0021000A9194032143650000"
+              "05C8329BFD06");
 }
 
 TEST(PrepareSubmit, NationalNumberGetsType81) {
     SmsMessage m = Message(u"0301234567", u"Hello");
     ASSERT_EQ(PrepareSubmit(&m), 1);
-    EXPECT_EQ(Encoded(*m.pduRecord), "0001000A8130103254760000" "05C8329BFD06");
+    EXPECT_EQ(Encoded(*m.pduRecord),
+              "0001000A8130103254760000"
+              "05C8329BFD06");
 }
 
 TEST(PrepareSubmit, CustomCentreWithPlus) {
@@ -143,7 +154,9 @@ TEST(PrepareSubmit, HundredSixtyOneCharactersFail) {
 TEST(PrepareSubmit, EuroIsSentAsSeptet5F) {
     SmsMessage m = Message(u"+4930123456", u"\u20AC");
     ASSERT_EQ(PrepareSubmit(&m), 1);
-    EXPECT_EQ(Encoded(*m.pduRecord), "0001000A9194032143650000" "015F");
+    EXPECT_EQ(Encoded(*m.pduRecord),
+              "0001000A9194032143650000"
+              "015F");
     EXPECT_EQ(m.pduRecord->userData[0], 0x5F);
 }
 
@@ -160,8 +173,9 @@ TEST(PrepareSubmit, MoreThanTwentyDigitsAreRefused) {
 }
 
 TEST(PrepareSubmit, NonDigitsInTheNumberAreRefused) {
-    const std::u16string numbers[] = {u"+49*30", u"#31#",   u"+49 30",          u"++4930",
-                                      u"49+30",  u"0301p2", u"\u0661\u0662", {u'1', u'2', u'\0', u'3'}};
+    const std::u16string numbers[] = {
+        u"+49*30", u"#31#",   u"+49 30",       u"++4930",
+        u"49+30",  u"0301p2", u"\u0661\u0662", {u'1', u'2', u'\0', u'3'}};
     for (const std::u16string& number : numbers) {
         SmsMessage m = Message(number, u"Hi");
         EXPECT_EQ(PrepareSubmit(&m), 0) << number.size();
@@ -184,7 +198,9 @@ TEST(EncodeMessage, CreatesTheRecordAndForcesSubmitForANewMessage) {
     ASSERT_TRUE(m.pduRecord);
     EXPECT_EQ(m.pduRecord->firstOctet & 3, kMtiSubmit);
     // A fresh record has numbering plan 0, so the type byte is 0x90 here, not 0x91.
-    EXPECT_EQ(Hex(m.pdu), "0001000A9094032143650000" "05C8329BFD06");
+    EXPECT_EQ(Hex(m.pdu),
+              "0001000A9094032143650000"
+              "05C8329BFD06");
 }
 
 TEST(EncodeMessage, StoredMessageKeepsItsType) {
@@ -195,7 +211,11 @@ TEST(EncodeMessage, StoredMessageKeepsItsType) {
     m.pduRecord->addressType = 0x01;
     m.pduRecord->timeStamp = {2003, 11, 15, 9, 30, 5, 60};
     ASSERT_EQ(EncodeMessage(&m), 1);
-    EXPECT_EQ(Hex(m.pdu), "0000" "0A9194032143650000" "30115190035040" "05C8329BFD06");
+    EXPECT_EQ(Hex(m.pdu),
+              "0000"
+              "0A9194032143650000"
+              "30115190035040"
+              "05C8329BFD06");
 }
 
 TEST(EncodeMessage, TextOfExactlyTheBufferDoesNotSpillIntoTheHeader) {
@@ -247,10 +267,16 @@ TEST(EncodePdu, ValidityPeriodFormats) {
     std::memcpy(r->validityPeriod, vp, 7);
     r->firstOctet = 0x11;  // relative
     ASSERT_EQ(EncodePdu(r), kErrNone);
-    EXPECT_EQ(Encoded(*r), "0011000A9194032143650000" "30" "05C8329BFD06");
+    EXPECT_EQ(Encoded(*r),
+              "0011000A9194032143650000"
+              "30"
+              "05C8329BFD06");
     r->firstOctet = 0x19;  // absolute
     ASSERT_EQ(EncodePdu(r), kErrNone);
-    EXPECT_EQ(Encoded(*r), "0019000A9194032143650000" "30115190035040" "05C8329BFD06");
+    EXPECT_EQ(Encoded(*r),
+              "0019000A9194032143650000"
+              "30115190035040"
+              "05C8329BFD06");
     r->firstOctet = 0x09;  // enhanced
     ASSERT_EQ(EncodePdu(r), kErrNone);
     EXPECT_EQ(r->tpduLength, 24u);
@@ -265,7 +291,11 @@ TEST(EncodePdu, SevenBitWithHeader) {
     std::memcpy(r->header, header, 5);
     r->headerLength = 5;
     ASSERT_EQ(EncodePdu(r), kErrNone);
-    EXPECT_EQ(Encoded(*r), "0041000A9194032143650000" "09" "0500032A0201" "9069");
+    EXPECT_EQ(Encoded(*r),
+              "0041000A9194032143650000"
+              "09"
+              "0500032A0201"
+              "9069");
     EXPECT_EQ(r->udl, 9u);
     EXPECT_EQ(Hex(r->userData, 2), "4869") << "the text is back in place";
     EXPECT_EQ(r->userDataLength, 2u);
@@ -298,7 +328,9 @@ TEST(EncodePdu, EightBitWithHeaderAndLimit) {
     r->userData[0] = 0x41;
     r->userData[1] = 0xFF;
     ASSERT_EQ(EncodePdu(r.get()), kErrNone);
-    EXPECT_EQ(Encoded(*r), "00410002812100040603000107" "41FF");
+    EXPECT_EQ(Encoded(*r),
+              "00410002812100040603000107"
+              "41FF");
     // 140 octets is the most: header 3 + length octet + 136 fit, 137 do not.
     r->userDataLength = 136;
     EXPECT_EQ(EncodePdu(r.get()), kErrNone);
@@ -321,7 +353,11 @@ TEST(EncodePdu, ReservedAlphabetNeedsAnEvenLength) {
     r->userData[0] = 0x48;
     r->userData[2] = 0x69;
     ASSERT_EQ(EncodePdu(r.get()), kErrNone);
-    EXPECT_EQ(Encoded(*r), "000100008000" "0C" "04" "48006900");
+    EXPECT_EQ(Encoded(*r),
+              "000100008000"
+              "0C"
+              "04"
+              "48006900");
 }
 
 TEST(EncodePdu, Ucs2EndsAfterTheLengthOctet) {
@@ -330,7 +366,10 @@ TEST(EncodePdu, Ucs2EndsAfterTheLengthOctet) {
     r->dcs = 0x08;
     r->userDataLength = 4;
     ASSERT_EQ(EncodePdu(r.get()), kErrNone);
-    EXPECT_EQ(Encoded(*r), "000100008000" "08" "04");
+    EXPECT_EQ(Encoded(*r),
+              "000100008000"
+              "08"
+              "04");
     EXPECT_EQ(r->tpduLength, 7u);
 }
 
