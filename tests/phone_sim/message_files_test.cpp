@@ -188,6 +188,44 @@ TEST(MessagesFile, MissingFileIsAnError) {
     EXPECT_NE(error.find("cannot be read"), std::string::npos);
 }
 
+// Decodes a stored message the way a transfer does; the codec's result code.
+TransferError DecodeAsListed(const StoredMessage& m) {
+    std::vector<std::uint8_t> bytes;
+    if (m.pduHex.size() % 2 != 0 || !FromHex(m.pduHex, &bytes)) return kErrInvalidParameter;
+    PduRecordPtr record(NewPduRecord());
+    return DecodePdu(record.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()),
+                     m.tpduLength);
+}
+
+TEST(ShippedFiles, DemoMessagesAllDecode) {
+    PhoneModel phone;
+    std::string error;
+    ASSERT_TRUE(LoadMessagesFile(PHONE_SIM_SOURCE_DIR "/demo_messages.txt", &phone, &error))
+        << error;
+    EXPECT_EQ(phone.memory(Storage::kSim).used(), 3u);
+    EXPECT_EQ(phone.memory(Storage::kPhone).used(), 4u);
+    for (Storage s : {Storage::kSim, Storage::kPhone}) {
+        for (const auto& [index, m] : phone.memory(s).messages()) {
+            EXPECT_EQ(DecodeAsListed(m), 0u) << StorageName(s) << index;
+        }
+    }
+}
+
+TEST(ShippedFiles, OddMessagesAreWhatTheirCommentsSay) {
+    PhoneModel phone;
+    std::string error;
+    ASSERT_TRUE(LoadMessagesFile(PHONE_SIM_SOURCE_DIR "/odd_messages.txt", &phone, &error))
+        << error;
+    const MessageMemory& me = phone.memory(Storage::kPhone);
+    ASSERT_EQ(me.used(), 4u);
+    EXPECT_EQ(DecodeAsListed(*me.Find(1)), 0u);                    // status report
+    EXPECT_EQ(DecodeAsListed(*me.Find(2)), 0u);                    // UCS2
+    EXPECT_EQ(DecodeAsListed(*me.Find(3)), 0u);                    // 8-bit
+    EXPECT_EQ(DecodeAsListed(*me.Find(4)), kErrInvalidParameter);  // alphanumeric sender
+    ASSERT_EQ(phone.memory(Storage::kSim).used(), 1u);
+    EXPECT_EQ(phone.memory(Storage::kSim).Find(1)->pduHex.size() % 2, 1u);  // odd hex
+}
+
 TEST(QuickMessages, MemNumberText) {
     PhoneModel phone(NoCentre());
     std::string error;

@@ -422,6 +422,22 @@ TEST(PhoneSimProcess, BaudPacesTheOutput) {
     EXPECT_EQ(sim.Stop(), 0);
 }
 
+TEST(PhoneSimProcess, BaudPacesTheInputToo) {
+    SimProcess sim;
+    // 1000 baud: 100 bytes a second. Ten command bytes in and six result bytes out take about
+    // 0.16 s, even though the command arrives in one write.
+    unsigned port = StartListening(sim, {"--baud", "1000"});
+    ASSERT_NE(port, 0u);
+    Client phone(port);
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(phone.Command("AT+CMGF=0\r"), "\r\nOK\r\n");
+    double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_GE(seconds, 0.12);
+    EXPECT_LT(seconds, 5.0);
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
 TEST(PhoneSimProcess, LogToStandardError) {
     SimProcess sim;
     unsigned port = StartListening(sim, {"--log", "-"});
