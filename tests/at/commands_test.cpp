@@ -303,6 +303,16 @@ TEST_F(AtTest, CancelFromTheCallbackStopsRetrievalAtOnce) {
     EXPECT_EQ(phone_.Writes(), (Commands{"AT+CPMS=\"SM\"\r", "AT+CMGL=4\r"}));
 }
 
+TEST_F(AtTest, CancelDuringThePhoneMemoryListingIsReportedEvenAfterAGoodSim) {
+    Collector collected;
+    collected.failAt = 1;
+    collected.failWith = kErrCancelled;
+    phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(0, 20));
+    phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(1, 100));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(4, 23) + kHelloPdu + "\r\n" + kOk);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCancelled);
+}
+
 TEST_F(AtTest, CancelWhileListingStopsRetrievalBeforeTheNextCommand) {
     Collector collected;
     CancelFlag cancel;

@@ -112,6 +112,24 @@ TEST(PhoneChannel, PollComparisonSurvivesTheWrapOfTheCounter) {
     ChannelClose(channel);
 }
 
+TEST(PhoneChannel, PollComparisonIsASignedDifference) {
+    FakeClock clock(0xFFFFFFF0u);
+    ScriptPhone phone;
+    PhoneChannel* channel = phone.Connect();
+    PollLog log;
+    log.clock = &clock;
+    SetPollCallback(channel, &LoggingPoll, 100, &log);  // next poll after 0xFFFFFFF0
+    std::uint32_t length = 0;
+    clock.Set(5);  // the counter wrapped: 5 is later than 0xFFFFFFF0
+    ChannelRead(channel, nullptr, &length);
+    ASSERT_EQ(log.ticks.size(), 1u);
+    EXPECT_EQ(channel->nextPollTick, 105u);
+    clock.Set(0xFFFFFFF8u);  // numerically larger than 105, but earlier: no poll
+    ChannelRead(channel, nullptr, &length);
+    EXPECT_EQ(log.ticks.size(), 1u);
+    ChannelClose(channel);
+}
+
 TEST(PhoneChannel, CancelIsStickyAndStopsPolling) {
     FakeClock clock(1000, 50);
     ScriptPhone phone;

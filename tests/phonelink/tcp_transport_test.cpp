@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <signal.h>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -16,6 +17,9 @@
 #include "tcp_test_listener.h"
 
 namespace {
+
+volatile sig_atomic_t g_sigpipes = 0;
+void CountSigpipe(int) { g_sigpipes = g_sigpipes + 1; }
 
 int OpenDescriptors() {
     int count = 0;
@@ -159,9 +163,20 @@ TEST_F(TcpTransportTest, WriteToAClosedPeerFailsWithoutSigpipe) {
     EXPECT_EQ(WriteText(channel_, "AT\r"), 0u);
     pollfd reset{channel_->transport->handle, 0, 0};
     ASSERT_EQ(::poll(&reset, 1, 5000), 1);
-    // With SIGPIPE at its default action, a send without MSG_NOSIGNAL would end the test here.
-    EXPECT_EQ(WriteText(channel_, "AT\r"), kErrConnection);
-    EXPECT_EQ(WriteText(channel_, "AT\r"), kErrConnection);
+    // Count SIGPIPE instead of relying on its default action (the test may have been started
+    // with it ignored): a send without MSG_NOSIGNAL would raise it here.
+    g_sigpipes = 0;
+    struct sigaction counting {};
+    counting.sa_handler = &CountSigpipe;
+    sigemptyset(&counting.sa_mask);
+    struct sigaction previous {};
+    ASSERT_EQ(::sigaction(SIGPIPE, &counting, &previous), 0);
+    TransferError first = WriteText(channel_, "AT\r");
+    TransferError second = WriteText(channel_, "AT\r");
+    ::sigaction(SIGPIPE, &previous, nullptr);
+    EXPECT_EQ(first, kErrConnection);
+    EXPECT_EQ(second, kErrConnection);
+    EXPECT_EQ(g_sigpipes, 0);
 }
 
 TEST(TcpTransport, CloseReleasesTheSocketExactlyOnce) {
