@@ -202,6 +202,8 @@ class Client {
         return ReadUntil("OK\r\n");
     }
 
+    void ShutdownWrite() { shutdown(fd_, SHUT_WR); }
+
     // True once the other side has closed (read gives end of file or an error).
     bool WaitClosed() {
         char buffer[256];
@@ -377,6 +379,22 @@ TEST(PhoneSimProcess, DropOnClosesTheConnectionAndTheNextOneIsAccepted) {
         Client phone(port);
         EXPECT_EQ(phone.Command("AT\r"), "\r\nOK\r\n");
         phone.Write("AT+CMGL=4\r");
+        EXPECT_TRUE(phone.WaitClosed());
+    }
+    Client again(port);
+    EXPECT_EQ(again.Command("AT\r"), "\r\nOK\r\n");
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
+TEST(PhoneSimProcess, WhatArrivedBeforeTheClientStoppedSendingIsStillAnswered) {
+    SimProcess sim;
+    unsigned port = StartListening(sim, {});
+    ASSERT_NE(port, 0u);
+    {
+        Client phone(port);
+        phone.Write("AT\rAT+CMGF=1\r");
+        phone.ShutdownWrite();
+        EXPECT_EQ(phone.ReadUntil("\r\nERROR\r\n"), "\r\nOK\r\n\r\nERROR\r\n");
         EXPECT_TRUE(phone.WaitClosed());
     }
     Client again(port);

@@ -214,9 +214,10 @@ int OpenPty(std::string* path, int* slave) {
 
 struct Connection {
     int fd = -1;
-    std::string input;   // received, not yet fed to the model
-    std::string output;  // answered, not yet written
-    bool closing = false;
+    std::string input;     // received, not yet fed to the model
+    std::string output;    // answered, not yet written
+    bool eof = false;      // the peer has stopped sending; what it sent is still answered
+    bool closing = false;  // close once the output is written
 };
 
 // Writes what the pacing and the descriptor allow. False when the connection failed.
@@ -272,9 +273,9 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    for (const std::string& spec : options.quickMessages) {
-        if (!phone_sim::AddQuickMessage(spec, &model, &error)) {
-            std::fprintf(stderr, "velkan-phone-sim: --sms %s: %s\n", spec.c_str(), error.c_str());
+    for (const std::string& quick : options.quickMessages) {
+        if (!phone_sim::AddQuickMessage(quick, &model, &error)) {
+            std::fprintf(stderr, "velkan-phone-sim: --sms %s: %s\n", quick.c_str(), error.c_str());
             return 2;
         }
     }
@@ -338,7 +339,7 @@ int main(int argc, char** argv) {
         int timeout = -1;
         if (conn.fd >= 0) {
             // Reading stops while a drop is pending, and while a paced input queue is long.
-            short events = (conn.closing || conn.input.size() > 65536) ? 0 : POLLIN;
+            short events = (conn.closing || conn.eof || conn.input.size() > 65536) ? 0 : POLLIN;
             int outWait = conn.output.empty() ? -1 : outPacer.WaitMs();
             if (outWait == 0) events |= POLLOUT;
             if (outWait > 0) timeout = outWait;
@@ -370,21 +371,25 @@ int main(int argc, char** argv) {
         if (conn.fd < 0) continue;
 
         bool failed = false;
-        if (connSlot >= 0 && conn.closing && (fds[connSlot].revents & (POLLHUP | POLLERR)) != 0) {
+        bool reading = !conn.closing && !conn.eof;
+        if (connSlot >= 0 && !reading && (fds[connSlot].revents & (POLLHUP | POLLERR)) != 0) {
             failed = true;  // the peer is gone; what is left to write cannot reach it
         }
-        if (connSlot >= 0 && (fds[connSlot].revents & (POLLIN | POLLHUP | POLLERR)) != 0 &&
-            !conn.closing) {
+        if (connSlot >= 0 && reading &&
+            (fds[connSlot].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
             char buffer[4096];
             ssize_t n = read(conn.fd, buffer, sizeof buffer);
             if (n > 0) {
                 conn.input.append(buffer, static_cast<std::size_t>(n));
-            } else if (n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)) {
+            } else if (n == 0) {
+                conn.eof = true;
+            } else if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) {
                 failed = true;
             }
         }
         if (!failed) {
             FeedInput(&conn, &model, &inPacer);
+            if (conn.eof && conn.input.empty()) conn.closing = true;
             failed = !WriteOutput(&conn, &outPacer, options.byteAtATime);
         }
         if (failed || (conn.closing && conn.output.empty())) {

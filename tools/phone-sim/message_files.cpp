@@ -268,17 +268,17 @@ bool LoadMessagesFile(const std::string& path, PhoneModel* model, std::string* e
     return LoadMessagesText(content.str(), path, model, error);
 }
 
-bool AddQuickMessage(std::string_view spec, PhoneModel* model, std::string* error) {
-    std::size_t first = spec.find(':');
-    std::size_t second = first == std::string_view::npos ? first : spec.find(':', first + 1);
+bool AddQuickMessage(std::string_view quick, PhoneModel* model, std::string* error) {
+    std::size_t first = quick.find(':');
+    std::size_t second = first == std::string_view::npos ? first : quick.find(':', first + 1);
     Storage storage = Storage::kSim;
-    if (second == std::string_view::npos || !ParseStorageName(spec.substr(0, first), &storage)) {
+    if (second == std::string_view::npos || !ParseStorageName(quick.substr(0, first), &storage)) {
         *error = "expected MEM:NUMBER:TEXT with MEM \"SM\" or \"ME\"";
         return false;
     }
     TextMessage message;
-    message.number.assign(spec.substr(first + 1, second - first - 1));
-    message.text = Utf8ToUtf16(UnescapeText(spec.substr(second + 1)));
+    message.number.assign(quick.substr(first + 1, second - first - 1));
+    message.text = Utf8ToUtf16(UnescapeText(quick.substr(second + 1)));
     message.time = GetLocalTime();
     message.zoneQuarters = LocalZoneQuarters();
     BuiltPdu built;

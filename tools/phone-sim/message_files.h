@@ -35,7 +35,7 @@ bool LoadMessagesText(std::string_view text, std::string_view name, PhoneModel* 
 bool LoadMessagesFile(const std::string& path, PhoneModel* model, std::string* error);
 
 // "MEM:NUMBER:TEXT": an unread message received now from NUMBER (TEXT may hold ':').
-bool AddQuickMessage(std::string_view spec, PhoneModel* model, std::string* error);
+bool AddQuickMessage(std::string_view quick, PhoneModel* model, std::string* error);
 
 // `count` unread messages in the phone memory, from distinct numbers and at distinct times, for
 // load tests. The memory grows when they would not fit.
