@@ -5,12 +5,24 @@
 #include "cli/verbs.h"
 
 int RunPduVerb(int argc, char** argv);
+int RunComposeVerb(int argc, char** argv);
+int RunListVerb(int argc, char** argv);
+int RunDeleteVerb(int argc, char** argv);
+int RunRecentVerb(int argc, char** argv);
+int RunConfigVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
      "velkan pdu decode HEX [--tpdu-length N]\n"
      "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
      &RunPduVerb},
+    {"compose",
+     "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
+     &RunComposeVerb},
+    {"list", "velkan list inbox|outbox|draft|sent|log [--json]", &RunListVerb},
+    {"delete", "velkan delete ID...", &RunDeleteVerb},
+    {"recent", "velkan recent [--json]", &RunRecentVerb},
+    {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
 };
 const int kVerbCount = static_cast<int>(sizeof kVerbs / sizeof kVerbs[0]);
 

@@ -1,0 +1,137 @@
+// velkan config list | get NAME | set NAME VALUE
+//
+// The settings from the command line. `list` prints every value as NAME=VALUE, `get` prints
+// one value as the program reads it (its default when it is absent or of the wrong type), and
+// `set` writes one: SMSCCustom, StatusReq, Flash and DelMsg as numbers, the others as text (the
+// service centre normalised, as the preferences dialog stores it). Names are matched without
+// regard to case. Exit status: 0 done, 1 the settings could not be written, 2 bad arguments
+// (an unknown name among them).
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "cli/verbs.h"
+#include "common/text_convert.h"
+#include "message_ui/text_helpers.h"
+#include "settings/settings_key.h"
+
+namespace {
+
+constexpr const char* kVerb = "config";
+
+const SettingInfo* Lookup(const char* name) {
+    const std::u16string wanted = Utf8ToUtf16(name);
+    for (std::size_t i = 0; i < kSettingCount; ++i) {
+        const std::u16string known = kSettings[i].name;
+        if (known.size() != wanted.size()) continue;
+        bool same = true;
+        for (std::size_t k = 0; k < known.size() && same; ++k) {
+            char16_t a = known[k], b = wanted[k];
+            if (a >= u'A' && a <= u'Z') a = static_cast<char16_t>(a - u'A' + u'a');
+            if (b >= u'A' && b <= u'Z') b = static_cast<char16_t>(b - u'A' + u'a');
+            same = a == b;
+        }
+        if (same) return &kSettings[i];
+    }
+    return nullptr;
+}
+
+int UnknownName(const char* name) {
+    std::string known;
+    for (std::size_t i = 0; i < kSettingCount; ++i) {
+        if (!known.empty()) known += ", ";
+        known += Utf16ToUtf8(kSettings[i].name);
+    }
+    return UsageError(kVerb, (std::string("unknown setting '") + name + "' (known: " + known + ")").c_str());
+}
+
+std::string ValueText(RegistryKey& key, const SettingInfo& setting) {
+    if (setting.type == SettingType::kDword) return std::to_string(ReadSettingDword(key, setting));
+    return Utf16ToUtf8(ReadSettingString(key, setting));
+}
+
+// Opens the settings for reading; without them every value reads as its default.
+void OpenForReading(RegistryKey& key) {
+    if (!OpenSettings(key)) {
+        std::fputs("velkan: the settings cannot be opened; showing the defaults\n", stderr);
+    }
+}
+
+bool ParseDword(const char* text, std::uint32_t* value) {
+    if (*text == 0) return false;
+    std::uint64_t v = 0;
+    for (const char* p = text; *p; ++p) {
+        if (*p < '0' || *p > '9') return false;
+        v = v * 10 + static_cast<std::uint64_t>(*p - '0');
+        if (v > 0xFFFFFFFFu) return false;
+    }
+    *value = static_cast<std::uint32_t>(v);
+    return true;
+}
+
+int Set(const SettingInfo& setting, const char* valueText) {
+    std::uint32_t number = 0;
+    std::u16string text = Utf8ToUtf16(valueText);
+    const std::string name = Utf16ToUtf8(setting.name);
+    if (setting.type == SettingType::kDword && !ParseDword(valueText, &number)) {
+        return UsageError(kVerb, (name + " takes a number (0 = off, 1 = on)").c_str());
+    }
+    RegistryKey key;
+    if (!OpenSettings(key)) {
+        std::fputs("velkan: the settings cannot be opened for writing\n", stderr);
+        return 1;
+    }
+    std::uint32_t result;
+    const std::u16string n = setting.name;
+    if (setting.type == SettingType::kDword) {
+        result = key.WriteDword(n, number);
+    } else if (n == kValueSmsc) {
+        NormalizePhoneNumber(text);
+        result = SetSmsc(key, text);
+    } else if (n == kValueCommPort) {
+        result = SetCommPort(key, text);
+    } else if (n == kValueTcp) {
+        result = SetTcpAddress(key, text);
+    } else if (n == kValueExe) {
+        result = SetExePath(key, text);
+    } else {
+        result = key.WriteString(n, text);
+    }
+    if (result != kRegSuccess) {
+        std::fprintf(stderr, "velkan: %s could not be written to %s\n", name.c_str(), key.Location().c_str());
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int RunConfigVerb(int argc, char** argv) {
+    if (argc < 2) return UsageError(kVerb, "list, get NAME or set NAME VALUE?");
+    const char* action = argv[1];
+    if (std::strcmp(action, "list") == 0) {
+        if (argc != 2) return UsageError(kVerb, "list takes no arguments");
+        RegistryKey key;
+        OpenForReading(key);
+        for (std::size_t i = 0; i < kSettingCount; ++i) {
+            std::printf("%s=%s\n", Utf16ToUtf8(kSettings[i].name).c_str(), ValueText(key, kSettings[i]).c_str());
+        }
+        return 0;
+    }
+    if (std::strcmp(action, "get") == 0) {
+        if (argc != 3) return UsageError(kVerb, "get takes one NAME");
+        const SettingInfo* setting = Lookup(argv[2]);
+        if (setting == nullptr) return UnknownName(argv[2]);
+        RegistryKey key;
+        OpenForReading(key);
+        std::printf("%s\n", ValueText(key, *setting).c_str());
+        return 0;
+    }
+    if (std::strcmp(action, "set") == 0) {
+        if (argc != 4) return UsageError(kVerb, "set takes a NAME and a VALUE");
+        const SettingInfo* setting = Lookup(argv[2]);
+        if (setting == nullptr) return UnknownName(argv[2]);
+        return Set(*setting, argv[3]);
+    }
+    return UsageError(kVerb, (std::string("unknown action '") + action + "': list, get or set").c_str());
+}

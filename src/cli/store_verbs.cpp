@@ -1,0 +1,361 @@
+// velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]
+// velkan list inbox|outbox|draft|sent|log [--json]
+// velkan delete ID...
+// velkan recent [--json]
+//
+// The message store from the command line. Data goes to stdout, progress and errors to stderr.
+// Exit status: 0 done, 1 the store could not do it (nothing is changed then), 2 bad arguments.
+// A store file found damaged is set aside and reported, and the command stops with status 1
+// without acting on the new, empty store; run it again to use that.
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "cli/json.h"
+#include "cli/verbs.h"
+#include "common/text_convert.h"
+#include "message_ui/text_helpers.h"
+#include "settings/settings_key.h"
+#include "store/message_store.h"
+#include "store/object_store.h"
+#include "store/recent_store.h"
+
+namespace {
+
+struct FolderName {
+    const char* name;
+    FolderId folder;
+};
+
+constexpr FolderName kFolders[] = {
+    {"inbox", kFolderInbox}, {"outbox", kFolderOutbox}, {"draft", kFolderDraft},
+    {"sent", kFolderSent},   {"log", kFolderLog},
+};
+
+bool SameIgnoringCase(const char* a, const char* b) {
+    for (; *a && *b; ++a, ++b) {
+        char x = *a, y = *b;
+        if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
+        if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
+        if (x != y) return false;
+    }
+    return *a == *b;
+}
+
+const char* FolderLabel(FolderId folder) {
+    for (const FolderName& f : kFolders) {
+        if (f.folder == folder) return f.name;
+    }
+    return "unknown";
+}
+
+// Prints every notice of the store on stderr; true when one of them means that the command
+// must not go on (a damaged file was just set aside).
+bool ReportNotices() {
+    bool stop = false;
+    for (const StoreNotice& notice : TakeStoreNotices()) {
+        std::fprintf(stderr, "velkan: %s\n", notice.message.c_str());
+        if (notice.problem == StoreProblem::kDamagedSetAside) stop = true;
+    }
+    if (stop) std::fputs("velkan: nothing was done; run the command again to use the new store\n", stderr);
+    return stop;
+}
+
+// Opens the message store, or reports why not. False: the command ends with status 1.
+bool OpenStore(MessageDatabase& db) {
+    const bool opened = OpenMessageStore(db);
+    const bool stop = ReportNotices();
+    if (!opened) {
+        std::fprintf(stderr, "velkan: the message store %s cannot be used\n", StoreFilePath().c_str());
+        return false;
+    }
+    return !stop;
+}
+
+bool OpenRecent(RecentDatabase& db, CePropId order) {
+    const bool opened = OpenRecentStore(db, order);
+    const bool stop = ReportNotices();
+    if (!opened) {
+        std::fprintf(stderr, "velkan: the recent recipients in %s cannot be used\n", StoreFilePath().c_str());
+        return false;
+    }
+    return !stop;
+}
+
+std::string TimeText(FileTime time) {
+    SystemTime st;
+    if (time == 0 || !FileTimeToSystemTime(time, &st)) return {};
+    char text[64];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", unsigned{st.year},
+                  unsigned{st.month}, unsigned{st.day}, unsigned{st.hour}, unsigned{st.minute},
+                  unsigned{st.second});
+    return text;
+}
+
+// One line of a table column: line breaks and tabs become blanks, and a text longer than
+// `width` characters is cut with "..." (width 0: no limit). Widths count code points.
+std::string Cell(const std::u16string& text, std::size_t width) {
+    std::u16string flat;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i];
+        if (c == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue;
+        flat.push_back(c == u'\r' || c == u'\n' || c == u'\t' ? u' ' : c);
+    }
+    std::string out = Utf16ToUtf8(flat);
+    std::size_t points = 0;
+    for (unsigned char ch : out) points += (ch & 0xC0) != 0x80;
+    if (width != 0 && points > width) {
+        std::size_t keep = width - 3, seen = 0, cut = 0;
+        for (; cut < out.size(); ++cut) {
+            if ((static_cast<unsigned char>(out[cut]) & 0xC0) != 0x80) {
+                if (seen == keep) break;
+                ++seen;
+            }
+        }
+        out = out.substr(0, cut) + "...";
+        points = width;
+    }
+    if (width != 0) out.append(width - points, ' ');
+    return out;
+}
+
+// --- compose ---------------------------------------------------------------------------------
+
+int RunCompose(int argc, char** argv) {
+    const char* to = nullptr;
+    const char* text = nullptr;
+    const char* name = nullptr;
+    int flash = -1;  // -1: as the Flash setting says
+    bool draft = false;
+    for (int i = 1; i < argc; ++i) {
+        const char* a = argv[i];
+        if (std::strcmp(a, "--flash") == 0) {
+            flash = 1;
+        } else if (std::strcmp(a, "--no-flash") == 0) {
+            flash = 0;
+        } else if (std::strcmp(a, "--draft") == 0) {
+            draft = true;
+        } else if (std::strcmp(a, "--to") == 0 || std::strcmp(a, "--text") == 0 ||
+                   std::strcmp(a, "--name") == 0) {
+            if (i + 1 >= argc) return UsageError("compose", (std::string(a) + " needs a value").c_str());
+            const char* v = argv[++i];
+            if (std::strcmp(a, "--to") == 0) {
+                to = v;
+            } else if (std::strcmp(a, "--text") == 0) {
+                text = v;
+            } else {
+                name = v;
+            }
+        } else {
+            return UsageError("compose", (std::string("unexpected argument '") + a + "'").c_str());
+        }
+    }
+
+    // The fields as the compose dialog collects them.
+    SmsMessage message;
+    message.folder = draft ? kFolderDraft : kFolderOutbox;
+    message.name = Utf8ToUtf16(name != nullptr ? name : "");
+    message.number = Utf8ToUtf16(to != nullptr ? to : "");
+    NormalizePhoneNumber(message.number);
+    std::u16string source = Utf8ToUtf16(text != nullptr ? text : "");
+    const std::size_t given = source.size();
+    std::u16string counted;
+    CountedText(counted, source);
+    if (source.size() < given) {
+        std::fprintf(stderr, "velkan: the text was cut to %u characters\n", kMaxMessageChars);
+    }
+    message.text = source;
+
+    if (message.name.empty() && message.number.empty() && message.text.empty()) {
+        std::fputs("velkan: nothing to store: the name, the number and the text are all empty\n", stderr);
+        return 2;
+    }
+    // An Outbox message will be sent, so it needs both; a draft needs neither.
+    if (!draft && (message.number.empty() || message.text.empty())) {
+        std::fprintf(stderr, "velkan: an Outbox message needs %s (use --draft to keep it as a draft)\n",
+                     message.number.empty() ? (to == nullptr ? "a number (--to)"
+                                                             : "a number with digits (--to)")
+                                            : "a text (--text)");
+        return 2;
+    }
+
+    if (flash < 0) {
+        // A new message starts with the Flash preference, as in the compose dialog.
+        RegistryKey key;
+        flash = OpenSettings(key) && ReadSettingFlag(key, kValueFlash) ? 1 : 0;
+    }
+    if (flash != 0) message.flags |= kFlagFlash;
+
+    MessageDatabase db;
+    if (!OpenStore(db)) return 1;
+    if (!WriteMessage(db, message)) {
+        ReportNotices();
+        std::fprintf(stderr, "velkan: the message could not be stored: %s\n", db.LastErrorText().c_str());
+        return 1;
+    }
+    std::printf("%u\n", message.oid);
+    std::fflush(stdout);
+
+    if (!message.number.empty()) {
+        RecentDatabase recent;
+        RecentRecipient entry;
+        entry.name = message.name;
+        entry.number = message.number;
+        if (!OpenRecent(recent, kPropRecentLastUsed) || !AddRecent(recent, entry)) {
+            std::fputs("velkan: the message was stored, but the recipient was not remembered\n", stderr);
+        }
+    }
+    return 0;
+}
+
+// --- list ------------------------------------------------------------------------------------
+
+int RunList(int argc, char** argv) {
+    const char* folderName = nullptr;
+    bool json = false;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--json") == 0) {
+            json = true;
+        } else if (argv[i][0] == '-' || folderName != nullptr) {
+            return UsageError("list", (std::string("unexpected argument '") + argv[i] + "'").c_str());
+        } else {
+            folderName = argv[i];
+        }
+    }
+    if (folderName == nullptr) return UsageError("list", "which folder? inbox, outbox, draft, sent or log");
+    const FolderName* folder = nullptr;
+    for (const FolderName& f : kFolders) {
+        if (SameIgnoringCase(f.name, folderName)) folder = &f;
+    }
+    if (folder == nullptr) {
+        return UsageError("list", (std::string("unknown folder '") + folderName +
+                                   "': inbox, outbox, draft, sent or log")
+                                      .c_str());
+    }
+
+    MessageDatabase db;
+    if (!OpenStore(db)) return 1;
+    constexpr std::uint32_t kPage = 500;
+    std::vector<SmsMessage> page;
+    bool header = false;
+    for (std::uint32_t first = 0;; first += kPage) {
+        if (!db.ReadFolderPage(folder->folder, first, kPage, &page)) {
+            ReportNotices();
+            std::fprintf(stderr, "velkan: the folder could not be read: %s\n", db.LastErrorText().c_str());
+            return 1;
+        }
+        for (const SmsMessage& m : page) {
+            const std::string time = TimeText(m.time);
+            if (json) {
+                JsonObject o;
+                o.Add("id", static_cast<std::int64_t>(m.oid))
+                    .Add("folder", FolderLabel(m.folder))
+                    .Add("flags", static_cast<std::int64_t>(m.flags))
+                    .Add("name", m.name)
+                    .Add("number", m.number)
+                    .Add("text", m.text);
+                if (time.empty()) {
+                    o.AddRaw("time", "null");
+                } else {
+                    o.Add("time", time);
+                }
+                std::printf("%s\n", o.Str().c_str());
+                continue;
+            }
+            if (!header) {
+                std::printf("%-6s  %-19s  %-9s  %-6s  %-20s  %-16s  %s\n", "ID", "TIME", "FLAGS",
+                            "FOLDER", "NAME", "NUMBER", "TEXT");
+                header = true;
+            }
+            const bool unread = (m.flags & kFlagUnread) != 0;
+            const bool flash = (m.flags & kFlagFlash) != 0;
+            const char* flags = unread && flash ? "new+flash" : unread ? "new" : flash ? "flash" : "-";
+            std::printf("%6u  %-19s  %-9s  %-6s  %s  %s  %s\n", m.oid, time.c_str(), flags,
+                        FolderLabel(m.folder),
+                        Cell(m.name, 20).c_str(), Cell(m.number, 16).c_str(), Cell(m.text, 0).c_str());
+        }
+        if (page.size() < kPage) break;
+    }
+    if (!json && !header) std::fprintf(stderr, "velkan: the %s folder is empty\n", folder->name);
+    return 0;
+}
+
+// --- delete ----------------------------------------------------------------------------------
+
+bool ParseId(const char* text, Oid* id) {
+    if (*text == 0) return false;
+    std::uint64_t v = 0;
+    for (const char* p = text; *p; ++p) {
+        if (*p < '0' || *p > '9') return false;
+        v = v * 10 + static_cast<std::uint64_t>(*p - '0');
+        if (v > 0xFFFFFFFFu) return false;
+    }
+    if (v == 0) return false;
+    *id = static_cast<Oid>(v);
+    return true;
+}
+
+int RunDelete(int argc, char** argv) {
+    std::vector<Oid> ids;
+    for (int i = 1; i < argc; ++i) {
+        Oid id = 0;
+        if (!ParseId(argv[i], &id)) {
+            return UsageError("delete", (std::string("'") + argv[i] + "' is not a message id").c_str());
+        }
+        ids.push_back(id);
+    }
+    if (ids.empty()) return UsageError("delete", "which messages? give their ids");
+    MessageDatabase db;
+    if (!OpenStore(db)) return 1;
+    // Every id is checked inside the one transaction that deletes them: all go, or none.
+    Oid missing = 0;
+    if (!db.DeleteRecords(ids, &missing)) {
+        ReportNotices();
+        if (missing != 0) {
+            std::fprintf(stderr, "velkan: there is no message %u; nothing was deleted\n", missing);
+        } else {
+            std::fprintf(stderr, "velkan: nothing was deleted: %s\n", db.LastErrorText().c_str());
+        }
+        return 1;
+    }
+    std::fprintf(stderr, "velkan: deleted %zu message%s\n", ids.size(), ids.size() == 1 ? "" : "s");
+    return 0;
+}
+
+// --- recent ----------------------------------------------------------------------------------
+
+int RunRecent(int argc, char** argv) {
+    bool json = false;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--json") != 0) {
+            return UsageError("recent", (std::string("unexpected argument '") + argv[i] + "'").c_str());
+        }
+        json = true;
+    }
+    RecentDatabase db;
+    if (!OpenRecent(db, kPropRecentName)) return 1;
+    std::vector<RecentRecipient> entries;
+    if (!ListRecentByName(db, &entries)) {
+        ReportNotices();
+        std::fprintf(stderr, "velkan: the recent recipients could not be read\n");
+        return 1;
+    }
+    if (!json && !entries.empty()) std::printf("%-30s  %s\n", "NAME", "NUMBER");
+    for (const RecentRecipient& e : entries) {
+        if (json) {
+            std::printf("%s\n", JsonObject().Add("name", e.name).Add("number", e.number).Str().c_str());
+        } else {
+            std::printf("%s  %s\n", Cell(e.name, 30).c_str(), Cell(e.number, 0).c_str());
+        }
+    }
+    if (!json && entries.empty()) std::fputs("velkan: no recent recipients\n", stderr);
+    return 0;
+}
+
+}  // namespace
+
+int RunComposeVerb(int argc, char** argv) { return RunCompose(argc, argv); }
+int RunListVerb(int argc, char** argv) { return RunList(argc, argv); }
+int RunDeleteVerb(int argc, char** argv) { return RunDelete(argc, argv); }
+int RunRecentVerb(int argc, char** argv) { return RunRecent(argc, argv); }
