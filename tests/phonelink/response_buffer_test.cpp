@@ -44,8 +44,8 @@ TEST_F(ResponseBufferTest, OneByteAtATimeGivesTheSameLinesAsAllAtOnce) {
     std::vector<std::string> bytes;
     for (char c : response) bytes.emplace_back(1, c);
     EXPECT_EQ(Cut(bytes), whole);
-    for (unsigned seed = 1; seed <= 50; ++seed) {
-        EXPECT_EQ(Cut(RandomSplit(response, seed, 7)), whole) << "seed " << seed;
+    for (unsigned variant = 1; variant <= 50; ++variant) {
+        EXPECT_EQ(Cut(RandomSplit(response, variant, 7)), whole) << "split " << variant;
     }
 }
 

@@ -50,9 +50,9 @@ void ScriptPhone::SetResponder(std::function<std::string(const std::string&)> re
 
 void ScriptPhone::QueueNow(std::string bytes) { Queue(bytes, false, 0); }
 
-void ScriptPhone::SetSplit(Split split, unsigned randomSeed) {
+void ScriptPhone::SetSplit(Split split, unsigned randomStart) {
     split_ = split;
-    random_.seed(randomSeed);
+    random_ = std::mt19937(randomStart);
 }
 
 std::size_t ScriptPhone::BytesWaiting() const {
@@ -179,9 +179,9 @@ std::vector<std::string> CutAllLines(const std::vector<std::string>& chunks, std
     return lines;
 }
 
-std::vector<std::string> RandomSplit(const std::string& bytes, unsigned seed,
+std::vector<std::string> RandomSplit(const std::string& bytes, unsigned variant,
                                      std::size_t maxChunk) {
-    std::mt19937 random(seed);
+    std::mt19937 random(variant);
     std::vector<std::string> pieces;
     std::size_t offset = 0;
     while (offset < bytes.size()) {

@@ -38,7 +38,7 @@ public:
     // Bytes handed out by every read that finds no released answer, for ever.
     void SetChatter(std::string bytes) { chatter_ = std::move(bytes); }
 
-    void SetSplit(Split split, unsigned randomSeed = 1);
+    void SetSplit(Split split, unsigned randomStart = 1);
     void AttachClock(FakeClock* clock) { clock_ = clock; }
 
     // Every read from now on fails with `code` (0 to stop failing).
@@ -106,6 +106,6 @@ private:
 std::vector<std::string> CutAllLines(const std::vector<std::string>& chunks, std::uint8_t* buffer,
                                      std::uint32_t size);
 
-// Splits `bytes` into random chunks of 1..maxChunk bytes.
-std::vector<std::string> RandomSplit(const std::string& bytes, unsigned seed,
+// Splits `bytes` into random chunks of 1..maxChunk bytes; each `variant` gives another split.
+std::vector<std::string> RandomSplit(const std::string& bytes, unsigned variant,
                                      std::size_t maxChunk = 16);
