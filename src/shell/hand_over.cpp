@@ -1,0 +1,74 @@
+#include "shell/hand_over.h"
+
+void PutU32(std::vector<std::uint8_t>& out, std::uint32_t value) {
+    for (int shift = 0; shift < 32; shift += 8) {
+        out.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+}
+
+std::uint32_t GetU32(const std::uint8_t* in) {
+    return static_cast<std::uint32_t>(in[0]) | static_cast<std::uint32_t>(in[1]) << 8 |
+           static_cast<std::uint32_t>(in[2]) << 16 | static_cast<std::uint32_t>(in[3]) << 24;
+}
+
+std::vector<std::uint8_t> EncodeHandOverRequest(std::uint32_t message, std::uint32_t wParam,
+                                                const void* data, std::uint32_t size) {
+    std::vector<std::uint8_t> out;
+    out.reserve(kHandOverHeaderSize + size);
+    PutU32(out, message);
+    PutU32(out, wParam);
+    PutU32(out, size);
+    const auto* bytes = static_cast<const std::uint8_t*>(data);
+    if (size > 0 && bytes != nullptr) out.insert(out.end(), bytes, bytes + size);
+    return out;
+}
+
+std::vector<std::uint8_t> CommandLinePayload(const TextBuffer& commandLine) {
+    const std::size_t chars = commandLine.Length();
+    std::vector<std::uint8_t> out;
+    out.reserve((chars + 1) * 2);
+    const char16_t* text = commandLine.Text();
+    for (std::size_t i = 0; i <= chars; ++i) {  // the terminating zero included
+        out.push_back(static_cast<std::uint8_t>(text[i] & 0xFF));
+        out.push_back(static_cast<std::uint8_t>(text[i] >> 8));
+    }
+    return out;
+}
+
+bool TakeCommandLine(const void* data, std::uint32_t size, TextBuffer& commandLine) {
+    // Less than two characters and a terminator: nothing worth taking.
+    if (size < 5 || data == nullptr) return false;
+    const std::size_t chars = (size - 1) / 2;
+    const auto* bytes = static_cast<const std::uint8_t*>(data);
+    std::u16string text(chars, u'\0');
+    for (std::size_t i = 0; i < chars; ++i) {
+        text[i] = static_cast<char16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
+    }
+    commandLine.Assign(text.data(), chars);
+    return true;
+}
+
+void HandOverReader::Feed(const void* bytes, std::size_t n) {
+    if (bad_ || n == 0) return;
+    const auto* in = static_cast<const std::uint8_t*>(bytes);
+    buffer_.insert(buffer_.end(), in, in + n);
+}
+
+HandOverReader::Status HandOverReader::Next(HandOverRequest& request) {
+    if (bad_) return Status::kBad;
+    if (buffer_.size() < kHandOverHeaderSize) return Status::kNeedMore;
+    const std::uint32_t message = GetU32(buffer_.data());
+    const std::uint32_t size = GetU32(buffer_.data() + 8);
+    if ((message != kHandOverActivate && message != kHandOverCopyData) || size > kMaxHandOverData) {
+        bad_ = true;
+        buffer_.clear();
+        return Status::kBad;
+    }
+    if (buffer_.size() < kHandOverHeaderSize + size) return Status::kNeedMore;
+    request.message = message;
+    request.wParam = GetU32(buffer_.data() + 4);
+    request.data.assign(buffer_.begin() + kHandOverHeaderSize,
+                        buffer_.begin() + kHandOverHeaderSize + size);
+    buffer_.erase(buffer_.begin(), buffer_.begin() + kHandOverHeaderSize + size);
+    return Status::kRequest;
+}
