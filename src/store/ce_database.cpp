@@ -321,6 +321,8 @@ bool CeDatabase::OpenResolved(CeOid id, CePropId sortProperty, std::uint32_t fla
     currentId = 0;
     sortProperty_ = sortProperty;
     sortColumn_ = sortProperty != 0 ? ColumnName(sortProperty) : std::string();
+    BuildCursorSql();
+    readOneSql_.clear();
     positioned_ = false;
     open_ = true;
     SetError(kCeErrorNone);
@@ -598,6 +600,7 @@ void CeDatabase::RollbackTransaction() {
                                              std::to_string(level);
     sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr);
     // Columns added inside the transaction are gone again.
+    readOneSql_.clear();
     if (open_) LoadColumns();
 }
 
@@ -656,20 +659,41 @@ bool CeDatabase::Fetch(const std::string& sql, const Key& from, CeOid fromOid, C
     return true;
 }
 
-bool CeDatabase::Edge(bool first, CeOid* oid, Key* key) {
+void CeDatabase::BuildCursorSql() {
     const std::string& t = table_;
     const std::string& c = sortColumn_;
+    CursorSql& q = cursorSql_;
     if (c.empty()) {
-        return Fetch("SELECT oid FROM " + t + " ORDER BY oid " + (first ? "ASC" : "DESC") + " LIMIT 1", Key{}, 0, oid, key);
+        q.first = "SELECT oid FROM " + t + " ORDER BY oid ASC LIMIT 1";
+        q.last = "SELECT oid FROM " + t + " ORDER BY oid DESC LIMIT 1";
+        q.next = "SELECT oid FROM " + t + " WHERE oid > ?2 ORDER BY oid ASC LIMIT 1";
+        q.prev = "SELECT oid FROM " + t + " WHERE oid < ?2 ORDER BY oid DESC LIMIT 1";
+        q.keyOf = "SELECT oid FROM " + t + " WHERE oid = ?2";
+        return;
     }
-    const std::string known = "SELECT oid, " + c + " FROM " + t + " WHERE " + c +
-                              " IS NOT NULL ORDER BY " + c + (first ? " ASC, oid ASC" : " DESC, oid DESC") +
-                              " LIMIT 1";
-    const std::string unknown = "SELECT oid FROM " + t + " WHERE " + c + " IS NULL ORDER BY oid " +
-                                (first ? "ASC" : "DESC") + " LIMIT 1";
+    // Records with a value, in value order and then id order; after them the records
+    // without one, in id order.
+    const std::string known = "SELECT oid, " + c + " FROM " + t + " WHERE ";
+    const std::string unknown = "SELECT oid FROM " + t + " WHERE " + c + " IS NULL";
+    q.first = known + c + " IS NOT NULL ORDER BY " + c + " ASC, oid ASC LIMIT 1";
+    q.last = known + c + " IS NOT NULL ORDER BY " + c + " DESC, oid DESC LIMIT 1";
+    q.firstUnknown = unknown + " ORDER BY oid ASC LIMIT 1";
+    q.lastUnknown = unknown + " ORDER BY oid DESC LIMIT 1";
+    q.next = known + c + " >= ?1 AND (" + c + " > ?1 OR oid > ?2) ORDER BY " + c +
+             " ASC, oid ASC LIMIT 1";
+    q.prev = known + c + " <= ?1 AND (" + c + " < ?1 OR oid < ?2) ORDER BY " + c +
+             " DESC, oid DESC LIMIT 1";
+    q.nextUnknown = unknown + " AND oid > ?2 ORDER BY oid ASC LIMIT 1";
+    q.prevUnknown = unknown + " AND oid < ?2 ORDER BY oid DESC LIMIT 1";
+    q.keyOf = "SELECT oid, " + c + " FROM " + t + " WHERE oid = ?2";
+}
+
+bool CeDatabase::Edge(bool first, CeOid* oid, Key* key) {
+    const CursorSql& q = cursorSql_;
+    if (sortColumn_.empty()) return Fetch(first ? q.first : q.last, Key{}, 0, oid, key);
     // Records without the sort property come last.
-    const std::string& primary = first ? known : unknown;
-    const std::string& secondary = first ? unknown : known;
+    const std::string& primary = first ? q.first : q.lastUnknown;
+    const std::string& secondary = first ? q.firstUnknown : q.last;
     if (!Fetch(primary, Key{}, 0, oid, key)) return false;
     if (*oid != 0) return true;
     return Fetch(secondary, Key{}, 0, oid, key);
@@ -685,49 +709,24 @@ bool CeDatabase::StepFrom(bool haveCursor, const Key& from, CeOid fromOid, bool 
         }
         return Edge(true, oid, key);
     }
-    const std::string& t = table_;
-    const std::string& c = sortColumn_;
-    if (c.empty()) {
-        return Fetch("SELECT oid FROM " + t + (forward ? " WHERE oid > ?2 ORDER BY oid ASC"
-                                                          : " WHERE oid < ?2 ORDER BY oid DESC") +
-                         " LIMIT 1",
-                     Key{}, fromOid, oid, key);
-    }
+    const CursorSql& q = cursorSql_;
+    if (sortColumn_.empty()) return Fetch(forward ? q.next : q.prev, Key{}, fromOid, oid, key);
     const bool fromUnknown = std::holds_alternative<std::monostate>(from);
     if (forward) {
-        if (!fromUnknown) {
-            if (!Fetch("SELECT oid, " + c + " FROM " + t + " WHERE " + c + " >= ?1 AND (" + c +
-                              " > ?1 OR oid > ?2) ORDER BY " + c + " ASC, oid ASC LIMIT 1",
-                       from, fromOid, oid, key)) {
-                return false;
-            }
-            if (*oid != 0) return true;
-            return Fetch("SELECT oid FROM " + t + " WHERE " + c + " IS NULL ORDER BY oid ASC LIMIT 1", Key{}, 0, oid, key);
-        }
-        return Fetch("SELECT oid FROM " + t + " WHERE " + c +
-                            " IS NULL AND oid > ?2 ORDER BY oid ASC LIMIT 1", Key{}, fromOid, oid, key);
-    }
-    if (fromUnknown) {
-        if (!Fetch("SELECT oid FROM " + t + " WHERE " + c +
-                          " IS NULL AND oid < ?2 ORDER BY oid DESC LIMIT 1", Key{}, fromOid, oid, key)) {
-            return false;
-        }
+        if (fromUnknown) return Fetch(q.nextUnknown, Key{}, fromOid, oid, key);
+        if (!Fetch(q.next, from, fromOid, oid, key)) return false;
         if (*oid != 0) return true;
-        return Fetch("SELECT oid, " + c + " FROM " + t + " WHERE " + c + " IS NOT NULL ORDER BY " + c +
-                            " DESC, oid DESC LIMIT 1", Key{}, 0, oid, key);
+        return Fetch(q.firstUnknown, Key{}, 0, oid, key);
     }
-    return Fetch("SELECT oid, " + c + " FROM " + t + " WHERE " + c + " <= ?1 AND (" + c +
-                     " < ?1 OR oid < ?2) ORDER BY " + c + " DESC, oid DESC LIMIT 1",
-                 from, fromOid, oid, key);
+    if (!fromUnknown) return Fetch(q.prev, from, fromOid, oid, key);
+    if (!Fetch(q.prevUnknown, Key{}, fromOid, oid, key)) return false;
+    if (*oid != 0) return true;
+    return Fetch(q.last, Key{}, 0, oid, key);
 }
 
 bool CeDatabase::KeyOf(CeOid target, Key* key, bool* exists) {
     CeOid found = 0;
-    CeOid* oid = &found;
-    const std::string cols = sortColumn_.empty() ? "oid" : "oid, " + sortColumn_;
-    if (!Fetch("SELECT " + cols + " FROM " + table_ + " WHERE oid = ?2", Key{}, target, oid, key)) {
-        return false;
-    }
+    if (!Fetch(cursorSql_.keyOf, Key{}, target, &found, key)) return false;
     *exists = found != 0;
     return true;
 }
@@ -811,8 +810,14 @@ CeOid CeDatabase::ReadProperty(CePropId propId, CePropVal* out) {
         SetError(kCeErrorNoRecord);
         return 0;
     }
-    const std::string col = HasColumn(propId) ? ColumnName(propId) : "NULL";
-    sqlite3_stmt* stmt = Statement("SELECT " + col + " FROM " + table_ + " WHERE oid = ?1");
+    auto cached = readOneSql_.find(propId);
+    if (cached == readOneSql_.end() && HasColumn(propId)) {
+        cached = readOneSql_.emplace(propId, "SELECT " + ColumnName(propId) + " FROM " + table_ +
+                                                 " WHERE oid = ?1").first;
+    }
+    sqlite3_stmt* stmt = Statement(cached != readOneSql_.end()
+                                       ? cached->second
+                                       : "SELECT NULL FROM " + table_ + " WHERE oid = ?1");
     if (stmt == nullptr) return 0;
     StmtScope scope(stmt);
     sqlite3_bind_int64(stmt, 1, positionOid_);

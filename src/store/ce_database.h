@@ -176,6 +176,11 @@ private:
     bool ReadSortOrders(CeOid id, std::vector<CeSortOrderSpec>* out);
     bool StepFrom(bool haveCursor, const Key& key, CeOid oid, bool forward, CeOid* nextOid,
                   Key* nextKey);
+    struct CursorSql {
+        std::string first, last, next, prev, firstUnknown, lastUnknown, nextUnknown, prevUnknown,
+            keyOf;
+    };
+    void BuildCursorSql();
     bool Edge(bool first, CeOid* oid, Key* key);
     bool Fetch(const std::string& sql, const Key& from, CeOid fromOid, CeOid* oid, Key* key);
     bool KeyOf(CeOid oid, Key* key, bool* exists);
@@ -188,6 +193,8 @@ private:
     CePropId sortProperty_ = 0;
     std::string sortColumn_;  // empty when unsorted
     std::vector<CePropId> columns_;
+    CursorSql cursorSql_;
+    std::map<CePropId, std::string> readOneSql_;
     std::map<std::string, sqlite3_stmt*> statements_;
     bool positioned_ = false;
     CeOid positionOid_ = 0;
