@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kMessages = 100'000;
 constexpr FileTime kStart = 126'000'000'000'000'000ull;  // 2000-04-14
-constexpr FileTime kStep = 37ull * 10'000'000;            // 37 s between messages
+constexpr FileTime kStep = 37ull * 10'000'000;           // 37 s between messages
 
 FolderId FolderOf(int i) {
     const int r = i % 10;
@@ -41,7 +41,7 @@ SmsMessage MessageNumber(int i) {
 
 // The store of 100,000 messages, made once for every benchmark of the run.
 class BenchStore {
-public:
+  public:
     BenchStore() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "velkan-store-bench-XXXXXX").string();
@@ -66,7 +66,7 @@ public:
 
     MessageDatabase db;
 
-private:
+  private:
     std::string dir_;
 };
 
@@ -114,7 +114,11 @@ void BM_CountFolder(benchmark::State& state) {
     }
     state.SetLabel(std::to_string(n) + " messages");
 }
-BENCHMARK(BM_CountFolder)->Arg(kFolderInbox)->Arg(kFolderOutbox)->Arg(kFolderLog)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_CountFolder)
+    ->Arg(kFolderInbox)
+    ->Arg(kFolderOutbox)
+    ->Arg(kFolderLog)
+    ->Unit(benchmark::kMicrosecond);
 
 void BM_FolderOidsNewestFirst(benchmark::State& state) {
     MessageDatabase& db = Store().db;
@@ -126,7 +130,10 @@ void BM_FolderOidsNewestFirst(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(oids.size()));
 }
-BENCHMARK(BM_FolderOidsNewestFirst)->Arg(kFolderInbox)->Arg(kFolderLog)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FolderOidsNewestFirst)
+    ->Arg(kFolderInbox)
+    ->Arg(kFolderLog)
+    ->Unit(benchmark::kMillisecond);
 
 // A screenful of 20 rows at the top, in the middle and at the end of the Log view.
 void BM_ReadLogPage(benchmark::State& state) {

@@ -42,7 +42,8 @@ int UnknownName(const char* name) {
         if (!known.empty()) known += ", ";
         known += Utf16ToUtf8(kSettings[i].name);
     }
-    return UsageError(kVerb, (std::string("unknown setting '") + name + "' (known: " + known + ")").c_str());
+    return UsageError(
+        kVerb, (std::string("unknown setting '") + name + "' (known: " + known + ")").c_str());
 }
 
 std::string ValueText(RegistryKey& key, const SettingInfo& setting) {
@@ -98,7 +99,8 @@ int Set(const SettingInfo& setting, const char* valueText) {
         result = key.WriteString(n, text);
     }
     if (result != kRegSuccess) {
-        std::fprintf(stderr, "velkan: %s could not be written to %s\n", name.c_str(), key.Location().c_str());
+        std::fprintf(stderr, "velkan: %s could not be written to %s\n", name.c_str(),
+                     key.Location().c_str());
         return 1;
     }
     return 0;
@@ -114,7 +116,8 @@ int RunConfigVerb(int argc, char** argv) {
         RegistryKey key;
         OpenForReading(key);
         for (std::size_t i = 0; i < kSettingCount; ++i) {
-            std::printf("%s=%s\n", Utf16ToUtf8(kSettings[i].name).c_str(), ValueText(key, kSettings[i]).c_str());
+            std::printf("%s=%s\n", Utf16ToUtf8(kSettings[i].name).c_str(),
+                        ValueText(key, kSettings[i]).c_str());
         }
         return 0;
     }
@@ -133,5 +136,6 @@ int RunConfigVerb(int argc, char** argv) {
         if (setting == nullptr) return UnknownName(argv[2]);
         return Set(*setting, argv[3]);
     }
-    return UsageError(kVerb, (std::string("unknown action '") + action + "': list, get or set").c_str());
+    return UsageError(kVerb,
+                      (std::string("unknown action '") + action + "': list, get or set").c_str());
 }

@@ -58,7 +58,9 @@ bool ReportNotices() {
         std::fprintf(stderr, "velkan: %s\n", notice.message.c_str());
         if (notice.problem == StoreProblem::kDamagedSetAside) stop = true;
     }
-    if (stop) std::fputs("velkan: nothing was done; run the command again to use the new store\n", stderr);
+    if (stop)
+        std::fputs("velkan: nothing was done; run the command again to use the new store\n",
+                   stderr);
     return stop;
 }
 
@@ -67,7 +69,8 @@ bool OpenStore(MessageDatabase& db) {
     const bool opened = OpenMessageStore(db);
     const bool stop = ReportNotices();
     if (!opened) {
-        std::fprintf(stderr, "velkan: the message store %s cannot be used\n", StoreFilePath().c_str());
+        std::fprintf(stderr, "velkan: the message store %s cannot be used\n",
+                     StoreFilePath().c_str());
         return false;
     }
     return !stop;
@@ -77,7 +80,8 @@ bool OpenRecent(RecentDatabase& db, CePropId order) {
     const bool opened = OpenRecentStore(db, order);
     const bool stop = ReportNotices();
     if (!opened) {
-        std::fprintf(stderr, "velkan: the recent recipients in %s cannot be used\n", StoreFilePath().c_str());
+        std::fprintf(stderr, "velkan: the recent recipients in %s cannot be used\n",
+                     StoreFilePath().c_str());
         return false;
     }
     return !stop;
@@ -138,7 +142,8 @@ int RunCompose(int argc, char** argv) {
             draft = true;
         } else if (std::strcmp(a, "--to") == 0 || std::strcmp(a, "--text") == 0 ||
                    std::strcmp(a, "--name") == 0) {
-            if (i + 1 >= argc) return UsageError("compose", (std::string(a) + " needs a value").c_str());
+            if (i + 1 >= argc)
+                return UsageError("compose", (std::string(a) + " needs a value").c_str());
             const char* v = argv[++i];
             if (std::strcmp(a, "--to") == 0) {
                 to = v;
@@ -168,15 +173,17 @@ int RunCompose(int argc, char** argv) {
     message.text = source;
 
     if (message.name.empty() && message.number.empty() && message.text.empty()) {
-        std::fputs("velkan: nothing to store: the name, the number and the text are all empty\n", stderr);
+        std::fputs("velkan: nothing to store: the name, the number and the text are all empty\n",
+                   stderr);
         return 2;
     }
     // An Outbox message will be sent, so it needs both; a draft needs neither.
     if (!draft && (message.number.empty() || message.text.empty())) {
-        std::fprintf(stderr, "velkan: an Outbox message needs %s (use --draft to keep it as a draft)\n",
-                     message.number.empty() ? (to == nullptr ? "a number (--to)"
-                                                             : "a number with digits (--to)")
-                                            : "a text (--text)");
+        std::fprintf(stderr,
+                     "velkan: an Outbox message needs %s (use --draft to keep it as a draft)\n",
+                     message.number.empty()
+                         ? (to == nullptr ? "a number (--to)" : "a number with digits (--to)")
+                         : "a text (--text)");
         return 2;
     }
 
@@ -191,7 +198,8 @@ int RunCompose(int argc, char** argv) {
     if (!OpenStore(db)) return 1;
     if (!WriteMessage(db, message)) {
         ReportNotices();
-        std::fprintf(stderr, "velkan: the message could not be stored: %s\n", db.LastErrorText().c_str());
+        std::fprintf(stderr, "velkan: the message could not be stored: %s\n",
+                     db.LastErrorText().c_str());
         return 1;
     }
     std::printf("%u\n", message.oid);
@@ -203,7 +211,8 @@ int RunCompose(int argc, char** argv) {
         entry.name = message.name;
         entry.number = message.number;
         if (!OpenRecent(recent, kPropRecentLastUsed) || !AddRecent(recent, entry)) {
-            std::fputs("velkan: the message was stored, but the recipient was not remembered\n", stderr);
+            std::fputs("velkan: the message was stored, but the recipient was not remembered\n",
+                       stderr);
         }
     }
     return 0;
@@ -218,12 +227,14 @@ int RunList(int argc, char** argv) {
         if (std::strcmp(argv[i], "--json") == 0) {
             json = true;
         } else if (argv[i][0] == '-' || folderName != nullptr) {
-            return UsageError("list", (std::string("unexpected argument '") + argv[i] + "'").c_str());
+            return UsageError("list",
+                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
         } else {
             folderName = argv[i];
         }
     }
-    if (folderName == nullptr) return UsageError("list", "which folder? inbox, outbox, draft, sent or log");
+    if (folderName == nullptr)
+        return UsageError("list", "which folder? inbox, outbox, draft, sent or log");
     const FolderName* folder = nullptr;
     for (const FolderName& f : kFolders) {
         if (SameIgnoringCase(f.name, folderName)) folder = &f;
@@ -242,7 +253,8 @@ int RunList(int argc, char** argv) {
     for (std::uint32_t first = 0;; first += kPage) {
         if (!db.ReadFolderPage(folder->folder, first, kPage, &page)) {
             ReportNotices();
-            std::fprintf(stderr, "velkan: the folder could not be read: %s\n", db.LastErrorText().c_str());
+            std::fprintf(stderr, "velkan: the folder could not be read: %s\n",
+                         db.LastErrorText().c_str());
             return 1;
         }
         for (const SmsMessage& m : page) {
@@ -270,10 +282,13 @@ int RunList(int argc, char** argv) {
             }
             const bool unread = (m.flags & kFlagUnread) != 0;
             const bool flash = (m.flags & kFlagFlash) != 0;
-            const char* flags = unread && flash ? "new+flash" : unread ? "new" : flash ? "flash" : "-";
+            const char* flags = unread && flash ? "new+flash"
+                                : unread        ? "new"
+                                : flash         ? "flash"
+                                                : "-";
             std::printf("%6u  %-19s  %-9s  %-6s  %s  %s  %s\n", m.oid, time.c_str(), flags,
-                        FolderLabel(m.folder),
-                        Cell(m.name, 20).c_str(), Cell(m.number, 16).c_str(), Cell(m.text, 0).c_str());
+                        FolderLabel(m.folder), Cell(m.name, 20).c_str(), Cell(m.number, 16).c_str(),
+                        Cell(m.text, 0).c_str());
         }
         if (page.size() < kPage) break;
     }
@@ -301,7 +316,8 @@ int RunDelete(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         Oid id = 0;
         if (!ParseId(argv[i], &id)) {
-            return UsageError("delete", (std::string("'") + argv[i] + "' is not a message id").c_str());
+            return UsageError("delete",
+                              (std::string("'") + argv[i] + "' is not a message id").c_str());
         }
         ids.push_back(id);
     }
@@ -329,7 +345,8 @@ int RunRecent(int argc, char** argv) {
     bool json = false;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--json") != 0) {
-            return UsageError("recent", (std::string("unexpected argument '") + argv[i] + "'").c_str());
+            return UsageError("recent",
+                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
         }
         json = true;
     }
@@ -344,7 +361,8 @@ int RunRecent(int argc, char** argv) {
     if (!json && !entries.empty()) std::printf("%-30s  %s\n", "NAME", "NUMBER");
     for (const RecentRecipient& e : entries) {
         if (json) {
-            std::printf("%s\n", JsonObject().Add("name", e.name).Add("number", e.number).Str().c_str());
+            std::printf("%s\n",
+                        JsonObject().Add("name", e.name).Add("number", e.number).Str().c_str());
         } else {
             std::printf("%s  %s\n", Cell(e.name, 30).c_str(), Cell(e.number, 0).c_str());
         }
@@ -355,7 +373,15 @@ int RunRecent(int argc, char** argv) {
 
 }  // namespace
 
-int RunComposeVerb(int argc, char** argv) { return RunCompose(argc, argv); }
-int RunListVerb(int argc, char** argv) { return RunList(argc, argv); }
-int RunDeleteVerb(int argc, char** argv) { return RunDelete(argc, argv); }
-int RunRecentVerb(int argc, char** argv) { return RunRecent(argc, argv); }
+int RunComposeVerb(int argc, char** argv) {
+    return RunCompose(argc, argv);
+}
+int RunListVerb(int argc, char** argv) {
+    return RunList(argc, argv);
+}
+int RunDeleteVerb(int argc, char** argv) {
+    return RunDelete(argc, argv);
+}
+int RunRecentVerb(int argc, char** argv) {
+    return RunRecent(argc, argv);
+}

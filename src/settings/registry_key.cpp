@@ -38,7 +38,8 @@ std::vector<std::u16string> SplitPath(std::u16string_view path) {
 }
 
 bool IsSoftware(const std::u16string& part) {
-    return QString::fromStdU16String(part).compare(QStringLiteral("Software"), Qt::CaseInsensitive) == 0;
+    return QString::fromStdU16String(part).compare(QStringLiteral("Software"),
+                                                   Qt::CaseInsensitive) == 0;
 }
 
 #ifndef _WIN32
@@ -109,7 +110,8 @@ bool RegistryKey::Open(RegistryRoot root, std::u16string_view path, std::uint32_
     if (!create) {
         // The key exists when it holds a value or a sub-key.
         settings->sync();
-        if (!group.isEmpty() && settings->childKeys().isEmpty() && settings->childGroups().isEmpty()) {
+        if (!group.isEmpty() && settings->childKeys().isEmpty() &&
+            settings->childGroups().isEmpty()) {
             return false;
         }
     }
@@ -181,7 +183,8 @@ std::uint32_t RegistryKey::ReadBinary(std::u16string_view name, void* buffer, st
     if (value.typeId() != QMetaType::QByteArray) return kRegBadKey;
     const QByteArray bytes = value.toByteArray();
     if (static_cast<std::uint64_t>(bytes.size()) > size) return kRegMoreData;
-    if (!bytes.isEmpty()) std::memcpy(buffer, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    if (!bytes.isEmpty())
+        std::memcpy(buffer, bytes.constData(), static_cast<std::size_t>(bytes.size()));
     return kRegSuccess;
 }
 

@@ -23,18 +23,18 @@ enum class RegistryRoot { kCurrentUser, kLocalMachine };
 
 // Results, in the platform's numbering.
 constexpr std::uint32_t kRegSuccess = 0;
-constexpr std::uint32_t kRegFileNotFound = 2;     // no such value
-constexpr std::uint32_t kRegAccessDenied = 5;     // the file could not be written
-constexpr std::uint32_t kRegInvalidHandle = 6;    // the key is not open
-constexpr std::uint32_t kRegMoreData = 234;       // the value is larger than the buffer
+constexpr std::uint32_t kRegFileNotFound = 2;   // no such value
+constexpr std::uint32_t kRegAccessDenied = 5;   // the file could not be written
+constexpr std::uint32_t kRegInvalidHandle = 6;  // the key is not open
+constexpr std::uint32_t kRegMoreData = 234;     // the value is larger than the buffer
 constexpr std::uint32_t kRegNoMoreItems = 259;
-constexpr std::uint32_t kRegBadKey = 1010;        // the value has another type
-constexpr std::uint32_t kRegWriteFault = 29;      // the settings file is unusable
+constexpr std::uint32_t kRegBadKey = 1010;    // the value has another type
+constexpr std::uint32_t kRegWriteFault = 29;  // the settings file is unusable
 
 constexpr std::uint32_t kKeyAllAccess = 0xF003F;
 
 class RegistryKey {
-public:
+  public:
     RegistryKey();
     ~RegistryKey();
     RegistryKey(const RegistryKey&) = delete;
@@ -68,6 +68,6 @@ public:
     // Where the values are kept (the INI file, or the registry path on Windows).
     std::string Location() const;
 
-private:
+  private:
     std::unique_ptr<QSettings> settings_;
 };

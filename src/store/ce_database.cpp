@@ -17,7 +17,7 @@ constexpr std::int64_t kMaxOid = std::numeric_limits<CeOid>::max();
 // Resets a cached statement when the operation is done with it, so that no read transaction
 // stays open between operations.
 class StmtScope {
-public:
+  public:
     explicit StmtScope(sqlite3_stmt* stmt) : stmt_(stmt) {}
     ~StmtScope() {
         if (stmt_ != nullptr) {
@@ -28,7 +28,7 @@ public:
     StmtScope(const StmtScope&) = delete;
     StmtScope& operator=(const StmtScope&) = delete;
 
-private:
+  private:
     sqlite3_stmt* stmt_;
 };
 
@@ -38,7 +38,9 @@ std::string Hex8(std::uint32_t value) {
     return buf;
 }
 
-std::string TableOf(CeOid id) { return "records_" + std::to_string(id); }
+std::string TableOf(CeOid id) {
+    return "records_" + std::to_string(id);
+}
 
 std::string IndexOf(const std::string& table, CePropId propId) {
     return table + "_sort_" + Hex8(propId);
@@ -48,18 +50,20 @@ bool SortableType(std::uint16_t type) {
     return type == kCevtUi4 || type == kCevtFiletime || type == kCevtLpwstr;
 }
 
-bool KnownType(std::uint16_t type) { return SortableType(type) || type == kCevtBlob; }
+bool KnownType(std::uint16_t type) {
+    return SortableType(type) || type == kCevtBlob;
+}
 
-std::string FormatSortOrders(const CeSortOrderSpec* specs, unsigned count) {
+std::string FormatSortOrders(const CeSortOrder* orders, unsigned count) {
     std::string out;
     for (unsigned i = 0; i < count; ++i) {
         if (!out.empty()) out += ',';
-        out += Hex8(specs[i].propId) + ":" + std::to_string(specs[i].flags);
+        out += Hex8(orders[i].propId) + ":" + std::to_string(orders[i].flags);
     }
     return out;
 }
 
-bool ParseSortOrders(const std::string& text, std::vector<CeSortOrderSpec>* out) {
+bool ParseSortOrders(const std::string& text, std::vector<CeSortOrder>* out) {
     out->clear();
     std::size_t pos = 0;
     while (pos < text.size()) {
@@ -69,18 +73,18 @@ bool ParseSortOrders(const std::string& text, std::vector<CeSortOrderSpec>* out)
         unsigned long prop = 0, flags = 0;
         char tail = 0;
         if (std::sscanf(item.c_str(), "%8lx:%lu%c", &prop, &flags, &tail) != 2) return false;
-        out->push_back(CeSortOrderSpec{static_cast<CePropId>(prop), static_cast<std::uint32_t>(flags)});
+        out->push_back(CeSortOrder{static_cast<CePropId>(prop), static_cast<std::uint32_t>(flags)});
         pos = end + 1;
     }
     return out->size() <= kMaxSortOrders;
 }
 
-bool ValidSortOrders(const CeSortOrderSpec* specs, unsigned count) {
-    if (count > kMaxSortOrders || (count > 0 && specs == nullptr)) return false;
+bool ValidSortOrders(const CeSortOrder* orders, unsigned count) {
+    if (count > kMaxSortOrders || (count > 0 && orders == nullptr)) return false;
     for (unsigned i = 0; i < count; ++i) {
-        if (specs[i].flags != 0 || !SortableType(PropType(specs[i].propId))) return false;
+        if (orders[i].flags != 0 || !SortableType(PropType(orders[i].propId))) return false;
         for (unsigned j = 0; j < i; ++j) {
-            if (specs[j].propId == specs[i].propId) return false;
+            if (orders[j].propId == orders[i].propId) return false;
         }
     }
     return true;
@@ -130,8 +134,8 @@ void BindValue(sqlite3_stmt* stmt, int index, const CePropVal& value) {
             if (value.blob.empty()) {
                 sqlite3_bind_zeroblob(stmt, index, 0);
             } else {
-                sqlite3_bind_blob(stmt, index, value.blob.data(), static_cast<int>(value.blob.size()),
-                                  SQLITE_TRANSIENT);
+                sqlite3_bind_blob(stmt, index, value.blob.data(),
+                                  static_cast<int>(value.blob.size()), SQLITE_TRANSIENT);
             }
     }
 }
@@ -200,7 +204,9 @@ void CeDatabase::FinalizeStatements() {
     statements_.clear();
 }
 
-std::string CeDatabase::ColumnName(CePropId propId) { return "p_" + Hex8(propId); }
+std::string CeDatabase::ColumnName(CePropId propId) {
+    return "p_" + Hex8(propId);
+}
 
 void CeDatabase::SetError(std::uint32_t code, std::string text) {
     lastError_ = code;
@@ -273,7 +279,7 @@ bool CeDatabase::LookUpByName(std::u16string_view name, CeOid* id) {
     return false;
 }
 
-bool CeDatabase::ReadSortOrders(CeOid id, std::vector<CeSortOrderSpec>* out) {
+bool CeDatabase::ReadSortOrders(CeOid id, std::vector<CeSortOrder>* out) {
     sqlite3_stmt* stmt = Statement("SELECT sort_orders FROM object_databases WHERE id = ?1");
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
@@ -300,11 +306,11 @@ bool CeDatabase::OpenResolved(CeOid id, CePropId sortProperty, std::uint32_t fla
         SetError(kCeErrorInvalidParameter);
         return false;
     }
-    std::vector<CeSortOrderSpec> specs;
-    if (!ReadSortOrders(id, &specs)) return false;
-    if (sortProperty != 0 &&
-        std::none_of(specs.begin(), specs.end(),
-                     [&](const CeSortOrderSpec& s) { return s.propId == sortProperty; })) {
+    std::vector<CeSortOrder> orders;
+    if (!ReadSortOrders(id, &orders)) return false;
+    if (sortProperty != 0 && std::none_of(orders.begin(), orders.end(), [&](const CeSortOrder& s) {
+            return s.propId == sortProperty;
+        })) {
         SetError(kCeErrorInvalidParameter);
         return false;
     }
@@ -400,7 +406,8 @@ bool CeDatabase::EnsureColumn(CePropId propId) {
     const int rc = sqlite3_exec(db_, sql.c_str(), nullptr, nullptr, nullptr);
     if (rc != SQLITE_OK) {
         // Another connection may have been quicker.
-        if (LoadColumns() && std::find(columns_.begin(), columns_.end(), propId) != columns_.end()) {
+        if (LoadColumns() &&
+            std::find(columns_.begin(), columns_.end(), propId) != columns_.end()) {
             return true;
         }
         Fail(rc);
@@ -410,8 +417,8 @@ bool CeDatabase::EnsureColumn(CePropId propId) {
 }
 
 CeOid CeDatabase::CreateDatabase(std::u16string_view name, std::uint32_t type,
-                                 const CeSortOrderSpec* specs, unsigned count) {
-    if (!ValidSortOrders(specs, count)) {
+                                 const CeSortOrder* orders, unsigned count) {
+    if (!ValidSortOrders(orders, count)) {
         SetError(kCeErrorInvalidParameter);
         return 0;
     }
@@ -434,10 +441,10 @@ CeOid CeDatabase::CreateDatabase(std::u16string_view name, std::uint32_t type,
     CeOid id = 0;
     {
         StmtScope scope(stmt);
-        const std::string orders = FormatSortOrders(specs, count);
+        const std::string text = FormatSortOrders(orders, count);
         sqlite3_bind_text(stmt, 1, utf8.data(), static_cast<int>(utf8.size()), SQLITE_TRANSIENT);
         sqlite3_bind_int64(stmt, 2, type);
-        sqlite3_bind_text(stmt, 3, orders.data(), static_cast<int>(orders.size()), SQLITE_TRANSIENT);
+        sqlite3_bind_text(stmt, 3, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
         const int rc = sqlite3_step(stmt);
         if (rc != SQLITE_DONE) {
             // The name was taken by another process since the look-up.
@@ -457,11 +464,11 @@ CeOid CeDatabase::CreateDatabase(std::u16string_view name, std::uint32_t type,
     }
     const std::string table = TableOf(id);
     std::string sql = "CREATE TABLE " + table + "(oid INTEGER PRIMARY KEY AUTOINCREMENT";
-    for (unsigned i = 0; i < count; ++i) sql += ", " + ColumnName(specs[i].propId);
+    for (unsigned i = 0; i < count; ++i) sql += ", " + ColumnName(orders[i].propId);
     sql += ");";
     for (unsigned i = 0; i < count; ++i) {
-        sql += "CREATE INDEX " + IndexOf(table, specs[i].propId) + " ON " + table + "(" +
-               ColumnName(specs[i].propId) + ");";
+        sql += "CREATE INDEX " + IndexOf(table, orders[i].propId) + " ON " + table + "(" +
+               ColumnName(orders[i].propId) + ");";
     }
     if (!Execute(sql)) return rollback();
     if (!CommitTransaction()) return 0;
@@ -470,13 +477,13 @@ CeOid CeDatabase::CreateDatabase(std::u16string_view name, std::uint32_t type,
     return id;
 }
 
-bool CeDatabase::SetSortOrders(const CeSortOrderSpec* specs, unsigned count) {
-    if (!ValidSortOrders(specs, count) || databaseId == 0) {
+bool CeDatabase::SetSortOrders(const CeSortOrder* orders, unsigned count) {
+    if (!ValidSortOrders(orders, count) || databaseId == 0) {
         SetError(databaseId == 0 ? kCeErrorFileNotFound : kCeErrorInvalidParameter);
         return false;
     }
     if (!Connect()) return false;
-    std::vector<CeSortOrderSpec> old;
+    std::vector<CeSortOrder> old;
     if (!ReadSortOrders(databaseId, &old)) return false;
     const std::string table = TableOf(databaseId);
     std::vector<CePropId> columns;
@@ -485,24 +492,24 @@ bool CeDatabase::SetSortOrders(const CeSortOrderSpec* specs, unsigned count) {
         return false;
     }
     std::string sql;
-    for (const CeSortOrderSpec& spec : old) {
-        sql += "DROP INDEX IF EXISTS " + IndexOf(table, spec.propId) + ";";
+    for (const CeSortOrder& order : old) {
+        sql += "DROP INDEX IF EXISTS " + IndexOf(table, order.propId) + ";";
     }
     for (unsigned i = 0; i < count; ++i) {
-        if (std::find(columns.begin(), columns.end(), specs[i].propId) == columns.end()) {
-            sql += "ALTER TABLE " + table + " ADD COLUMN " + ColumnName(specs[i].propId) + ";";
+        if (std::find(columns.begin(), columns.end(), orders[i].propId) == columns.end()) {
+            sql += "ALTER TABLE " + table + " ADD COLUMN " + ColumnName(orders[i].propId) + ";";
         }
-        sql += "CREATE INDEX IF NOT EXISTS " + IndexOf(table, specs[i].propId) + " ON " + table +
-               "(" + ColumnName(specs[i].propId) + ");";
+        sql += "CREATE INDEX IF NOT EXISTS " + IndexOf(table, orders[i].propId) + " ON " + table +
+               "(" + ColumnName(orders[i].propId) + ");";
     }
     if (!BeginTransaction()) return false;
     sqlite3_stmt* stmt = Statement("UPDATE object_databases SET sort_orders = ?2 WHERE id = ?1");
     bool ok = stmt != nullptr && Execute(sql);
     if (ok) {
         StmtScope scope(stmt);
-        const std::string orders = FormatSortOrders(specs, count);
+        const std::string text = FormatSortOrders(orders, count);
         sqlite3_bind_int64(stmt, 1, databaseId);
-        sqlite3_bind_text(stmt, 2, orders.data(), static_cast<int>(orders.size()), SQLITE_TRANSIENT);
+        sqlite3_bind_text(stmt, 2, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
         const int rc = sqlite3_step(stmt);
         if (rc != SQLITE_DONE) {
             Fail(rc);
@@ -519,16 +526,16 @@ bool CeDatabase::SetSortOrders(const CeSortOrderSpec* specs, unsigned count) {
     return true;
 }
 
-bool CeDatabase::GetSortOrders(CeSortOrderSpec* out, unsigned* count) {
+bool CeDatabase::GetSortOrders(CeSortOrder* out, unsigned* count) {
     if (databaseId == 0) {
         SetError(kCeErrorFileNotFound);
         return false;
     }
     if (!Connect()) return false;
-    std::vector<CeSortOrderSpec> specs;
-    if (!ReadSortOrders(databaseId, &specs)) return false;
-    std::copy(specs.begin(), specs.end(), out);
-    *count = static_cast<unsigned>(specs.size());
+    std::vector<CeSortOrder> orders;
+    if (!ReadSortOrders(databaseId, &orders)) return false;
+    std::copy(orders.begin(), orders.end(), out);
+    *count = static_cast<unsigned>(orders.size());
     return true;
 }
 
@@ -556,8 +563,9 @@ bool CeDatabase::DeleteDatabase(std::u16string_view name) {
     temp.Close();
     const std::string table = TableOf(temp.databaseId);
     if (!temp.BeginTransaction()) return false;
-    if (!temp.Execute("DROP TABLE IF EXISTS " + table + ";DELETE FROM object_databases WHERE id = " +
-                      std::to_string(temp.databaseId) + ";")) {
+    if (!temp.Execute(
+            "DROP TABLE IF EXISTS " + table +
+            ";DELETE FROM object_databases WHERE id = " + std::to_string(temp.databaseId) + ";")) {
         temp.RollbackTransaction();
         return false;
     }
@@ -580,7 +588,8 @@ bool CeDatabase::CommitTransaction() {
         return false;
     }
     const int level = transactionDepth_ - 1;
-    const std::string sql = level == 0 ? std::string("COMMIT") : "RELEASE vk" + std::to_string(level);
+    const std::string sql =
+        level == 0 ? std::string("COMMIT") : "RELEASE vk" + std::to_string(level);
     if (!Execute(sql)) {
         const std::uint32_t code = lastError_;
         const std::string text = lastErrorText_;
@@ -608,7 +617,8 @@ void CeDatabase::RollbackTransaction() {
 
 namespace {
 
-void BindKey(sqlite3_stmt* stmt, int index, const std::variant<std::monostate, std::int64_t, std::string>& key) {
+void BindKey(sqlite3_stmt* stmt, int index,
+             const std::variant<std::monostate, std::int64_t, std::string>& key) {
     if (const auto* i = std::get_if<std::int64_t>(&key)) {
         sqlite3_bind_int64(stmt, index, *i);
     } else if (const auto* s = std::get_if<std::string>(&key)) {
@@ -699,8 +709,8 @@ bool CeDatabase::Edge(bool first, CeOid* oid, Key* key) {
     return Fetch(secondary, Key{}, 0, oid, key);
 }
 
-bool CeDatabase::StepFrom(bool haveCursor, const Key& from, CeOid fromOid, bool forward,
-                          CeOid* oid, Key* key) {
+bool CeDatabase::StepFrom(bool haveCursor, const Key& from, CeOid fromOid, bool forward, CeOid* oid,
+                          Key* key) {
     if (!haveCursor) {
         // Before the first record: a step forward finds the first one.
         if (!forward) {
@@ -812,12 +822,14 @@ CeOid CeDatabase::ReadProperty(CePropId propId, CePropVal* out) {
     }
     auto cached = readOneSql_.find(propId);
     if (cached == readOneSql_.end() && HasColumn(propId)) {
-        cached = readOneSql_.emplace(propId, "SELECT " + ColumnName(propId) + " FROM " + table_ +
-                                                 " WHERE oid = ?1").first;
+        cached = readOneSql_
+                     .emplace(propId, "SELECT " + ColumnName(propId) + " FROM " + table_ +
+                                          " WHERE oid = ?1")
+                     .first;
     }
-    sqlite3_stmt* stmt = Statement(cached != readOneSql_.end()
-                                       ? cached->second
-                                       : "SELECT NULL FROM " + table_ + " WHERE oid = ?1");
+    sqlite3_stmt* stmt =
+        Statement(cached != readOneSql_.end() ? cached->second
+                                              : "SELECT NULL FROM " + table_ + " WHERE oid = ?1");
     if (stmt == nullptr) return 0;
     StmtScope scope(stmt);
     sqlite3_bind_int64(stmt, 1, positionOid_);
@@ -869,7 +881,8 @@ CeOid CeDatabase::ReadRecord(const CePropId* propIds, unsigned count, std::vecto
         return 0;
     }
     out->resize(count);
-    for (unsigned i = 0; i < count; ++i) ColumnValue(stmt, static_cast<int>(i), propIds[i], &(*out)[i]);
+    for (unsigned i = 0; i < count; ++i)
+        ColumnValue(stmt, static_cast<int>(i), propIds[i], &(*out)[i]);
     currentId = positionOid_;
     return positionOid_;
 }
@@ -922,7 +935,8 @@ CeOid CeDatabase::WriteRecord(CeOid oid, const CePropVal* values, unsigned count
         sqlite3_stmt* stmt = Statement(sql);
         if (stmt == nullptr) return 0;
         StmtScope scope(stmt);
-        for (std::size_t i = 0; i < set.size(); ++i) BindValue(stmt, static_cast<int>(i + 1), *set[i]);
+        for (std::size_t i = 0; i < set.size(); ++i)
+            BindValue(stmt, static_cast<int>(i + 1), *set[i]);
         const int rc = sqlite3_step(stmt);
         if (rc != SQLITE_DONE) {
             Fail(rc);
@@ -942,7 +956,8 @@ CeOid CeDatabase::WriteRecord(CeOid oid, const CePropVal* values, unsigned count
         } else {
             sql = "UPDATE " + table_ + " SET ";
             for (std::size_t i = 0; i < set.size(); ++i) {
-                sql += (i ? ", " : "") + ColumnName(set[i]->propId) + " = ?" + std::to_string(i + 2);
+                sql +=
+                    (i ? ", " : "") + ColumnName(set[i]->propId) + " = ?" + std::to_string(i + 2);
             }
             sql += " WHERE oid = ?1";
         }
@@ -950,9 +965,11 @@ CeOid CeDatabase::WriteRecord(CeOid oid, const CePropVal* values, unsigned count
         if (stmt == nullptr) return 0;
         StmtScope scope(stmt);
         sqlite3_bind_int64(stmt, 1, oid);
-        for (std::size_t i = 0; i < set.size(); ++i) BindValue(stmt, static_cast<int>(i + 2), *set[i]);
+        for (std::size_t i = 0; i < set.size(); ++i)
+            BindValue(stmt, static_cast<int>(i + 2), *set[i]);
         const int rc = sqlite3_step(stmt);
-        const bool found = set.empty() ? rc == SQLITE_ROW : (rc == SQLITE_DONE && sqlite3_changes(db_) > 0);
+        const bool found =
+            set.empty() ? rc == SQLITE_ROW : (rc == SQLITE_DONE && sqlite3_changes(db_) > 0);
         if (rc != SQLITE_DONE && rc != SQLITE_ROW) {
             Fail(rc);
             return 0;
@@ -995,49 +1012,49 @@ bool CeDatabase::DeleteRecord(CeOid oid) {
     return true;
 }
 
-bool CeDatabase::CreateOrOpen(std::u16string_view name, const CeSortOrderSpec* sortSpecs,
+bool CeDatabase::CreateOrOpen(std::u16string_view name, const CeSortOrder* sortOrders,
                               unsigned count, CePropId sortProperty, std::uint32_t flags) {
-    if (!ValidSortOrders(sortSpecs, count)) {
+    if (!ValidSortOrders(sortOrders, count)) {
         SetError(kCeErrorInvalidParameter);
         return false;
     }
     if (!Open(name, sortProperty, flags)) {
         if (lastError_ == kCeErrorFileNotFound) {
-            if (CreateDatabase(name, 0, sortSpecs, count) == 0) return false;
+            if (CreateDatabase(name, 0, sortOrders, count) == 0) return false;
             if (!OpenById(0, 0)) return false;
         } else if (!Open(name, 0, 0)) {
             return false;
         }
     }
-    CeSortOrderSpec have[kMaxSortOrders];
+    CeSortOrder have[kMaxSortOrders];
     unsigned haveCount = 0;
     if (GetSortOrders(have, &haveCount) && haveCount == count &&
-        std::equal(have, have + count, sortSpecs, [](const CeSortOrderSpec& a, const CeSortOrderSpec& b) {
+        std::equal(have, have + count, sortOrders, [](const CeSortOrder& a, const CeSortOrder& b) {
             return a.propId == b.propId && a.flags == b.flags;
         })) {
         return true;
     }
-    SetSortOrders(sortSpecs, count);
+    SetSortOrders(sortOrders, count);
     return Open(name, sortProperty, flags);
 }
 
 bool CeDatabase::CreateOrOpenSingleSort(std::u16string_view name, CePropId sortProperty,
                                         std::uint32_t flags) {
     if (Open(name, sortProperty, flags)) return true;
-    const CeSortOrderSpec spec{sortProperty, 0};
+    const CeSortOrder order{sortProperty, 0};
     if (lastError_ == kCeErrorFileNotFound) {
-        if (CreateDatabase(name, 0, &spec, 1) == 0) return false;
+        if (CreateDatabase(name, 0, &order, 1) == 0) return false;
         if (!OpenById(0, 0)) return false;
     } else if (!Open(name, 0, 0)) {
         return false;
     }
-    CeSortOrderSpec have[kMaxSortOrders];
+    CeSortOrder have[kMaxSortOrders];
     unsigned haveCount = 0;
     if (!GetSortOrders(have, &haveCount)) return false;
     if (haveCount == 0 || have[0].propId != sortProperty || have[0].flags != 0) {
         // Here the sort order can only fail to be added through a failing or busy file, so
         // the open fails and the records stay; they are never given up to repair the order.
-        if (!SetSortOrders(&spec, 1)) {
+        if (!SetSortOrders(&order, 1)) {
             Close();
             return false;
         }

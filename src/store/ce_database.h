@@ -40,7 +40,9 @@ constexpr std::uint16_t kCevtBlob = 65;
 constexpr CePropId MakePropId(std::uint16_t id, std::uint16_t type) {
     return (static_cast<CePropId>(id) << 16) | type;
 }
-constexpr std::uint16_t PropType(CePropId propId) { return static_cast<std::uint16_t>(propId); }
+constexpr std::uint16_t PropType(CePropId propId) {
+    return static_cast<std::uint16_t>(propId);
+}
 
 // CePropVal::flags
 constexpr std::uint16_t kPropNotFound = 0x0100;  // on reading: the record lacks the property
@@ -49,13 +51,13 @@ constexpr std::uint16_t kPropDelete = 0x0200;    // on writing: remove the prope
 struct CePropVal {
     CePropId propId = 0;
     std::uint16_t flags = 0;
-    std::uint32_t ui4 = 0;              // kCevtUi4
-    FileTime fileTime = 0;              // kCevtFiletime (at most 0x7FFFFFFFFFFFFFFF)
-    std::u16string text;                // kCevtLpwstr
-    std::vector<std::uint8_t> blob;     // kCevtBlob
+    std::uint32_t ui4 = 0;           // kCevtUi4
+    FileTime fileTime = 0;           // kCevtFiletime (at most 0x7FFFFFFFFFFFFFFF)
+    std::u16string text;             // kCevtLpwstr
+    std::vector<std::uint8_t> blob;  // kCevtBlob
 };
 
-struct CeSortOrderSpec {
+struct CeSortOrder {
     CePropId propId = 0;
     std::uint32_t flags = 0;  // only 0: ascending, case-sensitive, unknown values last
 };
@@ -71,7 +73,7 @@ enum class CeSeek : std::uint32_t {
 
 // Results of LastError(), in the platform's numbering.
 constexpr std::uint32_t kCeErrorNone = 0;
-constexpr std::uint32_t kCeErrorFileNotFound = 2;     // no database of that name or id
+constexpr std::uint32_t kCeErrorFileNotFound = 2;  // no database of that name or id
 constexpr std::uint32_t kCeErrorInvalidParameter = 87;
 constexpr std::uint32_t kCeErrorAlreadyExists = 183;  // a database of that name exists
 constexpr std::uint32_t kCeErrorNoRecord = 1168;      // no such record, or no current record
@@ -79,7 +81,7 @@ constexpr std::uint32_t kCeErrorStore = 1117;         // the file could not be u
 constexpr std::uint32_t kCeErrorDamaged = 1392;       // the file is damaged
 
 class CeDatabase {
-public:
+  public:
     CeDatabase() = default;
     virtual ~CeDatabase();
     CeDatabase(const CeDatabase&) = delete;
@@ -95,10 +97,10 @@ public:
     bool Close();
     bool IsOpen() const { return open_; }
 
-    // Opens `name` sorted by `sortProperty`, creating the database with `sortSpecs` when it
+    // Opens `name` sorted by `sortProperty`, creating the database with `sortOrders` when it
     // does not exist (a just-created database stays open unsorted until its next opening), or
-    // replacing its sort orders with `sortSpecs` when they differ.
-    bool CreateOrOpen(std::u16string_view name, const CeSortOrderSpec* sortSpecs, unsigned count,
+    // replacing its sort orders with `sortOrders` when they differ.
+    bool CreateOrOpen(std::u16string_view name, const CeSortOrder* sortOrders, unsigned count,
                       CePropId sortProperty, std::uint32_t flags);
     // Opens `name` sorted by `sortProperty`, creating the database with that one sort order,
     // or adding it as the first sort order of a database that lacks it (keeping the records).
@@ -121,11 +123,11 @@ public:
     CeOid WriteRecord(CeOid oid, const CePropVal* values, unsigned count);
     bool DeleteRecord(CeOid oid);
 
-    bool GetSortOrders(CeSortOrderSpec* out, unsigned* count);
+    bool GetSortOrders(CeSortOrder* out, unsigned* count);
     bool GetRecordCount(std::uint32_t* out);
     // Replaces the sort orders (at most four, property types UI4, FILETIME or string, flags 0).
     // An open handle keeps working in its order when that order is still present.
-    bool SetSortOrders(const CeSortOrderSpec* specs, unsigned count);
+    bool SetSortOrders(const CeSortOrder* orders, unsigned count);
 
     // Several operations as one: everything between Begin and Commit is kept, or nothing
     // (Rollback, or a failed Commit). They nest. Without them every write is committed on its
@@ -136,8 +138,8 @@ public:
     void RollbackTransaction();
 
     // Creates an empty database; its id, or 0 (LastError 183 when the name is taken).
-    CeOid CreateDatabase(std::u16string_view name, std::uint32_t type,
-                         const CeSortOrderSpec* specs, unsigned count);
+    CeOid CreateDatabase(std::u16string_view name, std::uint32_t type, const CeSortOrder* orders,
+                         unsigned count);
     static bool DeleteDatabase(std::u16string_view name);
 
     CeOid databaseId = 0;
@@ -148,7 +150,7 @@ public:
     const std::string& LastErrorText() const { return lastErrorText_; }
     CePropId SortProperty() const { return sortProperty_; }
 
-protected:
+  protected:
     // For the stores built on this layer: the connection and the SQL names of the open
     // database (valid while open).
     sqlite3* Connection() const { return db_; }
@@ -163,7 +165,7 @@ protected:
     // Runs `sql` without results inside the connection; false (and LastError) on failure.
     bool Execute(const std::string& sql);
 
-private:
+  private:
     using Key = std::variant<std::monostate, std::int64_t, std::string>;
 
     bool Connect();
@@ -173,7 +175,7 @@ private:
     bool HasColumn(CePropId propId);
     bool SchemaChanged();
     void SetError(std::uint32_t code, std::string text = {});
-    bool ReadSortOrders(CeOid id, std::vector<CeSortOrderSpec>* out);
+    bool ReadSortOrders(CeOid id, std::vector<CeSortOrder>* out);
     bool StepFrom(bool haveCursor, const Key& key, CeOid oid, bool forward, CeOid* nextOid,
                   Key* nextKey);
     struct CursorSql {

@@ -7,7 +7,7 @@
 namespace {
 
 class StmtScope {
-public:
+  public:
     explicit StmtScope(sqlite3_stmt* stmt) : stmt_(stmt) {}
     ~StmtScope() {
         if (stmt_ != nullptr) {
@@ -18,12 +18,12 @@ public:
     StmtScope(const StmtScope&) = delete;
     StmtScope& operator=(const StmtScope&) = delete;
 
-private:
+  private:
     sqlite3_stmt* stmt_;
 };
 
 // The properties asked for when a record is read, in this order.
-constexpr CePropId kReadOrder[] = {kPropFolder, kPropTime,   kPropExtra, kPropName,
+constexpr CePropId kReadOrder[] = {kPropFolder, kPropTime, kPropExtra, kPropName,
                                    kPropNumber, kPropText, kPropFlags};
 
 void ClearKeepingFolder(SmsMessage& message) {
@@ -42,13 +42,26 @@ void ClearKeepingFolder(SmsMessage& message) {
 void Apply(const CePropVal& value, SmsMessage& message) {
     if (value.flags & kPropNotFound) return;
     switch (value.propId) {
-        case kPropFolder: message.folder = value.ui4; break;
-        case kPropTime: message.time = value.fileTime; break;
-        case kPropName: message.name = value.text; break;
-        case kPropNumber: message.number = value.text; break;
-        case kPropText: message.text = value.text; break;
-        case kPropFlags: message.flags = value.ui4; break;
-        default: break;  // kPropExtra is read and ignored
+        case kPropFolder:
+            message.folder = value.ui4;
+            break;
+        case kPropTime:
+            message.time = value.fileTime;
+            break;
+        case kPropName:
+            message.name = value.text;
+            break;
+        case kPropNumber:
+            message.number = value.text;
+            break;
+        case kPropText:
+            message.text = value.text;
+            break;
+        case kPropFlags:
+            message.flags = value.ui4;
+            break;
+        default:
+            break;  // kPropExtra is read and ignored
     }
 }
 
@@ -93,9 +106,9 @@ bool MessageDatabase::EnsureListIndexes() {
     const std::string folder = ColumnName(kPropFolder);
     const std::string time = ColumnName(kPropTime);
     // One index serves a folder's list and count; a partial one serves the Log view.
-    return Execute("CREATE INDEX IF NOT EXISTS " + t + "_folder_time ON " + t + "(" + folder + ", " +
-                   time + ");CREATE INDEX IF NOT EXISTS " + t + "_log_time ON " + t + "(" + time +
-                   ") WHERE " + folder + " IN (1, 4);");
+    return Execute("CREATE INDEX IF NOT EXISTS " + t + "_folder_time ON " + t + "(" + folder +
+                   ", " + time + ");CREATE INDEX IF NOT EXISTS " + t + "_log_time ON " + t + "(" +
+                   time + ") WHERE " + folder + " IN (1, 4);");
 }
 
 namespace {
@@ -106,7 +119,8 @@ namespace {
 std::string FolderSource(const std::string& table, FolderId folder) {
     const std::string column = "p_000A0013";
     if (folder == kFolderLog) {
-        return " FROM " + table + " INDEXED BY " + table + "_log_time WHERE " + column + " IN (1, 4)";
+        return " FROM " + table + " INDEXED BY " + table + "_log_time WHERE " + column +
+               " IN (1, 4)";
     }
     return " FROM " + table + " WHERE " + column + " = ?1";
 }
@@ -116,8 +130,7 @@ std::string FolderSource(const std::string& table, FolderId folder) {
 bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (!IsOpen() || count == nullptr) return false;
-    sqlite3_stmt* stmt =
-        Statement("SELECT count(*)" + FolderSource(TableName(), folder));
+    sqlite3_stmt* stmt = Statement("SELECT count(*)" + FolderSource(TableName(), folder));
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
     if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
@@ -199,8 +212,9 @@ bool MessageDatabase::ReadFolderPage(FolderId folder, std::uint32_t first, std::
     // little; then each row of the page is read.
     std::vector<Oid> oids;
     {
-        sqlite3_stmt* stmt = Statement("SELECT oid" + FolderSource(TableName(), folder) + " ORDER BY " +
-                                       ColumnName(kPropTime) + " DESC, oid DESC LIMIT ?2 OFFSET ?3");
+        sqlite3_stmt* stmt =
+            Statement("SELECT oid" + FolderSource(TableName(), folder) + " ORDER BY " +
+                      ColumnName(kPropTime) + " DESC, oid DESC LIMIT ?2 OFFSET ?3");
         if (stmt == nullptr) return false;
         StmtScope scope(stmt);
         if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
@@ -243,13 +257,13 @@ bool MessageDatabase::HasDuplicate(const SmsMessage& message, bool* found) {
     if (!IsOpen()) return false;
     const std::string& t = TableName();
     // A record without a text or a number reads them as empty, and compares so.
-    sqlite3_stmt* stmt = Statement(
-        "SELECT 1 FROM " + t + " WHERE " + ColumnName(kPropTime) + " = ?1 AND " +
-        ColumnName(kPropFolder) + " = ?2 AND coalesce(" +
-        (EnsureColumn(kPropText) ? ColumnName(kPropText) : std::string("NULL")) +
-        ", x'') = ?3 AND coalesce(" +
-        (EnsureColumn(kPropNumber) ? ColumnName(kPropNumber) : std::string("NULL")) +
-        ", x'') = ?4 LIMIT 1");
+    sqlite3_stmt* stmt =
+        Statement("SELECT 1 FROM " + t + " WHERE " + ColumnName(kPropTime) + " = ?1 AND " +
+                  ColumnName(kPropFolder) + " = ?2 AND coalesce(" +
+                  (EnsureColumn(kPropText) ? ColumnName(kPropText) : std::string("NULL")) +
+                  ", x'') = ?3 AND coalesce(" +
+                  (EnsureColumn(kPropNumber) ? ColumnName(kPropNumber) : std::string("NULL")) +
+                  ", x'') = ?4 LIMIT 1");
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
     if (message.time > static_cast<FileTime>(INT64_MAX)) return true;  // never stored
@@ -287,8 +301,8 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
             Fail(rc);
             ok = false;
         } else if (sqlite3_changes(Connection()) == 0 &&
-                   std::find(oids.begin(), oids.begin() + static_cast<std::ptrdiff_t>(i), oids[i]) ==
-                       oids.begin() + static_cast<std::ptrdiff_t>(i)) {
+                   std::find(oids.begin(), oids.begin() + static_cast<std::ptrdiff_t>(i),
+                             oids[i]) == oids.begin() + static_cast<std::ptrdiff_t>(i)) {
             // Not stored (an id listed twice is deleted once and not missing the second time).
             if (missing != nullptr) *missing = oids[i];
             ok = false;

@@ -26,7 +26,7 @@ constexpr CePropId kPropNumber = MakePropId(0x000F, kCevtLpwstr);
 constexpr CePropId kPropFlags = MakePropId(0x0010, kCevtUi4);
 
 class MessageDatabase : public CeDatabase {
-public:
+  public:
     // The folder a cursor walks, or kFolderLog for Inbox and Sent together.
     FolderId folderFilter = kFolderInbox;
     // Outbox records passed over since the cursor was last set to the first record.
@@ -46,7 +46,7 @@ public:
     // nothing is deleted, *missing names it, and the result is false.
     bool DeleteRecords(const std::vector<Oid>& oids, Oid* missing);
 
-private:
+  private:
     friend bool OpenMessageStore(MessageDatabase& db);
     bool EnsureListIndexes();
     bool ReadRow(sqlite3_stmt* stmt, SmsMessage* message);
@@ -59,7 +59,7 @@ std::recursive_mutex& MessageStoreLock();
 // Holds the store's lock from construction to Commit (or destruction, which rolls back what
 // was not committed), so other threads wait rather than meet a locked file.
 class MessageStoreBatch {
-public:
+  public:
     explicit MessageStoreBatch(MessageDatabase& db);
     ~MessageStoreBatch();
     MessageStoreBatch(const MessageStoreBatch&) = delete;
@@ -68,7 +68,7 @@ public:
     bool Started() const { return started_; }
     bool Commit();
 
-private:
+  private:
     std::unique_lock<std::recursive_mutex> lock_;
     MessageDatabase& db_;
     bool started_;

@@ -114,7 +114,9 @@ int Query(sqlite3* db, const char* sql, RowFn row) {
     return rc == SQLITE_DONE ? SQLITE_OK : rc;
 }
 
-int Exec(sqlite3* db, const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr); }
+int Exec(sqlite3* db, const char* sql) {
+    return sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
+}
 
 enum class CheckResult { kGood, kDamaged, kFailed };
 
@@ -138,7 +140,8 @@ CheckResult CheckFile(sqlite3* db, std::string* detail) {
         return CheckResult::kDamaged;
     }
     std::int64_t appId = 0;
-    rc = Query(db, "PRAGMA application_id", [&](sqlite3_stmt* s) { appId = sqlite3_column_int64(s, 0); });
+    rc = Query(db, "PRAGMA application_id",
+               [&](sqlite3_stmt* s) { appId = sqlite3_column_int64(s, 0); });
     if (rc != SQLITE_OK) {
         *detail = sqlite3_errmsg(db);
         return IsDamageCode(rc) ? CheckResult::kDamaged : CheckResult::kFailed;
@@ -207,7 +210,8 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
     };
     // Nothing is written before the layout version is known to be one this program reads.
     std::int64_t version = 0;
-    int rc = Query(db, "PRAGMA user_version", [&](sqlite3_stmt* s) { version = sqlite3_column_int64(s, 0); });
+    int rc = Query(db, "PRAGMA user_version",
+                   [&](sqlite3_stmt* s) { version = sqlite3_column_int64(s, 0); });
     if (rc != SQLITE_OK) return fail(rc);
     if (version > static_cast<std::int64_t>(kStoreSchemaVersion)) {
         AddNotice(StoreProblem::kNewerVersion, path,
@@ -231,8 +235,11 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
         " name TEXT NOT NULL UNIQUE,"
         " type INTEGER NOT NULL DEFAULT 0,"
         " sort_orders TEXT NOT NULL DEFAULT '');"
-        "PRAGMA application_id=" + std::to_string(kStoreApplicationId) + ";"
-        "PRAGMA user_version=" + std::to_string(kStoreSchemaVersion) + ";";
+        "PRAGMA application_id=" +
+        std::to_string(kStoreApplicationId) +
+        ";"
+        "PRAGMA user_version=" +
+        std::to_string(kStoreSchemaVersion) + ";";
     rc = Exec(db, init.c_str());
     if (rc == SQLITE_OK) rc = Exec(db, "COMMIT");
     if (rc != SQLITE_OK) {

@@ -2,13 +2,14 @@
 
 namespace {
 
-constexpr CeSortOrderSpec kRecentSortOrders[] = {{kPropRecentLastUsed, 0}, {kPropRecentName, 0}};
+constexpr CeSortOrder kRecentSortOrders[] = {{kPropRecentLastUsed, 0}, {kPropRecentName, 0}};
 constexpr CePropId kRecentProps[] = {kPropRecentName, kPropRecentNumber, kPropRecentLastUsed};
 
 }  // namespace
 
 bool OpenRecentStore(RecentDatabase& db, CePropId sortProperty) {
-    if (!db.IsOpen() && !db.CreateOrOpen(kRecentDatabaseName, kRecentSortOrders, 2, sortProperty, 0)) {
+    if (!db.IsOpen() &&
+        !db.CreateOrOpen(kRecentDatabaseName, kRecentSortOrders, 2, sortProperty, 0)) {
         return false;
     }
     // A just-created database comes back unsorted, and an object may still be open in the
@@ -24,10 +25,17 @@ bool ReadCurrent(RecentDatabase& db, RecentRecipient& entry) {
     for (const CePropVal& value : values) {
         if (value.flags & kPropNotFound) continue;
         switch (value.propId) {
-            case kPropRecentName: entry.name = value.text; break;
-            case kPropRecentNumber: entry.number = value.text; break;
-            case kPropRecentLastUsed: entry.lastUsed = value.fileTime; break;
-            default: break;
+            case kPropRecentName:
+                entry.name = value.text;
+                break;
+            case kPropRecentNumber:
+                entry.number = value.text;
+                break;
+            case kPropRecentLastUsed:
+                entry.lastUsed = value.fileTime;
+                break;
+            default:
+                break;
         }
     }
     entry.oid = oid;

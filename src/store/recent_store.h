@@ -18,7 +18,7 @@ constexpr CePropId kPropRecentName = MakePropId(0x000D, kCevtLpwstr);
 constexpr CePropId kPropRecentNumber = MakePropId(0x000F, kCevtLpwstr);
 
 struct RecentRecipient {
-    std::u16string name;    // may be empty
+    std::u16string name;  // may be empty
     std::u16string number;
     FileTime lastUsed = 0;  // local time of the last use
     CeOid oid = 0;          // 0 while not stored

@@ -1,8 +1,8 @@
 // The store verbs of `velkan` (compose, list, delete, recent) and `velkan config`, run as a
 // separate process on a fresh home folder.
 #include <gtest/gtest.h>
-#include <sys/prctl.h>
 #include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,7 +47,7 @@ FileTime At(std::uint16_t year, std::uint16_t month, std::uint16_t day, std::uin
 
 // Every test gets a home of its own; the child processes inherit it through the environment.
 class CliStoreTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         for (const char* name : kVars) {
             const char* v = std::getenv(name);
@@ -77,15 +77,17 @@ protected:
         fs::remove_all(home_, ec);
     }
 
-    ProcessResult Velkan(const std::vector<std::string>& args) { return RunProcess(VELKAN_BIN, args); }
+    ProcessResult Velkan(const std::vector<std::string>& args) {
+        return RunProcess(VELKAN_BIN, args);
+    }
 
     std::string DataDir() const { return home_ + "/data/velkan-tessiver"; }
     std::string StoreFile() const { return DataDir() + "/velkan.sqlite3"; }
     std::string ConfigFile() const { return home_ + "/config/Orvane Systems/Velkan Tessiver.ini"; }
 
     // Puts messages into the store directly, as the transfer session would.
-    Oid Put(FolderId folder, FileTime time, const std::u16string& text, const std::u16string& number,
-            std::uint32_t flags = 0) {
+    Oid Put(FolderId folder, FileTime time, const std::u16string& text,
+            const std::u16string& number, std::uint32_t flags = 0) {
         SetStoreDataDirectory(DataDir());
         MessageDatabase db;
         EXPECT_TRUE(OpenMessageStore(db));
@@ -106,7 +108,8 @@ protected:
         const std::string errFile = home_ + "/unprivileged.err";
         const pid_t pid = fork();
         if (pid == 0) {
-            for (int cap : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) prctl(PR_CAPBSET_DROP, cap, 0, 0, 0);
+            for (int cap : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER})
+                prctl(PR_CAPBSET_DROP, cap, 0, 0, 0);
             const ProcessResult r = RunProcess(VELKAN_BIN, args);
             std::ofstream(errFile) << r.err;
             _exit(r.exitStatus);
@@ -117,23 +120,29 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    static constexpr const char* kVars[] = {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "VELKAN_DATA_DIR"};
+    static constexpr const char* kVars[] = {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME",
+                                            "VELKAN_DATA_DIR"};
     std::vector<std::optional<std::string>> saved_;
     std::string home_;
 };
 
 TEST_F(CliStoreTest, ComposeStoresInTheOutboxAndPrintsTheId) {
-    const ProcessResult r = Velkan({"compose", "--to", "+44 (0) 20-7946", "--text", "Hello", "--name", "Anna"});
+    const ProcessResult r =
+        Velkan({"compose", "--to", "+44 (0) 20-7946", "--text", "Hello", "--name", "Anna"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.out, "1\n");
     const ProcessResult list = Velkan({"list", "outbox", "--json"});
     ASSERT_EQ(list.exitStatus, 0) << list.err;
     const auto lines = Lines(list.out);
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].find(R"("id":1,"folder":"outbox","flags":0,"name":"Anna","number":"+440207946","text":"Hello","time":")"),
-              std::string::npos)
+    EXPECT_NE(
+        lines[0].find(
+            R"("id":1,"folder":"outbox","flags":0,"name":"Anna","number":"+440207946","text":"Hello","time":")"),
+        std::string::npos)
         << lines[0];
-    EXPECT_TRUE(std::regex_search(lines[0], std::regex(R"("time":"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"\}$)"))) << lines[0];
+    EXPECT_TRUE(
+        std::regex_search(lines[0], std::regex(R"("time":"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"\}$)")))
+        << lines[0];
     EXPECT_EQ(ReadAll(StoreFile()).empty(), false);
 }
 
@@ -141,8 +150,9 @@ TEST_F(CliStoreTest, ComposeAsDraftNeedsNeitherNumberNorText) {
     ProcessResult r = Velkan({"compose", "--name", "Only a name", "--draft"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     const ProcessResult list = Velkan({"list", "draft", "--json"});
-    EXPECT_NE(list.out.find(R"("folder":"draft","flags":0,"name":"Only a name","number":"","text":"")"),
-              std::string::npos)
+    EXPECT_NE(
+        list.out.find(R"("folder":"draft","flags":0,"name":"Only a name","number":"","text":"")"),
+        std::string::npos)
         << list.out;
 }
 
@@ -185,9 +195,11 @@ TEST_F(CliStoreTest, ComposeKeepsTheFirst160CharactersWithoutCarriageReturns) {
     ASSERT_EQ(out.size(), 3u);
     std::string bs;
     for (int i = 0; i < 5; ++i) bs += std::string(30, 'b') + "\\r\\n";
-    EXPECT_NE(out[0].find(R"("text":")" + std::string(160, 'c') + "\""), std::string::npos) << out[0];
+    EXPECT_NE(out[0].find(R"("text":")" + std::string(160, 'c') + "\""), std::string::npos)
+        << out[0];
     EXPECT_NE(out[1].find(R"("text":")" + bs + "\""), std::string::npos) << out[1];
-    EXPECT_NE(out[2].find(R"("text":")" + std::string(160, 'a') + "\""), std::string::npos) << out[2];
+    EXPECT_NE(out[2].find(R"("text":")" + std::string(160, 'a') + "\""), std::string::npos)
+        << out[2];
 }
 
 TEST_F(CliStoreTest, ComposeTakesTheFlashPresetUnlessToldOtherwise) {
@@ -205,13 +217,19 @@ TEST_F(CliStoreTest, ComposeTakesTheFlashPresetUnlessToldOtherwise) {
 }
 
 TEST_F(CliStoreTest, ComposeRemembersRecipientsAndRecentListsThemByName) {
-    ASSERT_EQ(Velkan({"compose", "--to", "+49 30 1", "--text", "a", "--name", "Zoe"}).exitStatus, 0);
-    ASSERT_EQ(Velkan({"compose", "--to", "+49 30 2", "--text", "b", "--name", "Anna"}).exitStatus, 0);
-    ASSERT_EQ(Velkan({"compose", "--to", "+49302", "--text", "c"}).exitStatus, 0);  // Anna's number, no name
-    ASSERT_EQ(Velkan({"compose", "--name", "Draftee", "--draft"}).exitStatus, 0);  // no number: not kept
+    ASSERT_EQ(Velkan({"compose", "--to", "+49 30 1", "--text", "a", "--name", "Zoe"}).exitStatus,
+              0);
+    ASSERT_EQ(Velkan({"compose", "--to", "+49 30 2", "--text", "b", "--name", "Anna"}).exitStatus,
+              0);
+    ASSERT_EQ(Velkan({"compose", "--to", "+49302", "--text", "c"}).exitStatus,
+              0);  // Anna's number, no name
+    ASSERT_EQ(Velkan({"compose", "--name", "Draftee", "--draft"}).exitStatus,
+              0);  // no number: not kept
     ProcessResult r = Velkan({"recent", "--json"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
-    EXPECT_EQ(r.out, "{\"name\":\"Anna\",\"number\":\"+49302\"}\n{\"name\":\"Zoe\",\"number\":\"+49301\"}\n");
+    EXPECT_EQ(
+        r.out,
+        "{\"name\":\"Anna\",\"number\":\"+49302\"}\n{\"name\":\"Zoe\",\"number\":\"+49301\"}\n");
     r = Velkan({"recent"});
     const auto table = Lines(r.out);
     ASSERT_EQ(table.size(), 3u);
@@ -224,17 +242,21 @@ TEST_F(CliStoreTest, ListShowsAFolderNewestFirstAndTheLogShowsInboxAndSent) {
     const Oid in1 = Put(kFolderInbox, At(2003, 4, 1, 10, 0, 0), u"first in", u"+111", 1);
     const Oid sent = Put(kFolderSent, At(2003, 4, 2, 11, 30, 5), u"sent one", u"+222", 2);
     Put(kFolderOutbox, At(2003, 4, 3, 12, 0, 0), u"waiting", u"+333");
-    const Oid in2 = Put(kFolderInbox, At(2003, 4, 4, 9, 8, 7), u"second\r\nin \u00e9\u20ac", u"+444");
+    const Oid in2 =
+        Put(kFolderInbox, At(2003, 4, 4, 9, 8, 7), u"second\r\nin \u00e9\u20ac", u"+444");
     ProcessResult r = Velkan({"list", "log", "--json"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     const auto out = Lines(r.out);
     ASSERT_EQ(out.size(), 3u);
     EXPECT_EQ(out[0], "{\"id\":" + std::to_string(in2) +
-                          ",\"folder\":\"inbox\",\"flags\":0,\"name\":\"\",\"number\":\"+444\",\"text\":\"second\\r\\nin "
+                          ",\"folder\":\"inbox\",\"flags\":0,\"name\":\"\",\"number\":\"+444\","
+                          "\"text\":\"second\\r\\nin "
                           "\xC3\xA9\xE2\x82\xAC\",\"time\":\"2003-04-04 09:08:07\"}");
-    EXPECT_NE(out[1].find("\"id\":" + std::to_string(sent) + ",\"folder\":\"sent\",\"flags\":2"), std::string::npos);
+    EXPECT_NE(out[1].find("\"id\":" + std::to_string(sent) + ",\"folder\":\"sent\",\"flags\":2"),
+              std::string::npos);
     EXPECT_NE(out[1].find("\"time\":\"2003-04-02 11:30:05\""), std::string::npos);
-    EXPECT_NE(out[2].find("\"id\":" + std::to_string(in1) + ",\"folder\":\"inbox\",\"flags\":1"), std::string::npos);
+    EXPECT_NE(out[2].find("\"id\":" + std::to_string(in1) + ",\"folder\":\"inbox\",\"flags\":1"),
+              std::string::npos);
     // The table: a header, one line per message, line breaks flattened.
     r = Velkan({"list", "Inbox"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
@@ -320,7 +342,8 @@ TEST_F(CliStoreTest, ConfigListsGetsAndSetsValues) {
     ProcessResult r = Velkan({"config", "list"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.out,
-              "CommPort=COM3:\nTCP=localhost:4000\nSMSC=\nSMSCCustom=0\nStatusReq=0\nFlash=0\nDelMsg=0\nExe=\n");
+              "CommPort=COM3:\nTCP=localhost:4000\nSMSC=\nSMSCCustom=0\nStatusReq=0\nFlash="
+              "0\nDelMsg=0\nExe=\n");
     ASSERT_EQ(Velkan({"config", "set", "CommPort", "TCP"}).exitStatus, 0);
     ASSERT_EQ(Velkan({"config", "set", "tcp", "local"}).exitStatus, 0);  // names in any case
     ASSERT_EQ(Velkan({"config", "set", "DelMsg", "1"}).exitStatus, 0);

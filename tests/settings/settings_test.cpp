@@ -30,7 +30,7 @@ std::string ReadAll(const std::string& path) {
 
 // A private config home for each test.
 class SettingsTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         const char* old = std::getenv("XDG_CONFIG_HOME");
         hadOld_ = old != nullptr;
@@ -208,9 +208,11 @@ TEST_F(SettingsTest, OpeningWithoutCreateNeedsAnExistingKey) {
     ASSERT_EQ(SetCommPort(key, u"COM1:"), kRegSuccess);
     RegistryKey again;
     EXPECT_TRUE(again.Open(RegistryRoot::kCurrentUser, kSettingsKeyPath, kKeyAllAccess, false));
-    EXPECT_FALSE(again.Open(RegistryRoot::kCurrentUser, u"Software\\Orvane Systems\\Velkan Tessiver\\2.0",
-                            kKeyAllAccess, false));
-    EXPECT_FALSE(again.Open(RegistryRoot::kCurrentUser, u"System\\Elsewhere\\x", kKeyAllAccess, true));
+    EXPECT_FALSE(again.Open(RegistryRoot::kCurrentUser,
+                            u"Software\\Orvane Systems\\Velkan Tessiver\\2.0", kKeyAllAccess,
+                            false));
+    EXPECT_FALSE(
+        again.Open(RegistryRoot::kCurrentUser, u"System\\Elsewhere\\x", kKeyAllAccess, true));
     EXPECT_FALSE(again.Open(RegistryRoot::kCurrentUser, u"Software\\OnlyOne", kKeyAllAccess, true));
     EXPECT_FALSE(again.IsOpen());
     EXPECT_EQ(again.Close(), kRegSuccess);
@@ -220,13 +222,15 @@ TEST_F(SettingsTest, OpeningWithoutCreateNeedsAnExistingKey) {
 
 TEST_F(SettingsTest, SubkeysAreEnumerated) {
     RegistryKey sub;
-    ASSERT_TRUE(sub.Open(RegistryRoot::kCurrentUser, u"Software\\Orvane Systems\\Velkan Tessiver\\1.0\\Ports",
-                         kKeyAllAccess, true));
+    ASSERT_TRUE(sub.Open(RegistryRoot::kCurrentUser,
+                         u"Software\\Orvane Systems\\Velkan Tessiver\\1.0\\Ports", kKeyAllAccess,
+                         true));
     ASSERT_EQ(sub.WriteString(u"Last", u"COM2:"), kRegSuccess);
     RegistryKey longOne;
-    ASSERT_TRUE(longOne.Open(RegistryRoot::kCurrentUser,
-                             u"Software\\Orvane Systems\\Velkan Tessiver\\1.0\\" + std::u16string(70, u'L'),
-                             kKeyAllAccess, true));
+    ASSERT_TRUE(
+        longOne.Open(RegistryRoot::kCurrentUser,
+                     u"Software\\Orvane Systems\\Velkan Tessiver\\1.0\\" + std::u16string(70, u'L'),
+                     kKeyAllAccess, true));
     RegistryKey key;
     ASSERT_TRUE(OpenSettings(key));
     std::vector<std::u16string> names;

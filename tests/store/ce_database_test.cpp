@@ -49,7 +49,7 @@ std::vector<CeOid> Walk(CeDatabase& db) {
 }
 
 class CeDatabaseTest : public ::testing::Test {
-protected:
+  protected:
     TempDataDir dir_;
 };
 
@@ -61,14 +61,14 @@ TEST_F(CeDatabaseTest, OpeningAMissingDatabaseFailsWithFileNotFound) {
 }
 
 TEST_F(CeDatabaseTest, CreateOrOpenCreatesTheDatabaseWithItsSortOrders) {
-    const CeSortOrderSpec specs[] = {{kTime, 0}, {kName, 0}};
+    const CeSortOrder orders[] = {{kTime, 0}, {kName, 0}};
     {
         CeDatabase db;
-        ASSERT_TRUE(db.CreateOrOpen(u"Friends", specs, 2, kTime, 0));
+        ASSERT_TRUE(db.CreateOrOpen(u"Friends", orders, 2, kTime, 0));
         EXPECT_NE(db.databaseId, 0u);
         // A just-created database stays open unsorted until it is next opened.
         EXPECT_EQ(db.SortProperty(), 0u);
-        CeSortOrderSpec have[kMaxSortOrders];
+        CeSortOrder have[kMaxSortOrders];
         unsigned count = 0;
         ASSERT_TRUE(db.GetSortOrders(have, &count));
         ASSERT_EQ(count, 2u);
@@ -76,13 +76,13 @@ TEST_F(CeDatabaseTest, CreateOrOpenCreatesTheDatabaseWithItsSortOrders) {
         EXPECT_EQ(have[1].propId, kName);
     }
     CeDatabase again;
-    ASSERT_TRUE(again.CreateOrOpen(u"Friends", specs, 2, kName, 0));
+    ASSERT_TRUE(again.CreateOrOpen(u"Friends", orders, 2, kName, 0));
     EXPECT_EQ(again.SortProperty(), kName);
 }
 
 TEST_F(CeDatabaseTest, CreateOrOpenReplacesDifferentSortOrders) {
-    const CeSortOrderSpec one[] = {{kTime, 0}};
-    const CeSortOrderSpec two[] = {{kTime, 0}, {kName, 0}};
+    const CeSortOrder one[] = {{kTime, 0}};
+    const CeSortOrder two[] = {{kTime, 0}, {kName, 0}};
     {
         CeDatabase db;
         ASSERT_TRUE(db.CreateOrOpen(u"Friends", one, 1, kTime, 0));
@@ -91,7 +91,7 @@ TEST_F(CeDatabaseTest, CreateOrOpenReplacesDifferentSortOrders) {
     CeDatabase db;
     ASSERT_TRUE(db.CreateOrOpen(u"Friends", two, 2, kName, 0));
     EXPECT_EQ(db.SortProperty(), kName);
-    CeSortOrderSpec have[kMaxSortOrders];
+    CeSortOrder have[kMaxSortOrders];
     unsigned count = 0;
     ASSERT_TRUE(db.GetSortOrders(have, &count));
     EXPECT_EQ(count, 2u);
@@ -112,7 +112,7 @@ TEST_F(CeDatabaseTest, SingleSortCreatesTheDatabaseWithTheTimeOrder) {
     CeDatabase db;
     ASSERT_TRUE(db.CreateOrOpenSingleSort(u"Messages", kTime, 0));
     EXPECT_EQ(db.SortProperty(), kTime);
-    CeSortOrderSpec have[kMaxSortOrders];
+    CeSortOrder have[kMaxSortOrders];
     unsigned count = 0;
     ASSERT_TRUE(db.GetSortOrders(have, &count));
     ASSERT_EQ(count, 1u);
@@ -134,7 +134,7 @@ TEST_F(CeDatabaseTest, ADatabaseWithoutSortOrderGetsTheTimeOrderAndKeepsItsRecor
     CeDatabase db;
     ASSERT_TRUE(db.CreateOrOpenSingleSort(u"Messages", kTime, 0));
     EXPECT_EQ(db.SortProperty(), kTime);
-    CeSortOrderSpec have[kMaxSortOrders];
+    CeSortOrder have[kMaxSortOrders];
     unsigned count = 0;
     ASSERT_TRUE(db.GetSortOrders(have, &count));
     ASSERT_EQ(count, 1u);
@@ -146,9 +146,9 @@ TEST_F(CeDatabaseTest, ADatabaseWithoutSortOrderGetsTheTimeOrderAndKeepsItsRecor
 }
 
 TEST_F(CeDatabaseTest, SeekingPastTheLastRecordReturnsZero) {
-    const CeSortOrderSpec spec{kTime, 0};
+    const CeSortOrder order{kTime, 0};
     CeDatabase db;
-    ASSERT_NE(db.CreateDatabase(u"D", 0, &spec, 1), 0u);
+    ASSERT_NE(db.CreateDatabase(u"D", 0, &order, 1), 0u);
     ASSERT_TRUE(db.Open(u"D", kTime, 0));
     const CeOid a = Write(db, {TimeValue(1)});
     const CeOid b = Write(db, {TimeValue(2)});
@@ -160,9 +160,9 @@ TEST_F(CeDatabaseTest, SeekingPastTheLastRecordReturnsZero) {
 }
 
 TEST_F(CeDatabaseTest, AnEmptyDatabaseHasNoFirstRecord) {
-    const CeSortOrderSpec spec{kTime, 0};
+    const CeSortOrder order{kTime, 0};
     CeDatabase db;
-    ASSERT_TRUE(db.CreateOrOpen(u"D", &spec, 1, kTime, 0));
+    ASSERT_TRUE(db.CreateOrOpen(u"D", &order, 1, kTime, 0));
     EXPECT_EQ(db.Seek(CeSeek::kBeginning, 0), 0u);
     EXPECT_EQ(db.Seek(CeSeek::kCurrent, 1), 0u);
     std::uint32_t records = 99;
@@ -171,9 +171,9 @@ TEST_F(CeDatabaseTest, AnEmptyDatabaseHasNoFirstRecord) {
 }
 
 TEST_F(CeDatabaseTest, EqualValuesRunInIdOrderAndRecordsWithoutTheValueComeLast) {
-    const CeSortOrderSpec spec{kTime, 0};
+    const CeSortOrder order{kTime, 0};
     CeDatabase db;
-    ASSERT_NE(db.CreateDatabase(u"D", 0, &spec, 1), 0u);
+    ASSERT_NE(db.CreateDatabase(u"D", 0, &order, 1), 0u);
     ASSERT_TRUE(db.Open(u"D", kTime, 0));
     const CeOid none1 = Write(db, {NameValue(u"no time")});
     const CeOid t5a = Write(db, {TimeValue(5)});
@@ -198,9 +198,9 @@ TEST_F(CeDatabaseTest, EqualValuesRunInIdOrderAndRecordsWithoutTheValueComeLast)
 }
 
 TEST_F(CeDatabaseTest, StringOrderFollowsTheCodeUnits) {
-    const CeSortOrderSpec spec{kName, 0};
+    const CeSortOrder order{kName, 0};
     CeDatabase db;
-    ASSERT_TRUE(db.CreateOrOpen(u"Names", &spec, 1, kName, 0));
+    ASSERT_TRUE(db.CreateOrOpen(u"Names", &order, 1, kName, 0));
     ASSERT_TRUE(db.Open(u"Names", kName, 0));
     const CeOid zoe = Write(db, {NameValue(u"Zoe")});
     const CeOid anna = Write(db, {NameValue(u"anna")});
@@ -294,9 +294,9 @@ TEST_F(CeDatabaseTest, BadValuesAreRefused) {
     CePropVal odd;
     odd.propId = MakePropId(0x0001, 0x0002);  // a type this layer does not know
     EXPECT_EQ(db.WriteRecord(0, &odd, 1), 0u);
-    const CeSortOrderSpec blobOrder{kData, 0};
+    const CeSortOrder blobOrder{kData, 0};
     EXPECT_EQ(db.CreateDatabase(u"E", 0, &blobOrder, 1), 0u);
-    const CeSortOrderSpec descending{kTime, 1};
+    const CeSortOrder descending{kTime, 1};
     EXPECT_EQ(db.CreateDatabase(u"F", 0, &descending, 1), 0u);
     CeDatabase closed;
     EXPECT_EQ(closed.Seek(CeSeek::kBeginning, 0), 0u);
@@ -316,9 +316,9 @@ TEST_F(CeDatabaseTest, RecordIdsAreNeverReused) {
 }
 
 TEST_F(CeDatabaseTest, TheCursorMovesOnFromADeletedRecord) {
-    const CeSortOrderSpec spec{kTime, 0};
+    const CeSortOrder order{kTime, 0};
     CeDatabase db;
-    ASSERT_TRUE(db.CreateOrOpen(u"D", &spec, 1, kTime, 0));
+    ASSERT_TRUE(db.CreateOrOpen(u"D", &order, 1, kTime, 0));
     ASSERT_TRUE(db.Open(u"D", kTime, 0));
     const CeOid a = Write(db, {TimeValue(1)});
     const CeOid b = Write(db, {TimeValue(2)});
@@ -332,10 +332,10 @@ TEST_F(CeDatabaseTest, TheCursorMovesOnFromADeletedRecord) {
 }
 
 TEST_F(CeDatabaseTest, TwoObjectsSeeEachOthersWrites) {
-    const CeSortOrderSpec spec{kTime, 0};
+    const CeSortOrder order{kTime, 0};
     CeDatabase first, second;
-    ASSERT_TRUE(first.CreateOrOpen(u"Shared", &spec, 1, kTime, 0));
-    ASSERT_TRUE(second.CreateOrOpen(u"Shared", &spec, 1, kTime, 0));
+    ASSERT_TRUE(first.CreateOrOpen(u"Shared", &order, 1, kTime, 0));
+    ASSERT_TRUE(second.CreateOrOpen(u"Shared", &order, 1, kTime, 0));
     const CeOid id = Write(first, {TimeValue(7), NameValue(u"hello")});
     ASSERT_NE(id, 0u);
     ASSERT_EQ(second.Seek(CeSeek::kBeginning, 0), id);

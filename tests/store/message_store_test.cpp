@@ -13,7 +13,7 @@ namespace {
 
 // Gives the tests the connection, to look at how the store's queries run.
 class ProbeDatabase : public MessageDatabase {
-public:
+  public:
     using MessageDatabase::Connection;
 };
 
@@ -25,15 +25,17 @@ struct StepCounts {
 // The work done by every statement of the connection since the last call.
 StepCounts TakeSteps(sqlite3* db) {
     StepCounts out;
-    for (sqlite3_stmt* s = sqlite3_next_stmt(db, nullptr); s != nullptr; s = sqlite3_next_stmt(db, s)) {
+    for (sqlite3_stmt* s = sqlite3_next_stmt(db, nullptr); s != nullptr;
+         s = sqlite3_next_stmt(db, s)) {
         out.vm += sqlite3_stmt_status(s, SQLITE_STMTSTATUS_VM_STEP, 1);
         out.fullScan += sqlite3_stmt_status(s, SQLITE_STMTSTATUS_FULLSCAN_STEP, 1);
     }
     return out;
 }
 
-SmsMessage Make(FolderId folder, FileTime time, std::u16string text, std::u16string number = u"+4917",
-                std::u16string name = u"Anna", std::uint32_t flags = 0) {
+SmsMessage Make(FolderId folder, FileTime time, std::u16string text,
+                std::u16string number = u"+4917", std::u16string name = u"Anna",
+                std::uint32_t flags = 0) {
     SmsMessage m;
     m.folder = folder;
     m.time = time;
@@ -64,7 +66,7 @@ std::uint32_t Count(MessageDatabase& db) {
 }
 
 class MessageStoreTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { ASSERT_TRUE(OpenMessageStore(db_)); }
     TempDataDir dir_;
     ProbeDatabase db_;
@@ -216,11 +218,11 @@ TEST_F(MessageStoreTest, AFolderWalkAndReadFirstStayInTheirFolder) {
 }
 
 TEST_F(MessageStoreTest, RetrievingTheSameMessageTwiceStoresItOnce) {
-    const SmsMessage received = Make(kFolderInbox, At(2003, 5, 1, 12, 30, 15), u"See you", u"+491701234567",
-                                     u"", kFlagUnread);
+    const SmsMessage received = Make(kFolderInbox, At(2003, 5, 1, 12, 30, 15), u"See you",
+                                     u"+491701234567", u"", kFlagUnread);
     auto copy = [&]() {
-        SmsMessage m = Make(received.folder, received.time, received.text, received.number, received.name,
-                            received.flags);
+        SmsMessage m = Make(received.folder, received.time, received.text, received.number,
+                            received.name, received.flags);
         return m;
     };
     EXPECT_TRUE(StoreRetrieved(db_, copy()));
@@ -268,8 +270,9 @@ TEST_F(MessageStoreTest, FindDuplicateIsAnIndexLookUpThatLeavesTheCursorAlone) {
         MessageStoreBatch batch(db_);
         ASSERT_TRUE(batch.Started());
         for (int i = from; i < to; ++i) {
-            SmsMessage m = Make(kFolderInbox, At(2003, 1, 1) + static_cast<FileTime>(i) * 10'000'000,
-                                u"text " + std::u16string(1, static_cast<char16_t>(u'A' + i % 26)));
+            SmsMessage m =
+                Make(kFolderInbox, At(2003, 1, 1) + static_cast<FileTime>(i) * 10'000'000,
+                     u"text " + std::u16string(1, static_cast<char16_t>(u'A' + i % 26)));
             ASSERT_TRUE(WriteMessage(db_, m));
         }
         ASSERT_TRUE(batch.Commit());
@@ -345,7 +348,8 @@ TEST_F(MessageStoreTest, DeleteRecordsIsAllOrNothing) {
 }
 
 TEST_F(MessageStoreTest, ResetReplyAndForward) {
-    SmsMessage m = Make(kFolderInbox, At(2003, 1, 1), u"Hi there", u"+4411", u"Ann", kFlagUnread | kFlagFlash);
+    SmsMessage m =
+        Make(kFolderInbox, At(2003, 1, 1), u"Hi there", u"+4411", u"Ann", kFlagUnread | kFlagFlash);
     ASSERT_TRUE(WriteMessage(db_, m));
     SmsMessage reply = Make(m.folder, m.time, m.text, m.number, m.name, m.flags);
     reply.oid = m.oid;
@@ -380,8 +384,10 @@ TEST_F(MessageStoreTest, ResetReplyAndForward) {
 TEST_F(MessageStoreTest, ListQueriesCountAndPageNewestFirst) {
     std::vector<Oid> inbox, sent;
     for (int i = 0; i < 5; ++i) {
-        SmsMessage in = Make(kFolderInbox, At(2003, 1, static_cast<std::uint16_t>(1 + 2 * i)), u"in");
-        SmsMessage out = Make(kFolderSent, At(2003, 1, static_cast<std::uint16_t>(2 + 2 * i)), u"sent");
+        SmsMessage in =
+            Make(kFolderInbox, At(2003, 1, static_cast<std::uint16_t>(1 + 2 * i)), u"in");
+        SmsMessage out =
+            Make(kFolderSent, At(2003, 1, static_cast<std::uint16_t>(2 + 2 * i)), u"sent");
         ASSERT_TRUE(WriteMessage(db_, in));
         ASSERT_TRUE(WriteMessage(db_, out));
         inbox.push_back(in.oid);
@@ -434,8 +440,9 @@ TEST_F(MessageStoreTest, AFirstPageCostsTheSameWhateverTheFolderSize) {
     auto fill = [&](int from, int to) {
         MessageStoreBatch batch(db_);
         for (int i = from; i < to; ++i) {
-            SmsMessage m = Make(i % 3 == 0 ? kFolderInbox : (i % 3 == 1 ? kFolderOutbox : kFolderSent),
-                                At(2003, 1, 1) + static_cast<FileTime>(i) * 10'000'000, u"t");
+            SmsMessage m =
+                Make(i % 3 == 0 ? kFolderInbox : (i % 3 == 1 ? kFolderOutbox : kFolderSent),
+                     At(2003, 1, 1) + static_cast<FileTime>(i) * 10'000'000, u"t");
             ASSERT_TRUE(WriteMessage(db_, m));
         }
         ASSERT_TRUE(batch.Commit());
@@ -483,7 +490,8 @@ TEST_F(MessageStoreTest, WritesAreDurableAndVisibleToAnotherConnectionAtOnce) {
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open_v2(dir_.File().c_str(), &raw, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
     sqlite3_stmt* stmt = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(raw, "SELECT count(*) FROM object_databases", -1, &stmt, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_prepare_v2(raw, "SELECT count(*) FROM object_databases", -1, &stmt, nullptr),
+              SQLITE_OK);
     ASSERT_EQ(sqlite3_step(stmt), SQLITE_ROW);
     EXPECT_EQ(sqlite3_column_int(stmt, 0), 1);
     sqlite3_finalize(stmt);
@@ -493,7 +501,8 @@ TEST_F(MessageStoreTest, WritesAreDurableAndVisibleToAnotherConnectionAtOnce) {
     sqlite3_finalize(stmt);
     sqlite3_close(raw);
     sqlite3_stmt* sync = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db_.Connection(), "PRAGMA synchronous", -1, &sync, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_prepare_v2(db_.Connection(), "PRAGMA synchronous", -1, &sync, nullptr),
+              SQLITE_OK);
     ASSERT_EQ(sqlite3_step(sync), SQLITE_ROW);
     EXPECT_EQ(sqlite3_column_int(sync, 0), 2);  // FULL
     sqlite3_finalize(sync);
@@ -510,7 +519,8 @@ TEST_F(MessageStoreTest, TwoThreadsWriteAndWalkAtOnceEachWithItsOwnObject) {
             return;
         }
         for (int i = 0; i < kEach; ++i) {
-            SmsMessage m = Make(folder, At(2003, 1, 1) + static_cast<FileTime>(base + i) * 10'000'000, u"w");
+            SmsMessage m =
+                Make(folder, At(2003, 1, 1) + static_cast<FileTime>(base + i) * 10'000'000, u"w");
             if (!WriteMessage(db, m)) ++failures;
         }
     };
@@ -535,7 +545,8 @@ TEST_F(MessageStoreTest, TwoThreadsWriteAndWalkAtOnceEachWithItsOwnObject) {
                 ++seen;
             }
             std::uint32_t counted = 0;
-            if (!db.CountFolder(kFolderLog, &counted) || counted != static_cast<std::uint32_t>(seen)) {
+            if (!db.CountFolder(kFolderLog, &counted) ||
+                counted != static_cast<std::uint32_t>(seen)) {
                 ++failures;
             }
             ++walks;

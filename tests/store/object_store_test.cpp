@@ -58,14 +58,16 @@ std::uint32_t InboxCount() {
 void Checkpoint(const std::string& file) {
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open(file.c_str(), &raw), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(raw, "PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(raw, "PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr),
+              SQLITE_OK);
     sqlite3_close(raw);
 }
 
 class ObjectStoreTest : public ::testing::Test {
-protected:
+  protected:
     void TearDown() override {
-        for (const auto& n : TakeStoreNotices()) std::printf("left notice: %s\n", n.message.c_str());
+        for (const auto& n : TakeStoreNotices())
+            std::printf("left notice: %s\n", n.message.c_str());
     }
     TempDataDir dir_;
     FakeLocalTime clock_{{2024, 3, 0, 9, 14, 5, 7, 0}};
@@ -201,9 +203,10 @@ TEST_F(ObjectStoreTest, ADatabaseOfAnotherProgramIsSetAside) {
     fs::create_directories(dir_.Data());
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open(dir_.File().c_str(), &raw), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(raw, "PRAGMA application_id=1234; CREATE TABLE t(x); INSERT INTO t VALUES(1);",
-                           nullptr, nullptr, nullptr),
-              SQLITE_OK);
+    ASSERT_EQ(
+        sqlite3_exec(raw, "PRAGMA application_id=1234; CREATE TABLE t(x); INSERT INTO t VALUES(1);",
+                     nullptr, nullptr, nullptr),
+        SQLITE_OK);
     sqlite3_close(raw);
     StoreSome(1);
     const auto notices = TakeStoreNotices();
@@ -217,7 +220,8 @@ TEST_F(ObjectStoreTest, AStoreOfANewerVersionIsLeftAlone) {
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open(dir_.File().c_str(), &raw), SQLITE_OK);
     const std::string sql = "PRAGMA application_id=" + std::to_string(kStoreApplicationId) +
-                            "; PRAGMA user_version=" + std::to_string(kStoreSchemaVersion + 1) + ";";
+                            "; PRAGMA user_version=" + std::to_string(kStoreSchemaVersion + 1) +
+                            ";";
     ASSERT_EQ(sqlite3_exec(raw, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(raw);
     const std::string before = ReadAll(dir_.File());

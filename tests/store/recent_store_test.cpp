@@ -17,11 +17,15 @@ RecentRecipient Entry(std::u16string name, std::u16string number) {
     return e;
 }
 
-std::u16string Num(int i) { return u"+4910" + std::u16string(1, static_cast<char16_t>(u'0' + i)); }
-std::u16string Name(int i) { return u"Person " + std::u16string(1, static_cast<char16_t>(u'A' + i)); }
+std::u16string Num(int i) {
+    return u"+4910" + std::u16string(1, static_cast<char16_t>(u'0' + i));
+}
+std::u16string Name(int i) {
+    return u"Person " + std::u16string(1, static_cast<char16_t>(u'A' + i));
+}
 
 class RecentStoreTest : public ::testing::Test {
-protected:
+  protected:
     // Every use of the store happens at a later local time than the one before.
     RecentStoreTest() : clock_({2003, 6, 1, 1, 9, 0, 0, 0}, 1000) {}
 
@@ -38,8 +42,10 @@ protected:
         EXPECT_TRUE(db.GetRecordCount(&n));
         return n;
     }
-    const RecentRecipient* Find(const std::vector<RecentRecipient>& list, std::u16string_view name) {
-        auto it = std::find_if(list.begin(), list.end(), [&](const RecentRecipient& r) { return r.name == name; });
+    const RecentRecipient* Find(const std::vector<RecentRecipient>& list,
+                                std::u16string_view name) {
+        auto it = std::find_if(list.begin(), list.end(),
+                               [&](const RecentRecipient& r) { return r.name == name; });
         return it == list.end() ? nullptr : &*it;
     }
 
@@ -143,12 +149,12 @@ TEST_F(RecentStoreTest, OpeningInTheOtherOrderReopens) {
     EXPECT_EQ(db_.SortProperty(), kPropRecentName);
     ASSERT_TRUE(OpenRecentStore(db_, kPropRecentLastUsed));
     EXPECT_EQ(db_.SortProperty(), kPropRecentLastUsed);
-    CeSortOrderSpec specs[kMaxSortOrders];
+    CeSortOrder orders[kMaxSortOrders];
     unsigned count = 0;
-    ASSERT_TRUE(db_.GetSortOrders(specs, &count));
+    ASSERT_TRUE(db_.GetSortOrders(orders, &count));
     ASSERT_EQ(count, 2u);
-    EXPECT_EQ(specs[0].propId, kPropRecentLastUsed);
-    EXPECT_EQ(specs[1].propId, kPropRecentName);
+    EXPECT_EQ(orders[0].propId, kPropRecentLastUsed);
+    EXPECT_EQ(orders[1].propId, kPropRecentName);
 }
 
 TEST_F(RecentStoreTest, FormattingAnItem) {

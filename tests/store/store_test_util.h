@@ -18,9 +18,10 @@
 
 // A fresh folder under the temporary directory, used as the data folder while it lives.
 class TempDataDir {
-public:
+  public:
     TempDataDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "velkan-store-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "velkan-store-XXXXXX").string();
         char* made = mkdtemp(pattern.data());
         path_ = made != nullptr ? made : "";
         data_ = path_ + "/data";
@@ -42,7 +43,7 @@ public:
     const std::string& Data() const { return data_; }
     std::string File() const { return data_ + "/velkan.sqlite3"; }
 
-private:
+  private:
     std::string path_;
     std::string data_;
 };
@@ -50,7 +51,7 @@ private:
 // Replaces the local wall clock: every reading returns the current value and then moves it on
 // by `stepMs` milliseconds.
 class FakeLocalTime {
-public:
+  public:
     explicit FakeLocalTime(SystemTime start, std::uint32_t stepMs = 0) : step_(stepMs * 10'000ull) {
         FileTime ft = 0;
         SystemTimeToFileTime(start, &ft);
@@ -64,7 +65,7 @@ public:
     FileTime Now() const { return now_.load(); }
     void AdvanceMs(std::uint64_t ms) { now_.fetch_add(ms * 10'000ull); }
 
-private:
+  private:
     static SystemTime Read(void* self) {
         auto* c = static_cast<FakeLocalTime*>(self);
         const FileTime value = c->now_.fetch_add(c->step_);

@@ -1,0 +1,48 @@
+#include "settings/ui/caption_dialog.h"
+
+#include <QLabel>
+#include <QPushButton>
+
+CaptionDialog::CaptionDialog(int templateId, const QString& title, QWidget* parent)
+    : DialogBase(templateId, parent), units_(DialogUnits::TemplateFont()) {
+    setFont(DialogUnits::TemplateFont());
+    setWindowTitle(title);
+}
+
+QSize CaptionDialog::sizeHint() const {
+    // Full screen: the frame's size when there is one, else a handheld's portrait screen.
+    if (FrameWindowBase* frame = FrameWindowBase::Instance()) return frame->size();
+    return QSize(360, 560);
+}
+
+void CaptionDialog::PlaceControl(QWidget* control, int id, int x, int y, int w, int h) {
+    control->setObjectName(QString::number(id));
+    control->setGeometry(units_.Rect(x, y, w, h));
+}
+
+void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
+    caption_ = AddControl<QLabel>(1019, x, y, w, h);
+    caption_->setText(windowTitle());
+    ok_ = AddControl<QPushButton>(IDOK, 0, 0, 16, 12);
+    ok_->setText(QStringLiteral("OK"));
+    cancel_ = AddControl<QPushButton>(IDCANCEL, 0, 0, 16, 12);
+    cancel_->setText(QStringLiteral("Cancel"));
+    connect(ok_, &QPushButton::clicked, this, [this] { SendCommand(IDOK); });
+    connect(cancel_, &QPushButton::clicked, this, [this] { SendCommand(IDCANCEL); });
+}
+
+void CaptionDialog::LayoutCaption(int w, int) {
+    if (ok_ == nullptr || cancel_ == nullptr) return;
+    cancel_->move(w - kCaptionButtonMargin - cancel_->width(), kCaptionButtonMargin);
+    ok_->move(cancel_->x() - kCaptionButtonGap - ok_->width(), kCaptionButtonMargin);
+}
+
+void ApplySettingWrites(RegistryKey& key, const std::vector<SettingWrite>& writes) {
+    for (const SettingWrite& write : writes) {
+        if (write.isNumber) {
+            key.WriteDword(write.name, write.number);
+        } else {
+            key.WriteString(write.name, write.text);
+        }
+    }
+}

@@ -1,0 +1,152 @@
+#include "settings/ui/preferences_dialog.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+
+#include "framework/ui/ui_fonts.h"
+#include "framework/ui/window_text.h"
+#include "message_ui/text_helpers.h"
+#include "settings/settings_key.h"
+
+namespace {
+
+// The state OK stores for a box: exactly 1 for a checked one, 0 otherwise.
+std::uint32_t CheckValue(const QCheckBox* box) {
+    return box->checkState() == Qt::Checked ? 1 : 0;
+}
+
+}  // namespace
+
+PreferencesDialog::PreferencesDialog(QWidget* parent)
+    : CaptionDialog(kTemplateId, QStringLiteral("Preferences"), parent) {}
+
+MenuBarDef PreferencesDialog::MenuBarDefinition() const {
+    return {{kMenuEdit,
+             QStringLiteral("Edit"),
+             {{kCmdEditCut, QStringLiteral("Cut")},
+              {kCmdEditCopy, QStringLiteral("Copy")},
+              {kCmdEditPaste, QStringLiteral("Paste")},
+              {kCmdEditClear, QStringLiteral("Clear")},
+              {0, {}},
+              {kCmdEditSelectAll, QStringLiteral("Select All")}}}};
+}
+
+bool PreferencesDialog::OnInitDialog() {
+    CreateCaption(5, 7, 79, 8);
+    // Here as well as on activation: the modal runner does not activate the dialog.
+    CreateMenuBar(MenuBarDefinition());
+    phoneHeading_ = AddControl<QLabel>(kIdPhoneHeading, 5, 22, 25, 8);
+    phoneHeading_->setText(QStringLiteral("Phone"));
+    deleteAfterRetrieve_ = AddControl<QCheckBox>(kIdDeleteAfterRetrieve, 13, 34, 113, 10);
+    deleteAfterRetrieve_->setText(QStringLiteral("Delete Messages after Retrieve"));
+    messageHeading_ = AddControl<QLabel>(kIdMessageHeading, 5, 47, 57, 8);
+    messageHeading_->setText(QStringLiteral("Message Options"));
+    customSmsc_ = AddControl<QCheckBox>(kIdCustomSmsc, 13, 59, 96, 10);
+    customSmsc_->setText(QStringLiteral("Custom Service Center:"));
+    smsc_ = AddControl<QLineEdit>(kIdSmscNumber, 23, 70, 92, 14);
+    requestStatus_ = AddControl<QCheckBox>(kIdRequestStatus, 13, 88, 62, 10);
+    requestStatus_->setText(QStringLiteral("Request Status"));
+    flash_ = AddControl<QCheckBox>(kIdFlash, 13, 99, 62, 10);
+    flash_->setText(QStringLiteral("Flash SMS"));
+    // The headings are bold; the bold face is wider, so they get the width their text needs.
+    for (QLabel* heading : {phoneHeading_, messageHeading_}) {
+        heading->setFont(GetUiFont(UiFont::SmallBold));
+        heading->resize(qMax(heading->width(), heading->sizeHint().width()), heading->height());
+    }
+    // Check boxes take the room their label needs when the face is wider than the template's.
+    for (QCheckBox* box : {deleteAfterRetrieve_, customSmsc_, requestStatus_, flash_}) {
+        box->resize(qMax(box->width(), box->sizeHint().width()),
+                    qMax(box->height(), box->sizeHint().height()));
+    }
+    connect(customSmsc_, &QCheckBox::toggled, this, [this](bool) { OnCommand(kIdCustomSmsc, 0); });
+
+    // Kept open until the dialog ends; OK writes through it.
+    OpenSettings(key_);
+    smsc_->setText(QString::fromStdU16String(ReadSettingString(key_, kValueSmsc)));
+    customSmsc_->setChecked(ReadSettingFlag(key_, kValueSmscCustom));
+    EnableNumberField();
+    requestStatus_->setChecked(ReadSettingFlag(key_, kValueStatusReq));
+    flash_->setChecked(ReadSettingFlag(key_, kValueFlash));
+    deleteAfterRetrieve_->setChecked(ReadSettingFlag(key_, kValueDelMsg));
+    return true;
+}
+
+void PreferencesDialog::EnableNumberField() {
+    smsc_->setEnabled(customSmsc_->checkState() == Qt::Checked);
+}
+
+std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
+    TextBuffer number = GetWindowText(smsc_);
+    NormalizePhoneNumber(number);
+    // The number is kept even when the box is clear, for the next time it is checked.
+    return {
+        {kValueDelMsg, true, {}, CheckValue(deleteAfterRetrieve_)},
+        {kValueSmsc, false, number.ToU16(), 0},
+        {kValueSmscCustom, true, {}, CheckValue(customSmsc_)},
+        {kValueStatusReq, true, {}, CheckValue(requestStatus_)},
+        {kValueFlash, true, {}, CheckValue(flash_)},
+    };
+}
+
+bool PreferencesDialog::OnCommand(int id, int notifyCode) {
+    switch (id) {
+        case IDOK:
+            ApplySettingWrites(key_, PendingWrites());
+            EndDialog(IDOK);
+            return true;
+        case IDCANCEL:
+            EndDialog(IDCANCEL);
+            return true;
+        case kIdCustomSmsc:
+            EnableNumberField();
+            return true;
+        case kCmdEditCut:
+        case kCmdEditCopy:
+        case kCmdEditPaste:
+        case kCmdEditClear:
+        case kCmdEditSelectAll:
+            EditCommand(id);
+            return true;
+        default:
+            return CaptionDialog::OnCommand(id, notifyCode);
+    }
+}
+
+QLineEdit* PreferencesDialog::EditTarget() const {
+    auto* focused = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+    if (focused != nullptr && isAncestorOf(focused)) return focused;
+    // The menu may hold the focus while it is open; the number is the only field there is.
+    return smsc_;
+}
+
+void PreferencesDialog::EditCommand(int id) {
+    QLineEdit* edit = EditTarget();
+    // A disabled field takes no commands, as it could not have the focus either.
+    if (edit == nullptr || !edit->isEnabled()) return;
+    switch (id) {
+        case kCmdEditCut:
+            edit->cut();
+            break;
+        case kCmdEditCopy:
+            edit->copy();
+            break;
+        case kCmdEditPaste:
+            edit->paste();
+            break;
+        case kCmdEditClear:
+            // Removes the selected text and nothing else.
+            if (edit->hasSelectedText() && !edit->isReadOnly()) edit->insert(QString());
+            break;
+        case kCmdEditSelectAll:
+            edit->selectAll();
+            break;
+        default:
+            break;
+    }
+}
+
+void PreferencesDialog::OnEnd(int) { key_.Close(); }
+
+void PreferencesDialog::Layout(int w, int h) { LayoutCaption(w, h); }

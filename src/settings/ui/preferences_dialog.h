@@ -1,0 +1,66 @@
+// The preferences dialog (template 120): deleting retrieved messages from the phone, the custom
+// service centre, status reports and the Flash default. It keeps the settings key open while it
+// runs; OK writes every value through it, in a fixed order; Cancel writes nothing.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "settings/registry_key.h"
+#include "settings/ui/caption_dialog.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+
+// Commands of the Edit menu (menu bar 121), acting on the field that has the focus.
+constexpr int kMenuEdit = 40001;
+constexpr int kCmdEditClear = 57632;
+constexpr int kCmdEditCopy = 57634;
+constexpr int kCmdEditCut = 57635;
+constexpr int kCmdEditPaste = 57637;
+constexpr int kCmdEditSelectAll = 57642;
+
+class PreferencesDialog : public CaptionDialog {
+    Q_OBJECT
+public:
+    static constexpr int kTemplateId = 120;
+    // Controls.
+    static constexpr int kIdCaption = 1019;
+    static constexpr int kIdPhoneHeading = 1036;
+    static constexpr int kIdDeleteAfterRetrieve = 1035;
+    static constexpr int kIdMessageHeading = 1028;
+    static constexpr int kIdCustomSmsc = 1009;
+    static constexpr int kIdSmscNumber = 1034;
+    static constexpr int kIdRequestStatus = 1008;
+    static constexpr int kIdFlash = 1007;
+
+    explicit PreferencesDialog(QWidget* parent = nullptr);
+
+    // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash.
+    std::vector<SettingWrite> PendingWrites() const;
+    // Whether the key could be opened when the dialog opened.
+    bool SettingsOpen() const { return key_.IsOpen(); }
+
+protected:
+    bool OnInitDialog() override;
+    MenuBarDef MenuBarDefinition() const override;
+    void Layout(int w, int h) override;
+    bool OnCommand(int id, int notifyCode) override;
+    void OnEnd(int result) override;
+
+private:
+    void EnableNumberField();
+    // The field the Edit commands act on: the focused one, else the number field.
+    QLineEdit* EditTarget() const;
+    void EditCommand(int id);
+
+    RegistryKey key_;
+    QLabel* phoneHeading_ = nullptr;
+    QCheckBox* deleteAfterRetrieve_ = nullptr;
+    QLabel* messageHeading_ = nullptr;
+    QCheckBox* customSmsc_ = nullptr;
+    QLineEdit* smsc_ = nullptr;
+    QCheckBox* requestStatus_ = nullptr;
+    QCheckBox* flash_ = nullptr;
+};

@@ -1,0 +1,376 @@
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QTemporaryFile>
+#include <QtTest>
+
+#include "framework/ui/menu_bar.h"
+#include "framework/ui/ui_fonts.h"
+#include "settings/ui/preferences_dialog.h"
+#include "settings_ui_test_util.h"
+
+namespace {
+
+QCheckBox* Box(PreferencesDialog& d, int id) { return d.ControlAs<QCheckBox>(id); }
+QLineEdit* Number(PreferencesDialog& d) { return d.ControlAs<QLineEdit>(1034); }
+
+// Ticks or clears a box the way a user does: a click on it.
+void Click(QCheckBox* box) { QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(6, box->height() / 2)); }
+
+// Types `text` into the number field, replacing what it holds.
+void TypeNumber(PreferencesDialog& d, const QString& text) {
+    QLineEdit* edit = Number(d);
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+QStringList ActionTexts(QMenu* menu) {
+    QStringList texts;
+    for (QAction* a : menu->actions()) texts << (a->isSeparator() ? QString("-") : a->text());
+    return texts;
+}
+
+}  // namespace
+
+class PreferencesDialogTest : public QObject {
+    Q_OBJECT
+private slots:
+    void init() {
+        home_ = std::make_unique<TempSettingsHome>();
+        QVERIFY(home_->IsValid());
+    }
+    void cleanup() { home_.reset(); }
+
+    void aFreshKeyShowsEverythingClearAndTheNumberFieldDisabled() {
+        PreferencesDialog dialog;
+        QCOMPARE(RunDialog(dialog, nullptr, IDCANCEL), IDCANCEL);
+        QVERIFY(dialog.SettingsOpen());
+        for (int id : {1035, 1009, 1008, 1007}) QVERIFY(!Box(dialog, id)->isChecked());
+        QCOMPARE(Number(dialog)->text(), QString());
+        QVERIFY(!Number(dialog)->isEnabled());
+    }
+
+    void roundTripThroughOkAndReopening() {
+        {
+            PreferencesDialog dialog;
+            const int result = RunDialog(
+                dialog,
+                [&] {
+                    for (int id : {1035, 1009, 1008, 1007}) Click(Box(dialog, id));
+                    TypeNumber(dialog, "+33 (6) 12-34");
+                },
+                IDOK);
+            QCOMPARE(result, IDOK);
+        }
+        QCOMPARE(StoredNumber(kValueDelMsg), std::optional<std::uint32_t>(1));
+        QCOMPARE(StoredString(kValueSmsc), std::optional<std::u16string>(u"+3361234"));
+        QCOMPARE(StoredNumber(kValueSmscCustom), std::optional<std::uint32_t>(1));
+        QCOMPARE(StoredNumber(kValueStatusReq), std::optional<std::uint32_t>(1));
+        QCOMPARE(StoredNumber(kValueFlash), std::optional<std::uint32_t>(1));
+        {
+            PreferencesDialog dialog;
+            RunDialog(dialog, nullptr, IDCANCEL);
+            for (int id : {1035, 1009, 1008, 1007}) QVERIFY(Box(dialog, id)->isChecked());
+            QCOMPARE(Number(dialog)->text(), QString("+3361234"));
+            QVERIFY(Number(dialog)->isEnabled());
+        }
+        {
+            // And back: each box cleared is stored as exactly 0.
+            PreferencesDialog dialog;
+            RunDialog(
+                dialog, [&] { for (int id : {1035, 1009, 1008, 1007}) Click(Box(dialog, id)); },
+                IDOK);
+        }
+        for (const char16_t* name : {kValueDelMsg, kValueSmscCustom, kValueStatusReq, kValueFlash}) {
+            QCOMPARE(StoredNumber(name), std::optional<std::uint32_t>(0));
+        }
+        QCOMPARE(StoredString(kValueSmsc), std::optional<std::u16string>(u"+3361234"));
+    }
+
+    void eachBoxOpensFromItsOwnValue() {
+        StoreNumber(kValueDelMsg, 1);
+        StoreNumber(kValueStatusReq, 0);
+        StoreNumber(kValueFlash, 1);
+        PreferencesDialog dialog;
+        RunDialog(dialog, nullptr, IDCANCEL);
+        QVERIFY(Box(dialog, 1035)->isChecked());
+        QVERIFY(!Box(dialog, 1009)->isChecked());
+        QVERIFY(!Box(dialog, 1008)->isChecked());
+        QVERIFY(Box(dialog, 1007)->isChecked());
+    }
+
+    void theServiceCentreIsStoredNormalised() {
+        struct Case {
+            QString typed;
+            std::u16string stored;
+        };
+        const Case cases[] = {
+            {"+33 (6) 12-34", u"+3361234"},
+            {"abc", u""},   // letters only
+            {"+", u""},     // a lone plus
+            {"", u""},      // empty
+            {"a+1", u"+1"},
+            {"1+2", u"12"},
+        };
+        for (const Case& c : cases) {
+            StoreString(kValueSmsc, u"old");
+            StoreNumber(kValueSmscCustom, 1);
+            PreferencesDialog dialog;
+            RunDialog(
+                dialog, [&] { TypeNumber(dialog, c.typed); }, IDOK);
+            QCOMPARE(Number(dialog)->text(), c.typed);
+            const auto stored = StoredString(kValueSmsc);
+            QVERIFY2(stored.has_value(), qPrintable(c.typed));
+            QVERIFY2(*stored == c.stored, qPrintable(c.typed));
+        }
+    }
+
+    void theNumberIsKeptWhenTheBoxIsClear() {
+        StoreString(kValueSmsc, u"+4917");
+        StoreNumber(kValueSmscCustom, 1);
+        PreferencesDialog dialog;
+        RunDialog(
+            dialog,
+            [&] {
+                TypeNumber(dialog, "+44 20 7946");
+                Click(Box(dialog, 1009));
+            },
+            IDOK);
+        QVERIFY(!Number(dialog)->isEnabled());
+        QCOMPARE(StoredNumber(kValueSmscCustom), std::optional<std::uint32_t>(0));
+        QCOMPARE(StoredString(kValueSmsc), std::optional<std::u16string>(u"+44207946"));
+    }
+
+    void uncheckingDisablesTheFieldAtOnceAndCheckingEnablesItWithItsText() {
+        StoreString(kValueSmsc, u"+336");
+        StoreNumber(kValueSmscCustom, 1);
+        PreferencesDialog dialog;
+        bool enabledAtFirst = false, disabled = false, enabledAgain = false;
+        QString textAfter;
+        RunDialog(
+            dialog,
+            [&] {
+                enabledAtFirst = Number(dialog)->isEnabled();
+                Click(Box(dialog, 1009));
+                disabled = !Number(dialog)->isEnabled();
+                Box(dialog, 1009)->setFocus();
+                QTest::keyClick(Box(dialog, 1009), Qt::Key_Space);
+                enabledAgain = Number(dialog)->isEnabled();
+                textAfter = Number(dialog)->text();
+            },
+            IDCANCEL);
+        QVERIFY(enabledAtFirst);
+        QVERIFY(disabled);
+        QVERIFY(enabledAgain);
+        QCOMPARE(textAfter, QString("+336"));
+    }
+
+    void aFlashValueOfTwoCountsAsSetAndIsRewrittenAsOne() {
+        StoreNumber(kValueFlash, 2);
+        StoreNumber(kValueSmscCustom, 7);
+        PreferencesDialog dialog;
+        QCOMPARE(RunDialog(dialog, nullptr, IDOK), IDOK);
+        QVERIFY(Box(dialog, 1007)->isChecked());
+        QVERIFY(Box(dialog, 1009)->isChecked());
+        QVERIFY(Number(dialog)->isEnabled());
+        QCOMPARE(StoredNumber(kValueFlash), std::optional<std::uint32_t>(1));
+        QCOMPARE(StoredNumber(kValueSmscCustom), std::optional<std::uint32_t>(1));
+    }
+
+    void valuesOfTheWrongTypeReadAsClear() {
+        StoreString(kValueFlash, u"yes");
+        StoreString(kValueDelMsg, u"-1");
+        PreferencesDialog dialog;
+        RunDialog(dialog, nullptr, IDCANCEL);
+        QVERIFY(!Box(dialog, 1007)->isChecked());
+        QVERIFY(!Box(dialog, 1035)->isChecked());
+    }
+
+    void okWritesInItsFixedOrder() {
+        StoreNumber(kValueDelMsg, 1);
+        StoreNumber(kValueFlash, 1);
+        PreferencesDialog dialog;
+        std::vector<SettingWrite> writes;
+        RunDialog(
+            dialog,
+            [&] {
+                TypeNumber(dialog, "0049 (171)");
+                writes = dialog.PendingWrites();
+            },
+            IDCANCEL);
+        const std::vector<SettingWrite> expected = {
+            {kValueDelMsg, true, u"", 1},      {kValueSmsc, false, u"0049171", 0},
+            {kValueSmscCustom, true, u"", 0},  {kValueStatusReq, true, u"", 0},
+            {kValueFlash, true, u"", 1},
+        };
+        QCOMPARE(writes.size(), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            QVERIFY2(writes[i] == expected[i], qPrintable(QString::fromStdU16String(expected[i].name)));
+        }
+    }
+
+    void cancelWritesNothing() {
+        PreferencesDialog dialog;
+        const int result = RunDialog(
+            dialog,
+            [&] {
+                for (int id : {1035, 1009, 1008, 1007}) Click(Box(dialog, id));
+                TypeNumber(dialog, "+4930");
+            },
+            IDCANCEL);
+        QCOMPARE(result, IDCANCEL);
+        for (const char16_t* name : {kValueDelMsg, kValueSmscCustom, kValueStatusReq, kValueFlash}) {
+            QVERIFY(!StoredNumber(name).has_value());
+        }
+        QVERIFY(!StoredString(kValueSmsc).has_value());
+    }
+
+    void theCaptionButtonsEndTheDialog() {
+        {
+            PreferencesDialog dialog;
+            QCOMPARE(RunDialog(
+                         dialog, [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(1), Qt::LeftButton); },
+                         IDCANCEL),
+                     IDOK);
+        }
+        QCOMPARE(StoredNumber(kValueFlash), std::optional<std::uint32_t>(0));
+        {
+            StoreNumber(kValueFlash, 1);
+            PreferencesDialog dialog;
+            QCOMPARE(RunDialog(
+                         dialog,
+                         [&] {
+                             Click(Box(dialog, 1007));
+                             QTest::mouseClick(dialog.ControlAs<QPushButton>(2), Qt::LeftButton);
+                         },
+                         IDOK),
+                     IDCANCEL);
+        }
+        QCOMPARE(StoredNumber(kValueFlash), std::optional<std::uint32_t>(1));
+    }
+
+    void anUnopenableKeyShowsEverythingClearAndOkStillEnds() {
+        // A config home below a plain file can be neither opened nor created.
+        QTemporaryFile blocker;
+        QVERIFY(blocker.open());
+        qputenv("XDG_CONFIG_HOME", (blocker.fileName() + "/config").toLocal8Bit());
+        PreferencesDialog dialog;
+        const int result = RunDialog(
+            dialog,
+            [&] {
+                Click(Box(dialog, 1009));
+                TypeNumber(dialog, "+1");
+            },
+            IDOK);
+        QCOMPARE(result, IDOK);
+        QVERIFY(!dialog.SettingsOpen());
+        QVERIFY(!Box(dialog, 1035)->isChecked());
+        QVERIFY(!Box(dialog, 1008)->isChecked());
+        QVERIFY(!Box(dialog, 1007)->isChecked());
+        QCOMPARE(Number(dialog)->text(), QString("+1"));
+    }
+
+    void labelsHeadingsAndCaption() {
+        PreferencesDialog dialog;
+        RunDialog(dialog, nullptr, IDCANCEL);
+        QCOMPARE(dialog.windowTitle(), QString("Preferences"));
+        QCOMPARE(dialog.ControlAs<QLabel>(1019)->text(), QString("Preferences"));
+        QCOMPARE(dialog.ControlAs<QLabel>(1036)->text(), QString("Phone"));
+        QCOMPARE(dialog.ControlAs<QLabel>(1028)->text(), QString("Message Options"));
+        QCOMPARE(Box(dialog, 1035)->text(), QString("Delete Messages after Retrieve"));
+        QCOMPARE(Box(dialog, 1009)->text(), QString("Custom Service Center:"));
+        QCOMPARE(Box(dialog, 1008)->text(), QString("Request Status"));
+        QCOMPARE(Box(dialog, 1007)->text(), QString("Flash SMS"));
+        for (int id : {1036, 1028}) {
+            const QFont font = dialog.Control(id)->font();
+            QCOMPARE(font, GetUiFont(UiFont::SmallBold));
+            QVERIFY(font.weight() >= QFont::ExtraBold);
+        }
+        QVERIFY(Box(dialog, 1035)->font().weight() < QFont::Bold);
+    }
+
+    void theEditMenuHasItsItemsAndActsOnTheNumber() {
+        StoreString(kValueSmsc, u"+4930123");
+        StoreNumber(kValueSmscCustom, 1);
+        PreferencesDialog dialog;
+        QStringList items;
+        QString afterCut, afterPaste, afterClear, clipboard;
+        RunDialog(
+            dialog,
+            [&] {
+                QMenu* edit = dialog.Bar()->PopupOf(kMenuEdit);
+                QVERIFY(edit != nullptr);
+                items = ActionTexts(edit);
+                auto trigger = [&](int id) {
+                    for (QAction* a : edit->actions()) {
+                        if (a->data().toInt() == id) a->trigger();
+                    }
+                };
+                Number(dialog)->setFocus();
+                trigger(kCmdEditSelectAll);
+                trigger(kCmdEditCut);
+                afterCut = Number(dialog)->text();
+                clipboard = QApplication::clipboard()->text();
+                trigger(kCmdEditPaste);
+                trigger(kCmdEditPaste);
+                afterPaste = Number(dialog)->text();
+                Number(dialog)->setSelection(0, 3);
+                trigger(kCmdEditClear);
+                afterClear = Number(dialog)->text();
+            },
+            IDCANCEL);
+        QCOMPARE(items, QStringList({"Cut", "Copy", "Paste", "Clear", "-", "Select All"}));
+        QCOMPARE(afterCut, QString());
+        QCOMPARE(clipboard, QString("+4930123"));
+        QCOMPARE(afterPaste, QString("+4930123+4930123"));
+        QCOMPARE(afterClear, QString("30123+4930123"));
+    }
+
+    void editCommandsLeaveADisabledFieldAlone() {
+        StoreString(kValueSmsc, u"+4930123");
+        PreferencesDialog dialog;
+        QString after;
+        RunDialog(
+            dialog,
+            [&] {
+                dialog.SendCommand(kCmdEditSelectAll);
+                dialog.SendCommand(kCmdEditCut);
+                after = Number(dialog)->text();
+            },
+            IDCANCEL);
+        QCOMPARE(after, QString("+4930123"));
+    }
+
+    void resizingKeepsTheCaptionButtonsAtTheRightEnd() {
+        PreferencesDialog dialog;
+        QRect ok, cancel;
+        QPoint boxBefore, boxAfter;
+        RunDialog(
+            dialog,
+            [&] {
+                boxBefore = Box(dialog, 1007)->pos();
+                dialog.resize(500, 300);
+                ok = dialog.Control(1)->geometry();
+                cancel = dialog.Control(2)->geometry();
+                boxAfter = Box(dialog, 1007)->pos();
+            },
+            IDCANCEL);
+        QCOMPARE(cancel.right(), 500 - 1 - 4);
+        QCOMPARE(cancel.top(), 4);
+        QCOMPARE(ok.right(), cancel.left() - 1 - 2);
+        QCOMPARE(ok.top(), 4);
+        QCOMPARE(boxAfter, boxBefore);
+    }
+
+private:
+    std::unique_ptr<TempSettingsHome> home_;
+};
+
+QTEST_MAIN(PreferencesDialogTest)
+#include "preferences_dialog_test.moc"
