@@ -118,7 +118,9 @@ TransferError AtExchange(AtRequest* request, AtLineHandler lineHandler, void* ha
     }
 }
 
-TransferError AtSimple(AtRequest* request) { return AtExchange(request, nullptr, nullptr); }
+TransferError AtSimple(AtRequest* request) {
+    return AtExchange(request, nullptr, nullptr);
+}
 
 namespace {
 

@@ -25,8 +25,8 @@ constexpr std::uint32_t kAtPduTimeoutMs = 30000;     // the PDU and Ctrl-Z until
 // caller's (FreePhoneSession does not close it).
 struct PhoneSession {
     PhoneChannel* channel;
-    ResponseBuffer response;  // kResponseBufferSize bytes, reused by every command
-    TransferError lastError;  // of the last set-up command and of the last send
+    ResponseBuffer response;       // kResponseBufferSize bytes, reused by every command
+    TransferError lastError;       // of the last set-up command and of the last send
     std::u16string serviceCentre;  // custom service centre for sending; empty: the phone's own
     bool statusReport;             // ask for a status report on every sent message
 };

@@ -12,7 +12,9 @@ namespace {
 constexpr std::size_t kCommandSize = 64;
 constexpr std::size_t kMaxMemoryName = 16;
 
-bool IsBlank(std::uint8_t c) { return (c >= 9 && c <= 13) || c == 32; }
+bool IsBlank(std::uint8_t c) {
+    return (c >= 9 && c <= 13) || c == 32;
+}
 
 // ---- AT+CPMS ----
 
@@ -51,8 +53,7 @@ struct ListingState {
     void* context;
 };
 
-TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32_t length,
-                       void*) {
+TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32_t length, void*) {
     auto* state = static_cast<ListingState*>(request->handlerResult);
     if (state->pendingLength == 0) {
         // A header: +CMGL: <index>,<status>,[<alpha>],<length>. Anything else (an echo, a blank
@@ -61,13 +62,14 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
         std::int32_t index;
         std::int32_t status;
         std::int32_t announced;
-        if (ExpectLiteral(&tokens, "+CMGL:") != kTokenOk || ReadNumber(&tokens, &index) != kTokenOk ||
-            ExpectLiteral(&tokens, ",") != kTokenOk || ReadNumber(&tokens, &status) != kTokenOk ||
-            ExpectLiteral(&tokens, ",") != kTokenOk) {
+        if (ExpectLiteral(&tokens, "+CMGL:") != kTokenOk ||
+            ReadNumber(&tokens, &index) != kTokenOk || ExpectLiteral(&tokens, ",") != kTokenOk ||
+            ReadNumber(&tokens, &status) != kTokenOk || ExpectLiteral(&tokens, ",") != kTokenOk) {
             return kErrNone;
         }
         (void)SkipQuotedString(&tokens);  // the alpha field may be empty or absent
-        if (ExpectLiteral(&tokens, ",") != kTokenOk || ReadNumber(&tokens, &announced) != kTokenOk) {
+        if (ExpectLiteral(&tokens, ",") != kTokenOk ||
+            ReadNumber(&tokens, &announced) != kTokenOk) {
             return kErrNone;
         }
         state->index = index;
@@ -117,7 +119,7 @@ bool AtReset(PhoneSession* session) {
 TransferError AtInit(PhoneSession* session) {
     // Echo off and verbose result codes; some phones refuse V1 and get plain echo-off instead.
     if (AtSendCommand(session, "ATE0V1\r") != kErrNone) (void)AtSendCommand(session, "ATE0\r");
-    (void)AtSendCommand(session, "AT+CMGF=0\r");      // PDU mode
+    (void)AtSendCommand(session, "AT+CMGF=0\r");        // PDU mode
     (void)AtSendCommand(session, "AT+CSCS=\"GSM\"\r");  // GSM character set
     return AtSendCommand(session, "AT\r");
 }

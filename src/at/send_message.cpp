@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "phonelink/response_buffer.h"
 #include "pdu/submit.h"
+#include "phonelink/response_buffer.h"
 
 TransferError SubmitPdu(PhoneSession* session, PduRecord* record) {
     if (session == nullptr || record == nullptr) return kErrInvalidParameter;

@@ -103,7 +103,9 @@ TransferError DrainInput(PhoneChannel* channel, std::uint8_t* buffer, std::uint3
 
 namespace {
 
-bool IsBlank(std::uint8_t c) { return (c >= 9 && c <= 13) || c == 32; }
+bool IsBlank(std::uint8_t c) {
+    return (c >= 9 && c <= 13) || c == 32;
+}
 
 int HexValue(std::uint8_t c) {
     if (c >= '0' && c <= '9') return c - '0';

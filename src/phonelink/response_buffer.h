@@ -30,10 +30,10 @@ void FreeResponseBuffer(ResponseBuffer* buffer);
 struct ResponseCursor {
     std::uint8_t* bufferStart;
     std::uint32_t bufferSize;
-    std::uint8_t* writePos;  // where the next received bytes go
-    std::uint32_t filled;    // bytes stored, counted from the buffer start after compaction
-    std::uint8_t* parsePos;  // first byte not yet cut into a line
-    std::uint32_t unparsed;  // bytes from parsePos to writePos
+    std::uint8_t* writePos;   // where the next received bytes go
+    std::uint32_t filled;     // bytes stored, counted from the buffer start after compaction
+    std::uint8_t* parsePos;   // first byte not yet cut into a line
+    std::uint32_t unparsed;   // bytes from parsePos to writePos
     std::uint8_t* lineStart;  // start of the line being assembled; null before the first line
 };
 

@@ -1,14 +1,15 @@
 #include "phonelink/serial_transport.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -20,7 +21,9 @@ constexpr int kReadWaitMs = 1;
 constexpr int kWriteTimeoutConstantMs = 1000;
 constexpr int kWriteTimeoutPerByteMs = 10;
 
-ssize_t RealRead(int fd, void* buffer, std::size_t count) { return ::read(fd, buffer, count); }
+ssize_t RealRead(int fd, void* buffer, std::size_t count) {
+    return ::read(fd, buffer, count);
+}
 ssize_t RealWrite(int fd, const void* bytes, std::size_t count) {
     return ::write(fd, bytes, count);
 }
@@ -28,7 +31,9 @@ ssize_t RealWrite(int fd, const void* bytes, std::size_t count) {
 const SerialSystemCalls kRealCalls = {&RealRead, &RealWrite};
 const SerialSystemCalls* g_calls = &kRealCalls;
 
-Transport* TransportOf(PhoneChannel* channel) { return channel->transport; }
+Transport* TransportOf(PhoneChannel* channel) {
+    return channel->transport;
+}
 
 TransferError SerialRead(PhoneChannel* channel, std::uint8_t* buffer, std::uint32_t* length) {
     int fd = TransportOf(channel)->handle;
@@ -53,8 +58,7 @@ TransferError SerialRead(PhoneChannel* channel, std::uint8_t* buffer, std::uint3
     return kErrNone;
 }
 
-TransferError SerialWrite(PhoneChannel* channel, const std::uint8_t* bytes,
-                          std::uint32_t length) {
+TransferError SerialWrite(PhoneChannel* channel, const std::uint8_t* bytes, std::uint32_t length) {
     int fd = TransportOf(channel)->handle;
     if (fd == kNoHandle) return kErrConnection;
     std::uint32_t remaining = length;
@@ -66,9 +70,9 @@ TransferError SerialWrite(PhoneChannel* channel, const std::uint8_t* bytes,
             // The output queue is full (or flow control holds it): wait for room, but only as
             // long as a write of this size may reasonably take.
             pollfd room{fd, POLLOUT, 0};
-            int waitMs = kWriteTimeoutConstantMs +
-                         kWriteTimeoutPerByteMs * static_cast<int>(remaining > 100000 ? 100000
-                                                                                      : remaining);
+            int waitMs =
+                kWriteTimeoutConstantMs +
+                kWriteTimeoutPerByteMs * static_cast<int>(remaining > 100000 ? 100000 : remaining);
             int ready;
             do {
                 ready = ::poll(&room, 1, waitMs);

@@ -1,8 +1,9 @@
 // The serial-port transport (cable, Bluetooth or infrared serial port, USB modem, pseudo-terminal).
 #pragma once
 
-#include <cstddef>
 #include <sys/types.h>
+
+#include <cstddef>
 
 #include "phonelink/transport.h"
 

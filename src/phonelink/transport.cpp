@@ -6,7 +6,9 @@
 
 namespace {
 
-TransferError NeverCancel(PhoneChannel*, void*) { return kErrNone; }
+TransferError NeverCancel(PhoneChannel*, void*) {
+    return kErrNone;
+}
 
 }  // namespace
 
@@ -59,8 +61,7 @@ TransferError ChannelRead(PhoneChannel* channel, std::uint8_t* buffer, std::uint
     return channel->transport->read(channel, buffer, length);
 }
 
-TransferError ChannelWrite(PhoneChannel* channel, const std::uint8_t* bytes,
-                           std::uint32_t length) {
+TransferError ChannelWrite(PhoneChannel* channel, const std::uint8_t* bytes, std::uint32_t length) {
     if (channel == nullptr || channel->transport == nullptr || (bytes == nullptr && length != 0)) {
         return kErrInvalidParameter;
     }

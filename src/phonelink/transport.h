@@ -48,7 +48,7 @@ using PollCallback = TransferError (*)(PhoneChannel* channel, void* context);
 struct PhoneChannel {
     Transport* transport;
     PollCallback pollCallback;
-    TransferError stickyError;  // 0 until the poll callback fails; then returned forever
+    TransferError stickyError;   // 0 until the poll callback fails; then returned forever
     std::uint32_t pollInterval;  // milliseconds between poll calls
     std::uint32_t nextPollTick;  // the callback runs only once GetTickCount() is later than this
     void* pollContext;

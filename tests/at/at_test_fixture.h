@@ -14,7 +14,7 @@ inline const std::string kOk = "\r\nOK\r\n";
 inline const std::string kError = "\r\nERROR\r\n";
 
 class AtTest : public ::testing::Test {
-public:
+  public:
     // Commands as the test reads them: CR, LF and Ctrl-Z spelled out.
     static std::string Printable(const std::string& bytes) {
         std::string out;
@@ -32,7 +32,7 @@ public:
         return out;
     }
 
-protected:
+  protected:
     void SetUp() override {
         phone_.AttachClock(&clock_);
         channel_ = phone_.Connect();
@@ -47,7 +47,9 @@ protected:
     }
 
     // Milliseconds from the n-th write to now.
-    std::uint32_t SinceWrite(std::size_t n) const { return clock_.Now() - phone_.WriteTicks().at(n); }
+    std::uint32_t SinceWrite(std::size_t n) const {
+        return clock_.Now() - phone_.WriteTicks().at(n);
+    }
 
     FakeClock clock_{1000, 1};
     ScriptPhone phone_;

@@ -1,11 +1,10 @@
-#include "at/phone_commands.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "at/phone_commands.h"
 #include "at_test_fixture.h"
 
 namespace {
@@ -14,7 +13,9 @@ namespace {
 // (length octet 00), then a 23-octet TPDU.
 const std::string kHelloPdu = "00040A91940321436500003011519003504005C8329BFD06";
 // From 12345 (national), "Hi": 18-octet TPDU.
-const std::string kHiPdu = "000405812143F5000030115190035040" "02C834";
+const std::string kHiPdu =
+    "000405812143F5000030115190035040"
+    "02C834";
 
 struct Listed {
     std::uint32_t storageIndex;
@@ -34,7 +35,8 @@ struct Collector {
 TransferError Collect(PduRecord* record, void* context) {
     auto* c = static_cast<Collector*>(context);
     std::string septets(reinterpret_cast<const char*>(record->userData), record->userDataLength);
-    c->messages.push_back({record->storageIndex, record->tpduLength, record->addressDigits, septets});
+    c->messages.push_back(
+        {record->storageIndex, record->tpduLength, record->addressDigits, septets});
     if (c->lists != nullptr) CollectForDeletion(c->lists, record->storageIndex);
     if (c->failAt != 0 && c->messages.size() == c->failAt) return c->failWith;
     return 0;
@@ -52,7 +54,8 @@ std::string Cpms(int used, int total) {
 }
 
 std::string Header(int index, int length, const std::string& alpha = "") {
-    return "+CMGL: " + std::to_string(index) + ",1," + alpha + "," + std::to_string(length) + "\r\n";
+    return "+CMGL: " + std::to_string(index) + ",1," + alpha + "," + std::to_string(length) +
+           "\r\n";
 }
 
 using Commands = std::vector<std::string>;
@@ -72,7 +75,7 @@ TEST_F(AtTest, InitFallsBackToAte0WhenV1IsRefused) {
 
 TEST_F(AtTest, InitReturnsOnlyTheResultOfTheFinalAt) {
     phone_.Expect("ATE0V1\r", kOk);
-    phone_.Expect("AT+CMGF=0\r", kError);  // ignored
+    phone_.Expect("AT+CMGF=0\r", kError);                         // ignored
     phone_.Expect("AT+CSCS=\"GSM\"\r", "\r\n+CME ERROR: 4\r\n");  // ignored
     phone_.Expect("AT\r", kError);
     EXPECT_EQ(AtInit(session_), kErrPhoneError);
@@ -204,8 +207,8 @@ TEST_F(AtTest, OddOrBadHexEndsTheListingWith4) {
                                      Header(2, 23) + kHelloPdu + "\r\n" + kOk);
     EXPECT_EQ(ListMessages(session_, 4, &Collect, &collected), kErrInvalidParameter);
     EXPECT_TRUE(collected.messages.empty());
-    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + "00-4" + kHelloPdu.substr(4) + "\r\n" +
-                                     kOk);
+    phone_.Expect("AT+CMGL=4\r",
+                  "\r\n" + Header(1, 23) + "00-4" + kHelloPdu.substr(4) + "\r\n" + kOk);
     EXPECT_EQ(ListMessages(session_, 4, &Collect, &collected), kErrInvalidParameter);
 }
 

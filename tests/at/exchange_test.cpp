@@ -28,7 +28,7 @@ TEST(ClassifyResultLine, FinalCodesByLengthThenContent) {
         {"+CMS ERROR:", true, kErrCmsError},  // exactly 11 bytes
         {"+CME ERROR: 10", true, kErrCmeError},
         {"+CME ERROR:x", true, kErrCmeError},
-        {"+CMS ERROR", false, 0},  // no colon, 10 bytes
+        {"+CMS ERROR", false, 0},      // no colon, 10 bytes
         {"+CMS ERROR 500", false, 0},  // long enough, but no colon
         {"+CME ERROR", false, 0},
         {"AT", false, 0},  // an echo is 2 bytes but not "OK"
@@ -75,7 +75,7 @@ TransferError LogLine(AtRequest*, const std::uint8_t* line, std::uint32_t length
 }
 
 class ExchangeTest : public AtTest {
-protected:
+  protected:
     TransferError Run(const char* command, LineLog* log = nullptr, std::uint32_t timeout = 0) {
         AtRequest request;
         InitAtRequest(&request, session_, command, timeout);

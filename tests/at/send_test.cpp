@@ -1,24 +1,25 @@
-#include "at/send_message.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
+#include "at/send_message.h"
 #include "at_test_fixture.h"
 #include "pdu/deliver.h"
 
 namespace {
 
 // +4930123456, "Hello", no options: service-centre octet 00, then the 17-octet TPDU.
-const std::string kTpduHex = "01000A9194032143650000" "05C8329BFD06";
+const std::string kTpduHex =
+    "01000A9194032143650000"
+    "05C8329BFD06";
 const std::string kCtrlZText(1, '\x1A');
 const std::string kSentOk = "\r\n+CMGS: 42\r\n\r\nOK\r\n";
 
 using Commands = std::vector<std::string>;
 
 class SendTest : public AtTest {
-protected:
+  protected:
     SendTest() {
         message_.number = u"+4930123456";
         message_.text = u"Hello";
@@ -65,7 +66,13 @@ TEST_F(SendTest, StatusReportAndFlashOptions) {
     session_->statusReport = true;
     message_.flags = kFlagFlash;
     phone_.Expect("AT+CMGS=17\r", "\r\n> ");
-    phone_.Expect("00" "21000A919403214365" "00F0" "05C8329BFD06" + kCtrlZText, kSentOk);
+    phone_.Expect(
+        "00"
+        "21000A919403214365"
+        "00F0"
+        "05C8329BFD06" +
+            kCtrlZText,
+        kSentOk);
     EXPECT_TRUE(SendMessage(session_, &message_));
     session_->statusReport = false;
     message_.flags = 0;

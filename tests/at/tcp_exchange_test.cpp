@@ -1,10 +1,10 @@
 // The exchange over a real TCP connection whose far end has gone away.
 #include <gtest/gtest.h>
-
 #include <poll.h>
-#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <string>
 
 #include "at/at_exchange.h"
 #include "fake_clock.h"

@@ -12,8 +12,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > 8192) return 0;
     PhoneChannel* channel = nullptr;
-    PhoneSession* session =
-        fuzz_phone::Start(data + 1, size - 1, 1 + (data[0] & 0x0F), &channel);
+    PhoneSession* session = fuzz_phone::Start(data + 1, size - 1, 1 + (data[0] & 0x0F), &channel);
     if (session == nullptr) return 0;
     std::int32_t used = 12345;
     std::int32_t total = 12345;

@@ -24,7 +24,9 @@ struct Script {
 
 inline Script g_script;
 
-inline std::uint32_t SteppingTicks(void*) { return g_script.ticks += 50; }
+inline std::uint32_t SteppingTicks(void*) {
+    return g_script.ticks += 50;
+}
 
 inline TransferError Read(PhoneChannel*, std::uint8_t* buffer, std::uint32_t* length) {
     std::size_t wanted = *length;
@@ -44,7 +46,9 @@ inline TransferError Write(PhoneChannel*, const std::uint8_t*, std::uint32_t) {
     return kErrNone;
 }
 
-inline TransferError Open(PhoneChannel*, std::uint32_t, const char*) { return kErrNone; }
+inline TransferError Open(PhoneChannel*, std::uint32_t, const char*) {
+    return kErrNone;
+}
 
 inline TransferError Close(Transport* transport) {
     std::free(transport);

@@ -70,9 +70,7 @@ void Tokenise(const std::string& line) {
     const auto* begin = reinterpret_cast<const std::uint8_t*>(line.data());
     const auto* end = begin + line.size();
     TokenCursor tokens{begin, static_cast<std::uint32_t>(line.size())};
-    auto inside = [&] {
-        Check(tokens.pos >= begin && tokens.pos + tokens.remaining == end);
-    };
+    auto inside = [&] { Check(tokens.pos >= begin && tokens.pos + tokens.remaining == end); };
     std::int32_t number;
     std::uint8_t octets[kResponseBufferSize / 2];
     std::uint32_t count;

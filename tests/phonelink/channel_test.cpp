@@ -11,7 +11,7 @@ namespace {
 
 struct PollLog {
     FakeClock* clock = nullptr;
-    std::vector<std::uint32_t> ticks;  // clock value at each call
+    std::vector<std::uint32_t> ticks;    // clock value at each call
     std::vector<TransferError> answers;  // answer of the n-th call; 0 once exhausted
 };
 
@@ -43,7 +43,9 @@ TEST(PhoneChannel, CreateRefusesNullArguments) {
     EXPECT_EQ(CreateChannel(&channel, nullptr), kErrInvalidParameter);
 }
 
-TEST(PhoneChannel, CloseOfNullChannelSucceeds) { EXPECT_EQ(ChannelClose(nullptr), 0u); }
+TEST(PhoneChannel, CloseOfNullChannelSucceeds) {
+    EXPECT_EQ(ChannelClose(nullptr), 0u);
+}
 
 TEST(PhoneChannel, SetPollCallbackStartsAtTheCurrentTick) {
     FakeClock clock(5000);

@@ -13,10 +13,12 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-std::string S(const char* text, std::size_t length) { return std::string(text, length); }
+std::string S(const char* text, std::size_t length) {
+    return std::string(text, length);
+}
 
 class ResponseBufferTest : public ::testing::Test {
-protected:
+  protected:
     Lines Cut(const std::vector<std::string>& chunks) {
         return CutAllLines(chunks, buffer_, kResponseBufferSize);
     }
@@ -36,11 +38,15 @@ TEST_F(ResponseBufferTest, OnlyTheFirstLineLosesItsLeadingCrLf) {
 
 TEST_F(ResponseBufferTest, OneByteAtATimeGivesTheSameLinesAsAllAtOnce) {
     const char raw[] =
-        "\r\n+CMGL: 1,0,,23\r\n0004\0" "0A91\r\n\r\nRING\r\n\r\r\n+CMS ERROR: 500\r\n\r\nOK\r\n";
+        "\r\n+CMGL: 1,0,,23\r\n0004\0"
+        "0A91\r\n\r\nRING\r\n\r\r\n+CMS ERROR: 500\r\n\r\nOK\r\n";
     const std::string response(raw, sizeof raw - 1);
     Lines whole = Cut({response});
-    ASSERT_EQ(whole, (Lines{"+CMGL: 1,0,,23", S("0004\0" "0A91", 9), "", "RING", "\r",
-                            "+CMS ERROR: 500", "", "OK"}));
+    ASSERT_EQ(whole, (Lines{"+CMGL: 1,0,,23",
+                            S("0004\0"
+                              "0A91",
+                              9),
+                            "", "RING", "\r", "+CMS ERROR: 500", "", "OK"}));
     std::vector<std::string> bytes;
     for (char c : response) bytes.emplace_back(1, c);
     EXPECT_EQ(Cut(bytes), whole);
@@ -260,7 +266,7 @@ TEST(Tokenisers, ReadNumber) {
     std::string sign = "-5";
     TokenCursor signTokens = Tokens(sign);
     EXPECT_EQ(ReadNumber(&signTokens, &value), kTokenFailed);  // no sign accepted
-    std::string huge = "99999999999";  // wraps silently, no crash
+    std::string huge = "99999999999";                          // wraps silently, no crash
     TokenCursor hugeTokens = Tokens(huge);
     EXPECT_EQ(ReadNumber(&hugeTokens, &value), kTokenOk);
     EXPECT_EQ(hugeTokens.remaining, 0u);

@@ -18,11 +18,13 @@ ScriptPhone::ScriptPhone() = default;
 
 ScriptPhone::~ScriptPhone() {
     // A channel that outlives its phone must not reach back into it.
-    if (transport_ != nullptr) reinterpret_cast<ScriptTransportRecord*>(transport_)->phone = nullptr;
+    if (transport_ != nullptr)
+        reinterpret_cast<ScriptTransportRecord*>(transport_)->phone = nullptr;
 }
 
 PhoneChannel* ScriptPhone::Connect() {
-    auto* record = static_cast<ScriptTransportRecord*>(std::calloc(1, sizeof(ScriptTransportRecord)));
+    auto* record =
+        static_cast<ScriptTransportRecord*>(std::calloc(1, sizeof(ScriptTransportRecord)));
     record->base.read = &ScriptPhone::Read;
     record->base.write = &ScriptPhone::Write;
     record->base.open = &ScriptPhone::Open;
@@ -48,7 +50,9 @@ void ScriptPhone::SetResponder(std::function<std::string(const std::string&)> re
     responder_ = std::move(responder);
 }
 
-void ScriptPhone::QueueNow(std::string bytes) { Queue(bytes, false, 0); }
+void ScriptPhone::QueueNow(std::string bytes) {
+    Queue(bytes, false, 0);
+}
 
 void ScriptPhone::SetSplit(Split split, unsigned randomStart) {
     split_ = split;
@@ -92,9 +96,9 @@ TransferError ScriptPhone::Read(PhoneChannel* channel, std::uint8_t* buffer,
     if (self->readFailure_ != 0) return self->readFailure_;
     if (wanted == 0) return 0;
 
-    bool released = !self->chunks_.empty() &&
-                    !(self->chunks_.front().timed &&
-                      TickPassed(self->chunks_.front().releaseTick, self->Now()));
+    bool released =
+        !self->chunks_.empty() && !(self->chunks_.front().timed &&
+                                    TickPassed(self->chunks_.front().releaseTick, self->Now()));
     if (released) {
         Chunk& chunk = self->chunks_.front();
         // Random splits also leave some reads empty, as a real line does between bursts.
@@ -142,7 +146,9 @@ TransferError ScriptPhone::Write(PhoneChannel* channel, const std::uint8_t* byte
     return 0;
 }
 
-TransferError ScriptPhone::Open(PhoneChannel*, std::uint32_t, const char*) { return 0; }
+TransferError ScriptPhone::Open(PhoneChannel*, std::uint32_t, const char*) {
+    return 0;
+}
 
 TransferError ScriptPhone::Close(Transport* transport) {
     ScriptPhone* self = Of(transport);

@@ -18,7 +18,7 @@
 #include "phonelink/transport.h"
 
 class ScriptPhone {
-public:
+  public:
     enum class Split { kWhole, kOneByte, kRandom };
 
     ScriptPhone();
@@ -48,7 +48,9 @@ public:
     // Every write fails with `code` (0 to stop failing); failed writes are not recorded.
     void FailWrites(TransferError code) { writeFailure_ = code; }
     // Called after each recorded write (for example to raise a cancel flag).
-    void OnWrite(std::function<void(const std::string& command)> hook) { onWrite_ = std::move(hook); }
+    void OnWrite(std::function<void(const std::string& command)> hook) {
+        onWrite_ = std::move(hook);
+    }
 
     const std::vector<std::string>& Writes() const { return writes_; }
     const std::vector<std::uint32_t>& WriteTicks() const { return writeTicks_; }
@@ -59,7 +61,7 @@ public:
     std::size_t BytesWaiting() const;
     bool Closed() const { return closed_; }
 
-private:
+  private:
     struct Chunk {
         std::string bytes;
         std::uint32_t releaseTick;

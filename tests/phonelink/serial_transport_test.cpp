@@ -1,25 +1,25 @@
 #include "phonelink/serial_transport.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
-#include <poll.h>
 #include <string>
-#include <termios.h>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
 // A pseudo-terminal: the transport opens the slave side, the test plays the phone on the master.
 class Pty {
-public:
+  public:
     Pty() {
         master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
         if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) return;
@@ -47,11 +47,10 @@ public:
         return got;
     }
     void Write(const std::string& bytes) {
-        ASSERT_EQ(::write(master_, bytes.data(), bytes.size()),
-                  static_cast<ssize_t>(bytes.size()));
+        ASSERT_EQ(::write(master_, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
-private:
+  private:
     int master_ = -1;
     std::string slave_;
 };
@@ -78,7 +77,7 @@ std::string ReadFromChannel(PhoneChannel* channel, std::size_t count) {
 }
 
 class SerialOverPty : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_TRUE(pty_.Ok()) << "no pseudo-terminal available";
         ASSERT_EQ(CreateSerialTransport(&channel_), 0u);
@@ -227,8 +226,8 @@ ssize_t ScriptedWrite(int fd, const void* bytes, std::size_t count) {
         if (n >= 0 && static_cast<std::size_t>(n) < count) ++g_driver.partials;
         return n;
     }
-    ssize_t result = call < g_driver.results.size() ? g_driver.results[call]
-                                                    : static_cast<ssize_t>(count);
+    ssize_t result =
+        call < g_driver.results.size() ? g_driver.results[call] : static_cast<ssize_t>(count);
     if (result < 0) {
         errno = g_driver.errors.at(call);
         return -1;

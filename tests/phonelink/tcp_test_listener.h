@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 class TcpTestListener {
-public:
+  public:
     TcpTestListener() {
         fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
         if (fd_ < 0) return;
@@ -50,7 +50,7 @@ public:
         fd_ = -1;
     }
 
-private:
+  private:
     int fd_ = -1;
     unsigned port_ = 0;
     int accepted_ = 0;

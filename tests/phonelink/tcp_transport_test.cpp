@@ -1,25 +1,27 @@
 #include "phonelink/tcp_transport.h"
 
-#include <gtest/gtest.h>
-
 #include <arpa/inet.h>
-#include <cerrno>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
-#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
 
 #include "tcp_test_listener.h"
 
 namespace {
 
 volatile sig_atomic_t g_sigpipes = 0;
-void CountSigpipe(int) { g_sigpipes = g_sigpipes + 1; }
+void CountSigpipe(int) {
+    g_sigpipes = g_sigpipes + 1;
+}
 
 int OpenDescriptors() {
     int count = 0;
@@ -40,7 +42,7 @@ TransferError WriteText(PhoneChannel* channel, const std::string& text) {
 }
 
 class TcpTransportTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_TRUE(listener_.Ok());
         ASSERT_EQ(CreateTcpTransport(&channel_), 0u);
@@ -111,8 +113,9 @@ TEST_F(TcpTransportTest, OpenWithAnotherModeDoesNothing) {
 }
 
 TEST_F(TcpTransportTest, ReadsReturnWhatArrivedAndNothingWithoutWaiting) {
-    ASSERT_EQ(ChannelOpen(channel_, kOpenModeConnect, Address("127.0.0.1", listener_.Port()).c_str()),
-              0u);
+    ASSERT_EQ(
+        ChannelOpen(channel_, kOpenModeConnect, Address("127.0.0.1", listener_.Port()).c_str()),
+        0u);
     int peer = listener_.Accept();
     ASSERT_GE(peer, 0);
     std::uint8_t buffer[64];
@@ -139,8 +142,9 @@ TEST_F(TcpTransportTest, ReadsReturnWhatArrivedAndNothingWithoutWaiting) {
 }
 
 TEST_F(TcpTransportTest, PeerCloseMakesReadsReturnNothing) {
-    ASSERT_EQ(ChannelOpen(channel_, kOpenModeConnect, Address("127.0.0.1", listener_.Port()).c_str()),
-              0u);
+    ASSERT_EQ(
+        ChannelOpen(channel_, kOpenModeConnect, Address("127.0.0.1", listener_.Port()).c_str()),
+        0u);
     int peer = listener_.Accept();
     ASSERT_GE(peer, 0);
     ::close(peer);
@@ -153,8 +157,9 @@ TEST_F(TcpTransportTest, PeerCloseMakesReadsReturnNothing) {
 }
 
 TEST_F(TcpTransportTest, WriteToAClosedPeerFailsWithoutSigpipe) {
-    ASSERT_EQ(ChannelOpen(channel_, kOpenModeConnect, Address("127.0.0.1", listener_.Port()).c_str()),
-              0u);
+    ASSERT_EQ(
+        ChannelOpen(channel_, kOpenModeConnect, Address("127.0.0.1", listener_.Port()).c_str()),
+        0u);
     int peer = listener_.Accept();
     ASSERT_GE(peer, 0);
     ::close(peer);
