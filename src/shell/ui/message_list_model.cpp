@@ -1,0 +1,130 @@
+#include "shell/ui/message_list_model.h"
+
+#include <algorithm>
+
+#include "store/message_store.h"
+
+MessageListModel::MessageListModel(QObject* parent) : QAbstractListModel(parent) {}
+
+void MessageListModel::SetDatabase(MessageDatabase* db) {
+    beginResetModel();
+    db_ = db;
+    oids_.clear();
+    Forget();
+    endResetModel();
+}
+
+void MessageListModel::Forget() {
+    lru_.clear();
+    cache_.clear();
+    rowOf_.clear();
+    reads_ = 0;
+}
+
+bool MessageListModel::Load(FolderId folder) {
+    beginResetModel();
+    folder_ = folder;
+    Forget();
+    bool ok = db_ != nullptr && db_->FolderOidsNewestFirst(folder, &oids_);
+    if (!ok) oids_.clear();
+    endResetModel();
+    return ok;
+}
+
+Oid MessageListModel::OidAt(int row) const {
+    if (row < 0 || static_cast<std::size_t>(row) >= oids_.size()) return 0;
+    return oids_[static_cast<std::size_t>(row)];
+}
+
+int MessageListModel::RowOf(Oid oid) const {
+    if (oid == 0) return -1;
+    if (rowOf_.empty() && !oids_.empty()) {
+        rowOf_.reserve(oids_.size());
+        for (std::size_t i = 0; i < oids_.size(); ++i)
+            rowOf_.emplace(oids_[i], static_cast<int>(i));
+    }
+    auto it = rowOf_.find(oid);
+    return it == rowOf_.end() ? -1 : it->second;
+}
+
+const SmsMessage* MessageListModel::MessageAt(int row) const {
+    const Oid oid = OidAt(row);
+    if (oid == 0) return nullptr;
+    if (auto it = cache_.find(oid); it != cache_.end()) {
+        lru_.splice(lru_.begin(), lru_, it->second);
+        return it->second->readable ? &it->second->message : nullptr;
+    }
+    Entry entry{oid, false, SmsMessage{}};
+    entry.message.oid = oid;
+    if (db_ != nullptr) entry.readable = ReadById(*db_, entry.message);
+    ++reads_;
+    lru_.push_front(std::move(entry));
+    cache_[oid] = lru_.begin();
+    while (lru_.size() > capacity_ && lru_.size() > 1) {
+        cache_.erase(lru_.back().oid);
+        lru_.pop_back();
+    }
+    return lru_.front().readable ? &lru_.front().message : nullptr;
+}
+
+void MessageListModel::RemoveRows(std::vector<int> rows) {
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    rows.erase(std::remove_if(
+                   rows.begin(), rows.end(),
+                   [this](int r) { return r < 0 || static_cast<std::size_t>(r) >= oids_.size(); }),
+               rows.end());
+    // Contiguous runs are removed together, from the bottom up so that the rows above keep
+    // their positions.
+    std::size_t end = rows.size();
+    while (end > 0) {
+        std::size_t begin = end - 1;
+        while (begin > 0 && rows[begin - 1] == rows[begin] - 1) --begin;
+        const int first = rows[begin];
+        const int last = rows[end - 1];
+        beginRemoveRows(QModelIndex(), first, last);
+        for (int r = first; r <= last; ++r) {
+            const Oid oid = oids_[static_cast<std::size_t>(r)];
+            if (auto it = cache_.find(oid); it != cache_.end()) {
+                lru_.erase(it->second);
+                cache_.erase(it);
+            }
+        }
+        oids_.erase(oids_.begin() + first, oids_.begin() + last + 1);
+        rowOf_.clear();
+        endRemoveRows();
+        end = begin;
+    }
+}
+
+void MessageListModel::SetCacheCapacity(std::size_t capacity) {
+    capacity_ = std::max<std::size_t>(1, capacity);
+    while (lru_.size() > capacity_) {
+        cache_.erase(lru_.back().oid);
+        lru_.pop_back();
+    }
+}
+
+int MessageListModel::rowCount(const QModelIndex& parent) const {
+    if (parent.isValid()) return 0;
+    return static_cast<int>(std::min<std::size_t>(oids_.size(), INT32_MAX));
+}
+
+QVariant MessageListModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= rowCount()) return QVariant();
+    if (role == kOidRole) return QVariant::fromValue<quint32>(OidAt(index.row()));
+    // Rows have no text of their own: everything is drawn by the row delegate. The accessible
+    // text says who the message is from.
+    if (role == Qt::AccessibleTextRole) {
+        const SmsMessage* m = MessageAt(index.row());
+        if (m == nullptr) return QString();
+        const std::u16string& who = !m->name.empty() ? m->name : m->number;
+        return QString::fromStdU16String(who);
+    }
+    return QVariant();
+}
+
+Qt::ItemFlags MessageListModel::flags(const QModelIndex& index) const {
+    if (!index.isValid()) return Qt::NoItemFlags;
+    return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+}

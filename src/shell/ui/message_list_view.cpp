@@ -1,0 +1,606 @@
+#include "shell/ui/message_list_view.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QContextMenuEvent>
+#include <QFrame>
+#include <QGuiApplication>
+#include <QItemSelection>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStyleHints>
+#include <algorithm>
+
+#include "framework/text_buffer.h"
+#include "framework/ui/app_event.h"
+#include "framework/ui/message_box.h"
+#include "framework/ui/ui_fonts.h"
+#include "settings/settings_key.h"
+#include "shell/ui/message_list_model.h"
+#include "shell/ui/message_row_delegate.h"
+#include "shell/ui/progress_dialog.h"
+#include "shell/ui/template_units.h"
+
+namespace {
+
+constexpr unsigned kStringDeleteQuestion = 2112;
+constexpr unsigned kStringNew = 40013;
+constexpr unsigned kStringSms = 40008;
+constexpr unsigned kStringOptions = 40010;
+
+struct FolderEntry {
+    unsigned stringId;
+    FolderId folder;
+};
+constexpr FolderEntry kFolderEntries[] = {
+    {2051, kFolderInbox}, {2052, kFolderOutbox}, {2053, kFolderDraft},
+    {2054, kFolderSent},  {2099, kFolderLog},
+};
+
+// The header line under the combo box and the buttons.
+constexpr int kSeparatorTop = 24;
+constexpr int kListTop = 26;
+constexpr int kButtonTop = 2;
+constexpr int kButtonBottom = 22;
+constexpr int kEdge = 2;
+
+QString LoadString(unsigned id) {
+    TextBuffer t;
+    t.LoadResourceString(id);
+    return QString::fromUtf16(t.Text());
+}
+
+}  // namespace
+
+// --- the list control --------------------------------------------------------------------
+
+MessageListControl::MessageListControl(QWidget* parent) : QListView(parent) {
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setUniformItemSizes(true);
+    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setDragEnabled(false);
+    setAutoScroll(false);
+    setFrameShape(QFrame::NoFrame);
+    setResizeMode(QListView::Adjust);
+    holdTimer_.setSingleShot(true);
+    holdTimer_.setInterval(QGuiApplication::styleHints()->mousePressAndHoldInterval());
+    connect(&holdTimer_, &QTimer::timeout, this, [this] {
+        // Press-and-hold: the menu comes where the stylus rests; the release that follows
+        // is no tap.
+        holdFired_ = true;
+        pressTracked_ = false;
+        emit contextMenuAsked(viewport()->mapToGlobal(pressPos_));
+    });
+}
+
+int MessageListControl::RowHeight() const {
+    if (model() != nullptr && model()->rowCount() > 0) {
+        const int h = sizeHintForRow(0);
+        if (h > 0) return h;
+    }
+    return 0;
+}
+
+void MessageListControl::mousePressEvent(QMouseEvent* event) {
+    if (menuOpen_) {
+        // The tap that closes the context menu: it neither selects nor opens anything.
+        event->accept();
+        return;
+    }
+    // A new tap after the menu closed: the closing tap never reached the list.
+    menuJustClosed_ = false;
+    holdFired_ = false;
+    if (event->button() == Qt::LeftButton) {
+        pressPos_ = event->position().toPoint();
+        pressRow_ = indexAt(pressPos_).row();
+        pressTracked_ = true;
+        if (pressRow_ >= 0) holdTimer_.start();
+    }
+    QListView::mousePressEvent(event);
+}
+
+void MessageListControl::mouseMoveEvent(QMouseEvent* event) {
+    if ((event->buttons() & Qt::LeftButton) == 0) {
+        QListView::mouseMoveEvent(event);
+        return;
+    }
+    const QPoint pos = event->position().toPoint();
+    if (dragging_) {
+        DragTo(pos);
+        return;
+    }
+    if (pressTracked_ && pressRow_ >= 0 &&
+        (pos - pressPos_).manhattanLength() >= QApplication::startDragDistance()) {
+        holdTimer_.stop();
+        pressTracked_ = false;
+        BeginDrag(pressRow_);
+        DragTo(pos);
+    }
+    // Moves are the drag selection's alone: the view's own press-and-drag extension is off.
+}
+
+void MessageListControl::mouseReleaseEvent(QMouseEvent* event) {
+    if (menuOpen_) {
+        event->accept();
+        return;
+    }
+    holdTimer_.stop();
+    if (event->button() != Qt::LeftButton) {
+        QListView::mouseReleaseEvent(event);
+        return;
+    }
+    if (dragging_) {
+        EndDrag();
+        pressTracked_ = false;
+        event->accept();
+        return;
+    }
+    const bool tap = pressTracked_ && !holdFired_;
+    pressTracked_ = false;
+    holdFired_ = false;
+    QListView::mouseReleaseEvent(event);
+    if (tap) emit tapped(event->modifiers());
+}
+
+void MessageListControl::contextMenuEvent(QContextMenuEvent* event) {
+    holdTimer_.stop();
+    pressTracked_ = false;
+    emit contextMenuAsked(event->globalPos());
+    event->accept();
+}
+
+void MessageListControl::focusOutEvent(QFocusEvent* event) {
+    if (dragging_) EndDrag();
+    QListView::focusOutEvent(event);
+}
+
+void MessageListControl::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            emit openKeyPressed();
+            event->accept();
+            return;
+        case Qt::Key_Delete:
+            emit deleteKeyPressed();
+            event->accept();
+            return;
+        default:
+            QListView::keyPressEvent(event);
+    }
+}
+
+void MessageListControl::BeginDrag(int row) {
+    dragging_ = true;
+    anchor_ = row;
+    last_ = row;
+    selectionModel()->clearSelection();
+    SelectRows(row, row, true);
+}
+
+void MessageListControl::SelectRows(int first, int last, bool select) {
+    if (first > last) std::swap(first, last);
+    if (first < 0 || model() == nullptr) return;
+    QItemSelection range(model()->index(first, 0), model()->index(last, 0));
+    selectionModel()->select(range,
+                             select ? QItemSelectionModel::Select : QItemSelectionModel::Deselect);
+}
+
+void MessageListControl::DragTo(const QPoint& pos) {
+    // Only rows in sight can be hit: a point outside the list hits none, even where scrolled-
+    // away rows lie.
+    QModelIndex hit = viewport()->rect().contains(pos) ? indexAt(pos) : QModelIndex();
+    if (!hit.isValid()) {
+        const int step = RowHeight();
+        if (pos.y() < 0) {
+            // Above the list: scroll up a row and extend to the first row in sight.
+            verticalScrollBar()->setValue(verticalScrollBar()->value() - step);
+            hit = indexAt(QPoint(0, 0));
+            if (!hit.isValid()) return;
+        } else if (pos.y() >= viewport()->height()) {
+            // Below: scroll down a row; the selection waits for the next move.
+            verticalScrollBar()->setValue(verticalScrollBar()->value() + step);
+            return;
+        } else {
+            return;
+        }
+    }
+    const int a = anchor_;
+    const int l = last_;
+    const int c = hit.row();
+    if (c == l) return;
+    // Afterwards exactly the rows from a to c are selected; only rows between l and c change.
+    const int oldLow = std::min(a, l), oldHigh = std::max(a, l);
+    const int newLow = std::min(a, c), newHigh = std::max(a, c);
+    if (oldLow < newLow) SelectRows(oldLow, std::min(oldHigh, newLow - 1), false);
+    if (oldHigh > newHigh) SelectRows(std::max(oldLow, newHigh + 1), oldHigh, false);
+    if (newLow < oldLow) SelectRows(newLow, std::min(newHigh, oldLow - 1), true);
+    if (newHigh > oldHigh) SelectRows(std::max(newLow, oldHigh + 1), newHigh, true);
+    last_ = c;
+}
+
+// --- the message list ------------------------------------------------------------------
+
+MessageListView::MessageListView() : DialogBase(kTemplateId) {}
+
+MessageListView::~MessageListView() = default;
+
+int MessageListView::RowHeight() const {
+    return delegate_ != nullptr ? delegate_->RowHeight() : 0;
+}
+
+bool MessageListView::OnInitDialog() {
+    setFont(TemplateFont());
+
+    combo_ = new QComboBox(this);
+    combo_->setObjectName(QString::number(kFolderComboId));
+    combo_->setFont(GetUiFont(UiFont::SmallBold));
+    for (const FolderEntry& entry : kFolderEntries) {
+        combo_->addItem(LoadString(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
+    }
+    const QRect comboRect = TemplateRect(27, 3, 44, 84);
+    combo_->setGeometry(comboRect.left(), comboRect.top(), comboRect.width(),
+                        combo_->sizeHint().height());
+    connect(combo_, &QComboBox::activated, this, [this](int index) { OnFolderChosen(index); });
+
+    sendAndGet_ = new QPushButton(QStringLiteral("Send && Get"), this);
+    sendAndGet_->setObjectName(QString::number(kSendAndGetId));
+    sendAndGet_->setGeometry(TemplateRect(81, 2, 47, 12));
+    sendAndGet_->hide();
+    connect(sendAndGet_, &QPushButton::clicked, this, [this] { OnCommand(kSendAndGetId, 0); });
+
+    get_ = new QPushButton(QStringLiteral("Get"), this);
+    get_->setObjectName(QString::number(kGetId));
+    get_->setGeometry(TemplateRect(105, 2, 34, 12));
+    connect(get_, &QPushButton::clicked, this, [this] { OnCommand(kGetId, 0); });
+
+    separator_ = new QFrame(this);
+    separator_->setObjectName(QStringLiteral("headerLine"));
+    separator_->setAutoFillBackground(true);
+    QPalette linePalette = separator_->palette();
+    linePalette.setColor(QPalette::Window, palette().color(QPalette::WindowText));
+    separator_->setPalette(linePalette);
+
+    model_ = new MessageListModel(this);
+    delegate_ = new MessageRowDelegate(this);
+    list_ = new MessageListControl(this);
+    list_->setObjectName(QString::number(kListId));
+    list_->setFont(TemplateFont());
+    list_->setModel(model_);
+    list_->setItemDelegate(delegate_);
+    connect(list_, &MessageListControl::tapped, this,
+            [this](Qt::KeyboardModifiers modifiers) { OnTapped(modifiers); });
+    connect(list_, &MessageListControl::contextMenuAsked, this, [this](const QPoint& p) {
+        PostAppMessage(this, kMsgContextMenu, static_cast<std::uintptr_t>(p.x()), p.y());
+    });
+    connect(list_, &MessageListControl::openKeyPressed, this, [this] { OpenSelected(); });
+    connect(list_, &MessageListControl::deleteKeyPressed, this,
+            [this] { OnCommand(kCmdDelete, 0); });
+
+    // A store that cannot be opened leaves the list empty; the program stays usable.
+    OpenMessageStore(db_);
+    model_->SetDatabase(&db_);
+    currentFolder_ = 0;
+    SwitchFolder(kFolderInbox);
+
+    PostAppMessage(this, kMsgContactsAddIn);
+    if (HasCommandLine()) PostAppMessage(this, kMsgCommandLine);
+    return true;
+}
+
+MenuBarDef MessageListView::MenuBarDefinition() const {
+    return {
+        {kCmdNew, LoadString(kStringNew), {}},
+        {kCmdSmsMenu,
+         LoadString(kStringSms),
+         {{kCmdDelete, QStringLiteral("Delete")},
+          {0, {}},
+          {kCmdReply, QStringLiteral("Reply")},
+          {kCmdForward, QStringLiteral("Forward")}}},
+        {kCmdOptionsMenu,
+         LoadString(kStringOptions),
+         {{kCmdExit, QStringLiteral("Exit")},
+          {0, {}},
+          {kCmdAbout, QStringLiteral("About")},
+          {0, {}},
+          {kCmdConnection, QStringLiteral("Connection")},
+          {kCmdPreferences, QStringLiteral("Preferences")}}},
+    };
+}
+
+void MessageListView::Layout(int w, int h) {
+    if (list_ == nullptr) return;
+    combo_->move(kEdge, kEdge);
+    for (QPushButton* button : {sendAndGet_, get_}) {
+        button->setGeometry(w - kEdge - button->width(), kButtonTop, button->width(),
+                            kButtonBottom - kButtonTop);
+    }
+    list_->setGeometry(0, kListTop, w, qMax(0, h - kListTop));
+    separator_->setGeometry(0, kSeparatorTop, w, 1);
+}
+
+void MessageListView::SwitchFolder(FolderId f) {
+    if (f != currentFolder_) {
+        currentFolder_ = f;
+        // The "Log" has no entry at index 254, so the combo box shows no selection until it
+        // is next opened.
+        combo_->setCurrentIndex(static_cast<int>(f) - 1);
+        combo_->update();
+    }
+    Reload();
+}
+
+void MessageListView::OnFolderChosen(int index) {
+    if (index < 0) return;
+    const QVariant data = combo_->itemData(index);
+    if (!data.isValid()) return;
+    SwitchFolder(data.value<quint32>());
+    combo_->update();
+}
+
+std::vector<int> MessageListView::SelectedRows() const {
+    std::vector<int> rows;
+    if (list_ == nullptr) return rows;
+    const QModelIndexList selected = list_->selectionModel()->selectedRows();
+    rows.reserve(static_cast<std::size_t>(selected.size()));
+    for (const QModelIndex& index : selected) rows.push_back(index.row());
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+int MessageListView::FirstSelectedRow() const {
+    const std::vector<int> rows = SelectedRows();
+    return rows.empty() ? -1 : rows.front();
+}
+
+void MessageListView::Reload() {
+    const Oid remembered = model_->OidAt(FirstSelectedRow());
+    delegate_->SetToday(TodayDateText());
+    delegate_->SetLogView(currentFolder_ == kFolderLog);
+
+    list_->setUpdatesEnabled(false);
+    model_->Load(currentFolder_);
+    // The whole store is looked at, whatever the folder, so the Outbox count is complete.
+    std::uint32_t outbox = 0;
+    if (!db_.CountFolder(kFolderOutbox, &outbox)) outbox = 0;
+    sendAndGet_->setVisible(outbox != 0);
+    get_->setVisible(outbox == 0);
+
+    if (remembered != 0) {
+        const int row = model_->RowOf(remembered);
+        if (row >= 0) {
+            const QModelIndex index = model_->index(row, 0);
+            list_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+            list_->scrollTo(index);
+        }
+    }
+    list_->setFocus();
+    list_->SetMenuJustClosed(false);
+    list_->setUpdatesEnabled(true);
+}
+
+void MessageListView::Refresh() {
+    if (list_ != nullptr) list_->viewport()->update();
+}
+
+bool MessageListView::OnCommand(int id, int notifyCode) {
+    switch (id) {
+        case kCmdNew:
+            NewMessage(false);
+            return true;
+        case kCmdDelete:
+            DeleteSelected();
+            return true;
+        case kCmdReply:
+            ReplyOrForward(true);
+            return true;
+        case kCmdForward:
+            ReplyOrForward(false);
+            return true;
+        case kCmdPickContact:
+            PickContact();
+            return true;
+        case kSendAndGetId:
+        case kGetId:
+            Transfer();
+            return true;
+        case kCmdConnection:
+            RunConnectionDialog();
+            return true;
+        case kCmdPreferences:
+            RunPreferencesDialog();
+            return true;
+        case kCmdExit:
+            EndDialog(IDOK);
+            return true;
+        case IDOK:
+        case IDCANCEL:
+            // The main screen ends only through Exit: Escape does not close the program.
+            return true;
+        default:
+            return DialogBase::OnCommand(id, notifyCode);
+    }
+}
+
+bool MessageListView::OnAppMessage(std::uint32_t message, std::uintptr_t wParam,
+                                   std::intptr_t lParam) {
+    switch (message) {
+        case kMsgContextMenu:
+            ShowContextMenu(QPoint(static_cast<int>(static_cast<std::intptr_t>(wParam)),
+                                   static_cast<int>(lParam)));
+            return true;
+        case kMsgCommandLine:
+            NewMessage(true);
+            return true;
+        case kMsgContactsAddIn:
+            UpdateContactsAddIn();
+            return true;
+        default:
+            return false;
+    }
+}
+
+void MessageListView::OnTapped(Qt::KeyboardModifiers modifiers) {
+    if (list_->MenuJustClosed()) {
+        list_->SetMenuJustClosed(false);
+        return;
+    }
+    // Shift and Control taps only change the selection.
+    if ((modifiers & (Qt::ShiftModifier | Qt::ControlModifier)) != 0) return;
+    if (list_->IsDragging()) return;
+    OpenSelected();
+}
+
+void MessageListView::ShowContextMenu(const QPoint& globalPos) {
+    QMenu menu(list_);
+    menu.setObjectName(QString::number(kContextMenuId));
+    const std::pair<int, const char*> items[] = {
+        {kCmdReply, "Reply"}, {kCmdForward, "Forward"}, {0, nullptr}, {kCmdDelete, "Delete"}};
+    for (const auto& [id, label] : items) {
+        if (id == 0) {
+            menu.addSeparator();
+            continue;
+        }
+        QAction* action = menu.addAction(QString::fromLatin1(label));
+        action->setObjectName(QString::number(id));
+        action->setData(id);
+    }
+    list_->SetMenuOpen(true);
+    QAction* chosen = menu.exec(globalPos);
+    list_->SetMenuOpen(false);
+    if (chosen != nullptr) OnCommand(chosen->data().toInt(), 0);
+    list_->SetMenuJustClosed(true);
+}
+
+void MessageListView::NewMessage(bool fromCommandLine) {
+    RegistryKey key;
+    if (!OpenSettings(key)) return;
+    const bool flash = ReadSettingFlag(key, kValueFlash);
+    key.Close();
+
+    SmsMessage message;
+    if (flash) message.flags |= kFlagFlash;
+    if (fromCommandLine && !CommandLineRecipient(message)) return;
+    RunAndSave(message);
+}
+
+void MessageListView::PickContact() {
+    std::u16string name, number;
+    if (RunContactPicker(&name, &number) != IDOK) return;
+    SmsMessage message;
+    message.name = name;
+    message.number = number;
+    RunAndSave(message);
+}
+
+void MessageListView::RunAndSave(SmsMessage& message) {
+    if (RunMessageDialog(message) == IDOK) WriteMessage(db_, message);
+    Reload();
+}
+
+void MessageListView::OpenSelected() {
+    const Oid oid = model_->OidAt(FirstSelectedRow());
+    if (oid == 0) return;
+    SmsMessage message;
+    message.oid = oid;
+    if (!ReadById(db_, message)) return;
+    RunAndSave(message);
+}
+
+void MessageListView::ReplyOrForward(bool reply) {
+    if (list_->selectionModel()->selectedRows().size() != 1) return;
+    const Oid oid = model_->OidAt(FirstSelectedRow());
+    if (oid == 0) return;
+    SmsMessage message;
+    message.oid = oid;
+    if (!ReadById(db_, message)) return;
+    // A new Draft: saving it creates a new record and the selected message stays as it is.
+    if (reply) {
+        MakeReply(message);
+    } else {
+        MakeForward(message);
+    }
+    RunAndSave(message);
+}
+
+void MessageListView::DeleteSelected() {
+    const std::vector<int> rows = SelectedRows();
+    if (rows.empty()) return;
+    if (ShowMessageBox(this, LoadString(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
+        return;
+    }
+    list_->setUpdatesEnabled(false);
+    std::vector<int> deleted;
+    {
+        // One transaction for the whole selection; a row whose record cannot be deleted stays.
+        MessageStoreBatch batch(db_);
+        std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+        for (int row : rows) {
+            const Oid oid = model_->OidAt(row);
+            if (oid != 0 && db_.DeleteRecord(oid)) deleted.push_back(row);
+        }
+        if (batch.Started() && !batch.Commit()) deleted.clear();
+    }
+    model_->RemoveRows(deleted);
+    list_->setUpdatesEnabled(true);
+    list_->viewport()->update();
+}
+
+void MessageListView::Transfer() {
+    std::unique_ptr<ProgressDialog> dialog = CreateProgressDialog();
+    if (dialog == nullptr) return;
+    RunTransfer(*dialog, this);
+    dialog.reset();
+    if (currentFolder_ == kFolderLog) {
+        Reload();
+    } else {
+        SwitchFolder(kFolderInbox);
+    }
+}
+
+// --- the screens the list opens ----------------------------------------------------------
+
+int MessageListView::RunMessageDialog(SmsMessage& message) {
+    // The compose and read dialog is not part of the program yet: nothing is opened.
+    (void)message;
+    return IDCANCEL;
+}
+
+int MessageListView::RunContactPicker(std::u16string* name, std::u16string* number) {
+    // The contact picker is not part of the program yet: nothing is picked.
+    (void)name;
+    (void)number;
+    return IDCANCEL;
+}
+
+void MessageListView::RunConnectionDialog() {
+    // The connection dialog is not part of the program yet.
+}
+
+void MessageListView::RunPreferencesDialog() {
+    // The preferences dialog is not part of the program yet.
+}
+
+std::unique_ptr<ProgressDialog> MessageListView::CreateProgressDialog() {
+    return std::make_unique<ProgressDialog>();
+}
+
+bool MessageListView::HasCommandLine() const {
+    // The frame window's command line is not handed to the list yet.
+    return false;
+}
+
+bool MessageListView::CommandLineRecipient(SmsMessage& message) {
+    (void)message;
+    return false;
+}
+
+void MessageListView::UpdateContactsAddIn() {
+    // The Contacts add-in registration is not part of the program yet.
+}

@@ -1,0 +1,181 @@
+// The main screen (template 109): one folder of the message store as a list of drawn two-line
+// rows, newest first, with the folder combo box, the transfer button ("Send && Get" while the
+// Outbox holds messages, "Get" otherwise) and the commands of the menu bar and the context menu.
+#pragma once
+
+#include <QListView>
+#include <QPoint>
+#include <QTimer>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "common/sms_message.h"
+#include "framework/ui/dialog_base.h"
+#include "store/message_store.h"
+
+class QComboBox;
+class QFrame;
+class QPushButton;
+class MessageListModel;
+class MessageRowDelegate;
+class ProgressDialog;
+
+// The list control (1021): extended selection with the mouse and the keyboard, drag selection
+// from the row where a drag begins, a context menu on press-and-hold and on the right button.
+class MessageListControl : public QListView {
+    Q_OBJECT
+  public:
+    explicit MessageListControl(QWidget* parent = nullptr);
+
+    // Drag selection: anchor is the row where the drag began, last the row reached.
+    bool IsDragging() const { return dragging_; }
+    int DragAnchor() const { return anchor_; }
+    int DragLast() const { return last_; }
+    void EndDrag() { dragging_ = false; }
+
+    // While the context menu is tracked, taps belong to the menu.
+    void SetMenuOpen(bool open) { menuOpen_ = open; }
+    bool MenuOpen() const { return menuOpen_; }
+    // Swallows the tap that closed a context menu.
+    void SetMenuJustClosed(bool set) { menuJustClosed_ = set; }
+    bool MenuJustClosed() const { return menuJustClosed_; }
+
+    // How long a press is held before it asks for the context menu.
+    void SetHoldInterval(int milliseconds) { holdTimer_.setInterval(milliseconds); }
+    int HoldInterval() const { return holdTimer_.interval(); }
+
+    // The row height the drag selection scrolls by.
+    int RowHeight() const;
+
+  signals:
+    // A tap (press and release without a drag or a hold) with the keyboard modifiers held.
+    void tapped(Qt::KeyboardModifiers modifiers);
+    // A context menu is asked for at `globalPos` (press-and-hold or the right button).
+    void contextMenuAsked(const QPoint& globalPos);
+    // Return or Enter: open the selected message; Delete: delete the selection.
+    void openKeyPressed();
+    void deleteKeyPressed();
+
+  protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    void BeginDrag(int row);
+    void DragTo(const QPoint& pos);
+    void SelectRows(int first, int last, bool select);
+
+    bool dragging_ = false;
+    int anchor_ = -1;
+    int last_ = -1;
+    bool menuOpen_ = false;
+    bool menuJustClosed_ = false;
+    bool pressTracked_ = false;
+    bool holdFired_ = false;
+    int pressRow_ = -1;
+    QPoint pressPos_;
+    QTimer holdTimer_;
+};
+
+class MessageListView : public DialogBase {
+    Q_OBJECT
+  public:
+    static constexpr int kTemplateId = 109;
+    static constexpr int kMenuBarId = 401;
+    static constexpr int kContextMenuId = 30145;
+    // Controls.
+    static constexpr int kListId = 1021;
+    static constexpr int kFolderComboId = 1008;
+    static constexpr int kSendAndGetId = 1023;
+    static constexpr int kGetId = 40035;
+    // Commands.
+    static constexpr int kCmdNew = 40044;
+    static constexpr int kCmdSmsMenu = 40014;
+    static constexpr int kCmdOptionsMenu = 40004;
+    static constexpr int kCmdDelete = 40068;
+    static constexpr int kCmdReply = 40069;
+    static constexpr int kCmdForward = 40070;
+    static constexpr int kCmdPickContact = 40074;
+    static constexpr int kCmdConnection = 40065;
+    static constexpr int kCmdPreferences = 40066;
+    static constexpr int kCmdAbout = 57664;
+    static constexpr int kCmdExit = 57665;
+    // Messages the list posts to itself.
+    static constexpr std::uint32_t kMsgContextMenu = 0x8008;  // wParam x, lParam y (global)
+    static constexpr std::uint32_t kMsgCommandLine = 0x8009;
+    static constexpr std::uint32_t kMsgContactsAddIn = 0x800A;
+
+    MessageListView();
+    ~MessageListView() override;
+
+    // The folder shown: 1 Inbox, 2 Outbox, 3 Draft, 4 Sent, 255 the "Log"; 0 before the first.
+    FolderId CurrentFolder() const { return currentFolder_; }
+    // The drawn row height, 0 until first measured.
+    int RowHeight() const;
+
+    // Shows folder `f` (selecting its combo entry) and reloads the list.
+    void SwitchFolder(FolderId f);
+    // Rebuilds the list from the store; the first selected message stays selected.
+    void Reload();
+    void Refresh() override;
+
+    MessageListControl* List() const { return list_; }
+    QComboBox* FolderCombo() const { return combo_; }
+    MessageListModel* Model() const { return model_; }
+    MessageRowDelegate* Delegate() const { return delegate_; }
+    MessageDatabase& Database() { return db_; }
+
+    // The rows selected now, in ascending order.
+    std::vector<int> SelectedRows() const;
+
+  protected:
+    bool OnInitDialog() override;
+    MenuBarDef MenuBarDefinition() const override;
+    void Layout(int w, int h) override;
+    bool OnCommand(int id, int notifyCode) override;
+    bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
+
+    // The screens the list opens. Each returns what its dialog returns (IDOK: the caller
+    // stores the result).
+    virtual int RunMessageDialog(SmsMessage& message);
+    virtual int RunContactPicker(std::u16string* name, std::u16string* number);
+    virtual void RunConnectionDialog();
+    virtual void RunPreferencesDialog();
+    // The progress dialog of a "Send && Get" or "Get" transfer.
+    virtual std::unique_ptr<ProgressDialog> CreateProgressDialog();
+    // The "/smsto:" command line handed to the program: whether there is one, and its
+    // recipient put into `message` (false when it names no number part).
+    virtual bool HasCommandLine() const;
+    virtual bool CommandLineRecipient(SmsMessage& message);
+    // Registers or removes the Contacts add-in.
+    virtual void UpdateContactsAddIn();
+
+  private:
+    void OnFolderChosen(int index);
+    void OnTapped(Qt::KeyboardModifiers modifiers);
+    void ShowContextMenu(const QPoint& globalPos);
+    // New message: with the "Flash" setting applied; `recipient` fills the number and name.
+    void NewMessage(bool fromCommandLine);
+    void PickContact();
+    void RunAndSave(SmsMessage& message);
+    void OpenSelected();
+    void ReplyOrForward(bool reply);
+    void DeleteSelected();
+    void Transfer();
+    int FirstSelectedRow() const;
+
+    MessageDatabase db_;
+    FolderId currentFolder_ = 0;
+    QComboBox* combo_ = nullptr;
+    QPushButton* sendAndGet_ = nullptr;
+    QPushButton* get_ = nullptr;
+    MessageListControl* list_ = nullptr;
+    QFrame* separator_ = nullptr;
+    MessageListModel* model_ = nullptr;
+    MessageRowDelegate* delegate_ = nullptr;
+};
