@@ -1,0 +1,44 @@
+// The About page (template 103): the logo (bitmap 113), the product name, the tagline, the
+// version (control 1040) and the maker. It is the start-up screen and is reached from the
+// message list's Options menu; its "X" button closes it (IDCANCEL). Its menu bar (127) is empty.
+#pragma once
+
+#include "framework/ui/dialog_base.h"
+
+class QLabel;
+class QToolButton;
+class QFrame;
+
+constexpr int kAboutTemplate = 103;
+constexpr int kAboutMenuBar = 127;
+constexpr int kAboutVersionControl = 1040;
+constexpr int kAboutLogoBitmap = 113;
+
+class AboutPage : public DialogBase {
+    Q_OBJECT
+  public:
+    explicit AboutPage(QWidget* parent = nullptr);
+
+    // The texts the page shows, for the tests and the manual.
+    static const char* Tagline();
+    static const char* VersionText();
+    static const char* Maker();
+
+  protected:
+    bool OnInitDialog() override;
+    MenuBarDef MenuBarDefinition() const override { return {}; }  // menu bar 127: empty
+    void Layout(int w, int h) override;
+
+  private:
+    QToolButton* close_ = nullptr;
+    QFrame* separator_ = nullptr;
+    QLabel* logo_ = nullptr;
+    QLabel* product_ = nullptr;
+    QLabel* tagline_ = nullptr;
+    QLabel* version_ = nullptr;
+    QLabel* maker_ = nullptr;
+};
+
+// Bitmap 113, the product's logo (compiled into the program).
+class QPixmap;
+QPixmap LoadLogoBitmap();
