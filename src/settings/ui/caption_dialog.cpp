@@ -3,9 +3,11 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "message_ui/ui/drawn_controls.h"
+
 CaptionDialog::CaptionDialog(int templateId, const QString& title, QWidget* parent)
-    : DialogBase(templateId, parent), units_(DialogUnits::TemplateFont()) {
-    setFont(DialogUnits::TemplateFont());
+    : DialogBase(templateId, parent), units_(DialogFont()) {
+    setFont(DialogFont());
     setWindowTitle(title);
 }
 
@@ -29,12 +31,12 @@ void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
     cancel_->setText(QStringLiteral("Cancel"));
     connect(ok_, &QPushButton::clicked, this, [this] { SendCommand(IDOK); });
     connect(cancel_, &QPushButton::clicked, this, [this] { SendCommand(IDCANCEL); });
+    // Blue caption text; the buttons become image buttons of their bitmaps' size.
+    SetupCaption(this, caption_, ok_, cancel_);
 }
 
-void CaptionDialog::LayoutCaption(int w, int) {
-    if (ok_ == nullptr || cancel_ == nullptr) return;
-    cancel_->move(w - kCaptionButtonMargin - cancel_->width(), kCaptionButtonMargin);
-    ok_->move(cancel_->x() - kCaptionButtonGap - ok_->width(), kCaptionButtonMargin);
+void CaptionDialog::PlaceCaptionButtons(int w, int h) {
+    LayoutCaption(this, w, h);
 }
 
 void ApplySettingWrites(RegistryKey& key, const std::vector<SettingWrite>& writes) {

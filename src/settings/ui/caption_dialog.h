@@ -1,6 +1,7 @@
 // What the connection and preferences dialogs share: a full-screen page in the template font,
 // with the blue caption 1019 along the top and the OK (1) and Cancel (2) image buttons at its
-// right end, and the ordered writes that OK applies to the settings key.
+// right end (the drawn controls of message_ui), and the ordered writes that OK applies to the
+// settings key.
 #pragma once
 
 #include <QString>
@@ -9,8 +10,8 @@
 #include <vector>
 
 #include "framework/ui/dialog_base.h"
+#include "message_ui/ui/dialog_units.h"
 #include "settings/registry_key.h"
-#include "settings/ui/dialog_units.h"
 
 class QLabel;
 class QPushButton;
@@ -31,22 +32,18 @@ void ApplySettingWrites(RegistryKey& key, const std::vector<SettingWrite>& write
 
 class CaptionDialog : public DialogBase {
     Q_OBJECT
-public:
-    // Where the caption buttons sit from the dialog's right edge and top, and their gap.
-    static constexpr int kCaptionButtonMargin = 4;
-    static constexpr int kCaptionButtonGap = 2;
-
+  public:
     CaptionDialog(int templateId, const QString& title, QWidget* parent = nullptr);
 
     const DialogUnits& Units() const { return units_; }
     QSize sizeHint() const override;
 
-protected:
+  protected:
     // Creates the caption 1019 at (x, y, w, h) dialog units, and the OK and Cancel buttons,
     // which end the dialog through OnCommand.
     void CreateCaption(int x, int y, int w, int h);
     // Moves the caption buttons to the right end of the caption line of a dialog `w` wide.
-    void LayoutCaption(int w, int h);
+    void PlaceCaptionButtons(int w, int h);
     // A child control with identifier `id` at (x, y, w, h) dialog units.
     template <typename T>
     T* AddControl(int id, int x, int y, int w, int h) {
@@ -60,7 +57,7 @@ protected:
     QPushButton* OkButton() const { return ok_; }
     QPushButton* CancelButton() const { return cancel_; }
 
-private:
+  private:
     DialogUnits units_;
     QLabel* caption_ = nullptr;
     QPushButton* ok_ = nullptr;

@@ -18,7 +18,9 @@ Qt::KeyboardModifiers CurrentModifiers() {
     return QGuiApplication::queryKeyboardModifiers();
 }
 
-QString ToQ(const std::u16string& text) { return QString::fromStdU16String(text); }
+QString ToQ(const std::u16string& text) {
+    return QString::fromStdU16String(text);
+}
 
 }  // namespace
 
@@ -139,7 +141,7 @@ bool ConnectionDialog::OnCommand(int id, int notifyCode) {
 }
 
 void ConnectionDialog::Layout(int w, int h) {
-    LayoutCaption(w, h);
+    PlaceCaptionButtons(w, h);
     if (connectionLabel_ == nullptr) return;
     connectionLabel_->move(kLabelLeft, kLabelTop);
     combo_->move(kLabelLeft, connectionLabel_->geometry().bottom() + 1 + kComboGap);

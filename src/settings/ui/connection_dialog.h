@@ -24,7 +24,7 @@ KeyboardModifierQuery SetKeyboardModifierQuery(KeyboardModifierQuery query);
 
 class ConnectionDialog : public CaptionDialog {
     Q_OBJECT
-public:
+  public:
     static constexpr int kTemplateId = 119;
     // Controls.
     static constexpr int kIdCaption = 1019;
@@ -55,13 +55,13 @@ public:
     // What OK writes, in order.
     std::vector<SettingWrite> PendingWrites() const;
 
-protected:
+  protected:
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override { return {}; }  // menu bar 127: empty
     void Layout(int w, int h) override;
     bool OnCommand(int id, int notifyCode) override;
 
-private:
+  private:
     void FillPortCombo();
     void ShowAddressField();
 

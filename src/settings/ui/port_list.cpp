@@ -12,7 +12,9 @@ ActiveDriverSource& Source() {
     return source;
 }
 
-char16_t Upper(char16_t c) { return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c; }
+char16_t Upper(char16_t c) {
+    return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c;
+}
 
 bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {
     if (a.size() != b.size()) return false;
@@ -88,8 +90,7 @@ std::u16string PortDisplayName(std::u16string_view deviceName,
 bool EnumerateComPorts(PortList& ports) {
     ports.Clear();
     std::vector<ActiveDriver> drivers;
-    const bool complete =
-        Source() ? Source()(drivers) : ListSerialPortDrivers(drivers);
+    const bool complete = Source() ? Source()(drivers) : ListSerialPortDrivers(drivers);
     if (!complete) return false;
     for (const ActiveDriver& driver : drivers) {
         if (!driver.name.has_value() || !IsSerialPrefix(driver.prefix)) continue;

@@ -63,7 +63,7 @@ bool PreferencesDialog::OnInitDialog() {
     connect(customSmsc_, &QCheckBox::toggled, this, [this](bool) { OnCommand(kIdCustomSmsc, 0); });
 
     // Kept open until the dialog ends; OK writes through it.
-    OpenSettings(key_);
+    settingsOpen_ = OpenSettings(key_);
     smsc_->setText(QString::fromStdU16String(ReadSettingString(key_, kValueSmsc)));
     customSmsc_->setChecked(ReadSettingFlag(key_, kValueSmscCustom));
     EnableNumberField();
@@ -147,6 +147,10 @@ void PreferencesDialog::EditCommand(int id) {
     }
 }
 
-void PreferencesDialog::OnEnd(int) { key_.Close(); }
+void PreferencesDialog::OnEnd(int) {
+    key_.Close();
+}
 
-void PreferencesDialog::Layout(int w, int h) { LayoutCaption(w, h); }
+void PreferencesDialog::Layout(int w, int h) {
+    PlaceCaptionButtons(w, h);
+}

@@ -23,7 +23,7 @@ constexpr int kCmdEditSelectAll = 57642;
 
 class PreferencesDialog : public CaptionDialog {
     Q_OBJECT
-public:
+  public:
     static constexpr int kTemplateId = 120;
     // Controls.
     static constexpr int kIdCaption = 1019;
@@ -40,22 +40,23 @@ public:
     // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash.
     std::vector<SettingWrite> PendingWrites() const;
     // Whether the key could be opened when the dialog opened.
-    bool SettingsOpen() const { return key_.IsOpen(); }
+    bool SettingsOpen() const { return settingsOpen_; }
 
-protected:
+  protected:
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override;
     void Layout(int w, int h) override;
     bool OnCommand(int id, int notifyCode) override;
     void OnEnd(int result) override;
 
-private:
+  private:
     void EnableNumberField();
     // The field the Edit commands act on: the focused one, else the number field.
     QLineEdit* EditTarget() const;
     void EditCommand(int id);
 
     RegistryKey key_;
+    bool settingsOpen_ = false;
     QLabel* phoneHeading_ = nullptr;
     QCheckBox* deleteAfterRetrieve_ = nullptr;
     QLabel* messageHeading_ = nullptr;

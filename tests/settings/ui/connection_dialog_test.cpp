@@ -1,3 +1,5 @@
+#include "settings/ui/connection_dialog.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QFileInfo>
@@ -7,7 +9,6 @@
 #include <QtTest>
 
 #include "framework/ui/menu_bar.h"
-#include "settings/ui/connection_dialog.h"
 #include "settings_ui_test_util.h"
 
 namespace {
@@ -28,9 +29,15 @@ std::vector<ActiveDriver> HandheldDrivers() {
     };
 }
 
-QComboBox* Combo(ConnectionDialog& d) { return d.ControlAs<QComboBox>(1026); }
-QLineEdit* Address(ConnectionDialog& d) { return d.ControlAs<QLineEdit>(1039); }
-QLabel* AddressLabel(ConnectionDialog& d) { return d.ControlAs<QLabel>(1038); }
+QComboBox* Combo(ConnectionDialog& d) {
+    return d.ControlAs<QComboBox>(1026);
+}
+QLineEdit* Address(ConnectionDialog& d) {
+    return d.ControlAs<QLineEdit>(1039);
+}
+QLabel* AddressLabel(ConnectionDialog& d) {
+    return d.ControlAs<QLabel>(1038);
+}
 
 QStringList Items(QComboBox* combo) {
     QStringList items;
@@ -48,7 +55,7 @@ QString SelectedDevice(ConnectionDialog& d) {
 
 class ConnectionDialogTest : public QObject {
     Q_OBJECT
-private slots:
+  private slots:
     void init() {
         home_ = std::make_unique<TempSettingsHome>();
         QVERIFY(home_->IsValid());
@@ -97,9 +104,9 @@ private slots:
     void aPrefixInLowerCaseIsListedAndTheListIsSorted() {
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
-        QCOMPARE(Items(Combo(dialog)), QStringList({"Bluetooth Serial (COM5:)",
-                                                    "Infrared Port (COM3:)",
-                                                    "Serial Cable on COM1:"}));
+        QCOMPARE(Items(Combo(dialog)),
+                 QStringList({"Bluetooth Serial (COM5:)", "Infrared Port (COM3:)",
+                              "Serial Cable on COM1:"}));
         // The item data leads back to the entry of the port list, which keeps the source's
         // order.
         QCOMPARE(Combo(dialog)->itemData(0).toULongLong(), 2ull);
@@ -126,10 +133,9 @@ private slots:
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QVERIFY(dialog.CtrlWasDown());
-        QCOMPARE(Items(Combo(dialog)), QStringList({"Bluetooth Serial (COM5:)",
-                                                    "Infrared Port (COM3:)",
-                                                    "Serial Cable on COM1:", "TCP",
-                                                    "(no communication)"}));
+        QCOMPARE(Items(Combo(dialog)),
+                 QStringList({"Bluetooth Serial (COM5:)", "Infrared Port (COM3:)",
+                              "Serial Cable on COM1:", "TCP", "(no communication)"}));
         const PortList& ports = dialog.Ports();
         QCOMPARE(ports.Size(), std::size_t{5});
         QVERIFY(ports.deviceNames[3] == u"TCP" && ports.displayNames[3] == u"TCP");
@@ -246,18 +252,22 @@ private slots:
     void theCancelButtonCancelsAndTheOkButtonConfirms() {
         {
             ConnectionDialog dialog;
-            QCOMPARE(RunDialog(
-                         dialog, [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(2), Qt::LeftButton); },
-                         IDOK),
-                     IDCANCEL);
+            QCOMPARE(
+                RunDialog(
+                    dialog,
+                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(2), Qt::LeftButton); },
+                    0),
+                IDCANCEL);
             QVERIFY(!StoredString(kValueTcp).has_value());
         }
         {
             ConnectionDialog dialog;
-            QCOMPARE(RunDialog(
-                         dialog, [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(1), Qt::LeftButton); },
-                         IDCANCEL),
-                     IDOK);
+            QCOMPARE(
+                RunDialog(
+                    dialog,
+                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(1), Qt::LeftButton); },
+                    0),
+                IDOK);
             QVERIFY(StoredString(kValueTcp).has_value());
         }
     }
@@ -318,6 +328,7 @@ private slots:
         QVERIFY(dialog.Bar() != nullptr);
         QVERIFY(dialog.Bar()->findChildren<QWidget*>().isEmpty());
         QVERIFY(!Combo(dialog)->isEditable());
+        VerifyCaption(dialog);
     }
 
     void resizingMovesTheLabelTheComboAndTheCaptionButtons() {
@@ -367,7 +378,7 @@ private slots:
         QCOMPARE(StoredString(kValueCommPort), std::optional<std::u16string>(u"COM3:"));
     }
 
-private:
+  private:
     std::unique_ptr<TempSettingsHome> home_;
     std::vector<ActiveDriver> drivers_;
     bool driversComplete_ = true;

@@ -1,7 +1,7 @@
+#include "settings/ui/port_list.h"
+
 #include <QCoreApplication>
 #include <QtTest>
-
-#include "settings/ui/port_list.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ ActiveDriver Driver(std::optional<std::u16string> name, std::optional<std::u16st
 
 // Installs a source that reports `drivers` and `complete`, for as long as it lives.
 class FakeDrivers {
-public:
+  public:
     FakeDrivers(std::vector<ActiveDriver> drivers, bool complete = true) {
         previous_ = SetActiveDriverSource([drivers, complete](std::vector<ActiveDriver>& out) {
             out.insert(out.end(), drivers.begin(), drivers.end());
@@ -21,11 +21,13 @@ public:
     }
     ~FakeDrivers() { SetActiveDriverSource(previous_); }
 
-private:
+  private:
     ActiveDriverSource previous_;
 };
 
-QString Q(const std::u16string& s) { return QString::fromStdU16String(s); }
+QString Q(const std::u16string& s) {
+    return QString::fromStdU16String(s);
+}
 
 QStringList Q(const std::vector<std::u16string>& list) {
     QStringList out;
@@ -37,7 +39,7 @@ QStringList Q(const std::vector<std::u16string>& list) {
 
 class PortListTest : public QObject {
     Q_OBJECT
-private slots:
+  private slots:
     void aFriendlyNameThatHoldsTheDeviceNameIsShownAlone() {
         QCOMPARE(Q(PortDisplayName(u"COM1:", u"Serial Cable on COM1:")),
                  QString("Serial Cable on COM1:"));
@@ -50,7 +52,8 @@ private slots:
     }
 
     void theDeviceNameIsSearchedWithItsLetterCase() {
-        QCOMPARE(Q(PortDisplayName(u"COM4:", u"Modem on com4:")), QString("Modem on com4: (COM4:)"));
+        QCOMPARE(Q(PortDisplayName(u"COM4:", u"Modem on com4:")),
+                 QString("Modem on com4: (COM4:)"));
     }
 
     void withoutAFriendlyNameTheDeviceNameIsShown() {
@@ -71,8 +74,7 @@ private slots:
     }
 
     void aPrefixInLowerCaseIsListed() {
-        FakeDrivers fake({Driver(u"COM5:", u"com", u"Bluetooth Serial"),
-                          Driver(u"COM6:", u"cOm")});
+        FakeDrivers fake({Driver(u"COM5:", u"com", u"Bluetooth Serial"), Driver(u"COM6:", u"cOm")});
         PortList ports;
         QVERIFY(EnumerateComPorts(ports));
         QCOMPARE(Q(ports.deviceNames), QStringList({"COM5:", "COM6:"}));

@@ -19,8 +19,9 @@
 
 // Points XDG_CONFIG_HOME at a fresh folder for as long as it lives.
 class TempSettingsHome {
-public:
-    TempSettingsHome() : old_(qgetenv("XDG_CONFIG_HOME")), hadOld_(qEnvironmentVariableIsSet("XDG_CONFIG_HOME")) {
+  public:
+    TempSettingsHome()
+        : old_(qgetenv("XDG_CONFIG_HOME")), hadOld_(qEnvironmentVariableIsSet("XDG_CONFIG_HOME")) {
         qputenv("XDG_CONFIG_HOME", dir_.path().toLocal8Bit());
     }
     ~TempSettingsHome() {
@@ -34,7 +35,7 @@ public:
     QString Path() const { return dir_.path(); }
     QString SettingsFile() const { return dir_.path() + "/Orvane Systems/Velkan Tessiver.ini"; }
 
-private:
+  private:
     QTemporaryDir dir_;
     QByteArray old_;
     bool hadOld_;
@@ -71,12 +72,50 @@ inline void StoreNumber(const char16_t* name, std::uint32_t value) {
     QCOMPARE(key.WriteDword(name, value), kRegSuccess);
 }
 
+// Whether `widget`, as it paints itself now, shows a pixel of `colour` (and how many).
+inline int CountPixels(QWidget* widget, QRgb colour) {
+    const QImage image = widget->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if ((image.pixel(x, y) & 0xFFFFFF) == (colour & 0xFFFFFF)) ++count;
+        }
+    }
+    return count;
+}
+
+// The caption 1019 is blue bold text on white, and the OK (1) and Cancel (2) buttons are image
+// buttons of one 17-pixel-wide image each, Cancel 4 pixels from the right edge and OK 2 to its
+// left, both 4 from the top.
+inline void VerifyCaption(CaptionDialog& dialog) {
+    QWidget* caption = dialog.Control(1019);
+    QVERIFY(caption != nullptr);
+    QVERIFY(CountPixels(caption, qRgb(0, 0, 201)) > 10);
+    QCOMPARE(caption->grab().toImage().pixelColor(caption->width() - 1, caption->height() - 1),
+             QColor(Qt::white));
+    QWidget* ok = dialog.Control(IDOK);
+    QWidget* cancel = dialog.Control(IDCANCEL);
+    QVERIFY(ok != nullptr && cancel != nullptr);
+    QCOMPARE(ok->width(), 17);
+    QCOMPARE(cancel->width(), 17);
+    QCOMPARE(cancel->geometry().right(), dialog.width() - 1 - 4);
+    QCOMPARE(ok->geometry().right(), cancel->geometry().left() - 1 - 2);
+    QCOMPARE(cancel->y(), 4);
+    QCOMPARE(ok->y(), 4);
+}
+
 // Runs `dialog` modally; once it shows, calls `during`, then ends it with `command` (as if the
-// user pressed that button) unless `during` ended it already. Returns the runner's result.
+// user pressed that button). With `command` 0, `during` must end the dialog itself; a watchdog
+// ends it with -1 if it does not. Returns the runner's result.
 inline int RunDialog(CaptionDialog& dialog, const std::function<void()>& during, int command) {
     QTimer::singleShot(0, &dialog, [&dialog, during, command] {
         if (during) during();
-        if (dialog.IsRunning()) dialog.SendCommand(command);
+        if (command != 0) dialog.SendCommand(command);
     });
+    if (command == 0) {
+        QTimer::singleShot(10000, &dialog, [&dialog] {
+            if (dialog.IsRunning()) dialog.EndDialog(-1);
+        });
+    }
     return dialog.RunModal(nullptr);
 }
