@@ -5,6 +5,7 @@
 #include "cli/verbs.h"
 
 int RunPduVerb(int argc, char** argv);
+int RunSmsToVerb(int argc, char** argv);
 int RunComposeVerb(int argc, char** argv);
 int RunListVerb(int argc, char** argv);
 int RunDeleteVerb(int argc, char** argv);
@@ -23,6 +24,10 @@ const Verb kVerbs[] = {
     {"delete", "velkan delete ID...", &RunDeleteVerb},
     {"recent", "velkan recent [--json]", &RunRecentVerb},
     {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
+    {"smsto",
+     "velkan smsto parse CMDLINE\n"
+     "velkan smsto build --number N [--name NAME]",
+     &RunSmsToVerb},
 };
 const int kVerbCount = static_cast<int>(sizeof kVerbs / sizeof kVerbs[0]);
 
