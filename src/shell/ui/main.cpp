@@ -1,73 +1,41 @@
 // velkan-tessiver: the desktop program.
 #include <QApplication>
-#include <QLabel>
 #include <QStringList>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "framework/ui/app_event.h"
+#include "common/sms_message.h"
 #include "shell/contacts_addin.h"
 #include "shell/smsto.h"
 #include "shell/ui/application.h"
 #include "shell/ui/main_window.h"
+#include "shell/ui/message_list_view.h"
 
 namespace {
 
-// Stands in for the message list (template 109) until the real one is part of the program:
-// it does what the list does at start (registers the link handler, takes the command line)
-// and shows what arrived, with the Options menu's About and Exit.
-class PlaceholderMessageList : public DialogBase {
-  public:
-    PlaceholderMessageList() : DialogBase(109) {}
-
+// The message list as the program runs it: the list takes its command line from the frame
+// window and registers the link handler through the shell.
+class ProgramMessageList : public MessageListView {
   protected:
-    bool OnInitDialog() override {
-        label_ = new QLabel(this);
-        label_->setObjectName(QStringLiteral("placeholder"));
-        label_->setAlignment(Qt::AlignCenter);
-        label_->setWordWrap(true);
-        label_->setText(QStringLiteral("Message list"));
-        PostAppMessage(this, kMsgRegisterAddIn);
-        if (MainWindow* frame = MainWindow::Instance(); frame && !frame->CommandLine().IsEmpty()) {
-            PostAppMessage(this, kMsgNewFromCommandLine);
-        }
+    bool HasCommandLine() const override {
+        const MainWindow* frame = MainWindow::Instance();
+        return frame != nullptr && !frame->CommandLine().IsEmpty();
+    }
+    bool CommandLineRecipient(SmsMessage& message) override {
+        const MainWindow* frame = MainWindow::Instance();
+        if (frame == nullptr) return false;
+        TextBuffer number, name;
+        if (!ParseSmsTo(frame->CommandLine(), number, name)) return false;
+        message.number = number.ToU16();
+        message.name = name.ToU16();
         return true;
     }
-    MenuBarDef MenuBarDefinition() const override {
-        return {{40004,
-                 QStringLiteral("Options"),
-                 {{kCommandExit, QStringLiteral("Exit")},
-                  {0, {}},
-                  {kCommandAbout, QStringLiteral("About")}}}};
-    }
-    void Layout(int w, int h) override {
-        if (label_ != nullptr) label_->setGeometry(0, 0, w, h);
-    }
-    bool OnAppMessage(std::uint32_t message, std::uintptr_t, std::intptr_t) override {
-        if (message == kMsgRegisterAddIn) {
-            RegisterContactsAddIn();
-            return true;
-        }
-        if (message == kMsgNewFromCommandLine) {
-            MainWindow* frame = MainWindow::Instance();
-            TextBuffer number, name;
-            if (frame != nullptr && ParseSmsTo(frame->CommandLine(), number, name)) {
-                label_->setText(
-                    QStringLiteral("New message to %1 %2")
-                        .arg(QString::fromUtf16(number.Text()), QString::fromUtf16(name.Text())));
-            }
-            return true;
-        }
-        return false;
-    }
-
-  private:
-    QLabel* label_ = nullptr;
+    void UpdateContactsAddIn() override { RegisterContactsAddIn(); }
 };
 
-std::unique_ptr<DialogBase> MakePlaceholderMessageList() {
-    return std::make_unique<PlaceholderMessageList>();
+std::unique_ptr<DialogBase> MakeMessageList() {
+    return std::make_unique<ProgramMessageList>();
 }
 
 }  // namespace
@@ -83,6 +51,6 @@ int main(int argc, char** argv) {
 
     Application app;
     app.SetCommandLine(commandLine);
-    app.SetListPageFactory(&MakePlaceholderMessageList);
+    app.SetListPageFactory(&MakeMessageList);
     return app.Run();
 }
