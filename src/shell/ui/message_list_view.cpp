@@ -19,6 +19,8 @@
 #include "framework/ui/message_box.h"
 #include "framework/ui/ui_fonts.h"
 #include "settings/settings_key.h"
+#include "settings/ui/connection_dialog.h"
+#include "settings/ui/preferences_dialog.h"
 #include "shell/ui/message_list_model.h"
 #include "shell/ui/message_row_delegate.h"
 #include "shell/ui/progress_dialog.h"
@@ -580,19 +582,22 @@ int MessageListView::RunContactPicker(std::u16string* name, std::u16string* numb
 }
 
 void MessageListView::RunConnectionDialog() {
-    // The connection dialog is not part of the program yet.
+    ConnectionDialog dialog;
+    dialog.RunPage(this);
 }
 
 void MessageListView::RunPreferencesDialog() {
-    // The preferences dialog is not part of the program yet.
+    PreferencesDialog dialog;
+    dialog.RunPage(this);
 }
 
 std::unique_ptr<ProgressDialog> MessageListView::CreateProgressDialog() {
     return std::make_unique<ProgressDialog>();
 }
 
+// The command line belongs to the frame window and the add-in registration to the shell: the
+// program's own list supplies both. A list on its own has no command line and registers nothing.
 bool MessageListView::HasCommandLine() const {
-    // The frame window's command line is not handed to the list yet.
     return false;
 }
 
@@ -601,6 +606,4 @@ bool MessageListView::CommandLineRecipient(SmsMessage& message) {
     return false;
 }
 
-void MessageListView::UpdateContactsAddIn() {
-    // The Contacts add-in registration is not part of the program yet.
-}
+void MessageListView::UpdateContactsAddIn() {}

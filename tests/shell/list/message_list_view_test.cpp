@@ -568,6 +568,56 @@ class MessageListViewTest : public QObject {
         QCOMPARE(result, IDOK);
     }
 
+    void theConnectionAndPreferencesDialogsRunAsPagesOverTheList() {
+        // The list as the program has it: the settings dialogs are the real ones.
+        class ProgramList : public MessageListView {
+          public:
+            std::function<void()> onShown;
+
+          protected:
+            void showEvent(QShowEvent* e) override {
+                MessageListView::showEvent(e);
+                if (onShown) {
+                    auto f = std::move(onShown);
+                    onShown = nullptr;
+                    QTimer::singleShot(0, this, f);
+                }
+            }
+        } list;
+        std::vector<int> seen;
+        bool listHiddenMeanwhile = true;
+        auto endPageWhenShown = [&](int templateId) {
+            auto* timer = new QTimer(&list);
+            timer->setInterval(5);
+            connect(timer, &QTimer::timeout, &list, [&, timer, templateId] {
+                for (DialogBase* d : frame->findChildren<DialogBase*>()) {
+                    if (d->TemplateId() == templateId && d->IsRunning() && d->isVisible()) {
+                        timer->stop();
+                        timer->deleteLater();
+                        seen.push_back(templateId);
+                        listHiddenMeanwhile = listHiddenMeanwhile && !list.isVisible();
+                        d->EndDialog(IDCANCEL);
+                        return;
+                    }
+                }
+            });
+            timer->start();
+        };
+        list.onShown = [&] {
+            QSignalSpy resets(list.Model(), &QAbstractItemModel::modelReset);
+            endPageWhenShown(119);
+            list.SendCommand(MessageListView::kCmdConnection);
+            endPageWhenShown(120);
+            list.SendCommand(MessageListView::kCmdPreferences);
+            QVERIFY(list.isVisible());
+            QCOMPARE(resets.count(), 0);
+            list.EndDialog(IDOK);
+        };
+        list.RunPage(nullptr);
+        QCOMPARE(seen, (std::vector<int>{119, 120}));
+        QVERIFY(listHiddenMeanwhile);
+    }
+
     // --- context menu -------------------------------------------------------------------
 
     void theRightButtonOpensTheContextMenuAndItsCommandsWork() {
