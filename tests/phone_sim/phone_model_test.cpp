@@ -97,6 +97,15 @@ TEST(PhoneModel, EmptyLinesAreNoCommands) {
     EXPECT_EQ(phone.command_count(), 0u);
 }
 
+// A Ctrl-Z or ESC sent to wake a phone that has no prompt open is not part of the next command.
+TEST(PhoneModel, CtrlZAndEscapeOutsideAPromptAreIgnored) {
+    PhoneModel phone;
+    EXPECT_EQ(Send(phone, "\x1a"), "");
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\nOK\r\n");
+    EXPECT_EQ(Send(phone, "A\x1bT\r"), "\r\nOK\r\n");
+    EXPECT_EQ(phone.command_count(), 2u);
+}
+
 TEST(PhoneModel, EchoFollowsAte1AndAte0) {
     PhoneModel phone;
     EXPECT_EQ(Send(phone, "ATE1\r"), "\r\nOK\r\n");

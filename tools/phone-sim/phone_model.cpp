@@ -264,6 +264,8 @@ std::size_t PhoneModel::Feed(std::string_view bytes) {
             } else {
                 pduOverflow_ = true;
             }
+        } else if (c == kCtrlZ || c == kEscape) {
+            // Outside a message prompt these end nothing; a modem ignores them.
         } else if (c == '\r') {
             FinishCommand();
         } else if (c == '\n') {

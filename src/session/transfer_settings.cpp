@@ -1,0 +1,16 @@
+#include "session/transfer_settings.h"
+
+#include "settings/settings_key.h"
+
+bool ReadTransferSettings(TransferSettings* settings) {
+    RegistryKey key;
+    if (!OpenSettings(key)) return false;
+    settings->portName = ReadConnectionString(key);
+    settings->deleteAfterRetrieve = ReadSettingFlag(key, kValueDelMsg);
+    settings->serviceCentre.clear();
+    if (ReadSettingFlag(key, kValueSmscCustom)) {
+        settings->serviceCentre = ReadSettingString(key, kValueSmsc);
+    }
+    settings->statusReport = ReadSettingFlag(key, kValueStatusReq);
+    return true;
+}

@@ -1,0 +1,474 @@
+// The transfer session end to end against the simulated phone, over TCP and a pseudo-terminal:
+// the commands the phone receives, the notifications and their order, the folders afterwards,
+// result codes, local mode, duplicates, deletion and cancel in each phase.
+#include "session/transfer_session.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "common/text_convert.h"
+#include "fake_clock.h"
+#include "phone_sim_process.h"
+#include "session/notification_queue.h"
+#include "settings/settings_key.h"
+#include "store/message_store.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct RunLog {
+    TransferError result = kErrNone;
+    std::vector<Notification> notes;
+    std::vector<std::u16string> details;  // the text slot at each 0x8006 / 0x8007
+
+    bool Has(std::uint32_t message) const {
+        return std::any_of(notes.begin(), notes.end(),
+                           [&](const Notification& n) { return n.message == message; });
+    }
+    int Count(std::uint32_t message) const {
+        return static_cast<int>(std::count_if(
+            notes.begin(), notes.end(), [&](const Notification& n) { return n.message == message; }));
+    }
+    // The notifications as compact text: "3104 3114 3115 8004:2 8007 ... 8001".
+    std::string Sequence() const {
+        std::string s;
+        for (const auto& n : notes) {
+            if (!s.empty()) s += ' ';
+            if (n.message == kNotifyStatus) {
+                s += std::to_string(n.wParam);
+            } else {
+                char hex[8];
+                std::snprintf(hex, sizeof hex, "%x", n.message);
+                s += hex;
+                if (n.message == kNotifySendCount) s += ":" + std::to_string(n.wParam);
+            }
+        }
+        return s;
+    }
+};
+
+class TransferSessionTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        root_ = std::filesystem::path(PhoneSimProcess::TempRoot()) /
+                ("velkan_session_" + std::to_string(getpid()) + "_" +
+                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        std::filesystem::remove_all(root_);
+        std::filesystem::create_directories(root_ / "config");
+        std::filesystem::create_directories(root_ / "data");
+        setenv("XDG_CONFIG_HOME", (root_ / "config").c_str(), 1);
+        setenv("VELKAN_DATA_DIR", (root_ / "data").c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(root_); }
+
+    void Configure(const std::u16string& commPort, const std::u16string& tcp,
+                   bool delMsg = false) {
+        RegistryKey key;
+        ASSERT_TRUE(OpenSettings(key));
+        SetCommPort(key, commPort);
+        SetTcpAddress(key, tcp);
+        WriteSettingFlag(key, kValueDelMsg, delMsg);
+    }
+    void UseSim(const PhoneSimProcess& sim, bool delMsg = false) {
+        Configure(u"TCP", Utf8ToUtf16(sim.Address()), delMsg);
+    }
+
+    Oid AddOutbox(const std::u16string& number, const std::u16string& text) {
+        MessageDatabase db;
+        EXPECT_TRUE(OpenMessageStore(db));
+        SmsMessage m;
+        m.number = number;
+        m.text = text;
+        m.folder = kFolderOutbox;
+        EXPECT_TRUE(WriteMessage(db, m));
+        return m.oid;
+    }
+
+    std::vector<SmsMessage> Folder(FolderId folder) {
+        MessageDatabase db;
+        EXPECT_TRUE(OpenMessageStore(db));
+        std::vector<SmsMessage> out;
+        db.ReadFolderPage(folder, 0, 100000, &out);
+        return out;
+    }
+
+    // Runs the session to its end; `whileRunning` runs on this thread right after the start.
+    RunLog RunTransfer(TransferSession& session, const std::function<void()>& whileRunning = nullptr) {
+        RunLog run;
+        NotificationQueue queue;
+        EXPECT_TRUE(session.Start(&queue, kNotifyThreadEnded));
+        if (whileRunning) whileRunning();
+        for (;;) {
+            auto n = queue.Take(60s);
+            if (!n) {
+                ADD_FAILURE() << "the transfer did not end";
+                session.CancelAndWait();
+                break;
+            }
+            run.notes.push_back(*n);
+            if (n->message == kNotifyReceived || n->message == kNotifySending) {
+                run.details.push_back(session.Text());
+            }
+            if (n->message == kNotifyThreadEnded) break;
+        }
+        session.Wait();
+        run.result = session.Result();
+        return run;
+    }
+    RunLog RunFull() {
+        TransferSession session;
+        return RunTransfer(session);
+    }
+
+    std::filesystem::path root_;
+};
+
+// The log lines that are AT commands (leaving out stray bytes such as a lone Ctrl-Z).
+std::vector<std::string> Commands(const std::vector<std::string>& lines) {
+    std::vector<std::string> out;
+    for (const auto& l : lines) {
+        if (l.rfind("AT", 0) == 0) out.push_back(l);
+    }
+    return out;
+}
+
+}  // namespace
+
+TEST_F(TransferSessionTest, SendAndGetSendsTheOutboxAndFillsTheInboxInOrder) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--no-deliver-sent", "--sms", "SM:+4930111111:From the SIM"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Hello");
+    AddOutbox(u"0301234567", u"Second");
+
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 8004:2 8007 8007 3103 8006 8002 8001");
+    ASSERT_EQ(run.details.size(), 3u);
+    EXPECT_EQ(run.details[0], u"'+4930123456': Hello");
+    EXPECT_EQ(run.details[1], u"'0301234567': Second");
+    EXPECT_EQ(run.details[2], u"'+4930111111': From the SIM");
+
+    // The exact conversation: wake-up, set-up, two sends with their TPDU lengths, retrieval.
+    const std::vector<std::string> expected = {
+        "AT", "AT", "ATE0V1", "AT+CMGF=0", "AT+CSCS=\"GSM\"", "AT",
+        "AT+CMGS=17", "0001000A9194032143650000" "05C8329BFD06<ctrl-z>",
+        "AT+CMGS=18", "<checked below>",
+        "AT+CPMS=\"SM\"", "AT+CMGL=4", "AT+CPMS=\"ME\"", "AT+CMGL=4"};
+    std::vector<std::string> log = sim.Log();
+    ASSERT_EQ(log.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        if (i == 9) continue;  // checked below
+        EXPECT_EQ(log[i], expected[i]) << "command " << i;
+    }
+    // The second PDU: 00, SUBMIT, MR 0, ten national digits swapped in pairs, PID, DCS.
+    EXPECT_EQ(log[9].substr(0, 24), "0001000A8130103254760000");
+    EXPECT_EQ(log[9].size(), 2u * 19u + 8u);  // 19 octets of hex and "<ctrl-z>"
+
+    EXPECT_TRUE(Folder(kFolderOutbox).empty());
+    auto sent = Folder(kFolderSent);
+    ASSERT_EQ(sent.size(), 2u);
+    for (const auto& m : sent) EXPECT_EQ(m.flags & kFlagUnread, 0u);
+    auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(inbox.size(), 1u);
+    EXPECT_EQ(inbox[0].number, u"+4930111111");
+    EXPECT_EQ(inbox[0].text, u"From the SIM");
+    EXPECT_EQ(inbox[0].flags, kFlagUnread);
+    // Nothing is deleted on the phone unless asked.
+    EXPECT_EQ(sim.StoredIn("SM"), 1);
+}
+
+TEST_F(TransferSessionTest, AnEmptyOutboxGoesStraightToRetrievalWithoutASendCount) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 3103 8002 8001");
+    EXPECT_FALSE(run.Has(kNotifySendCount));
+    // An empty SIM is not listed; the phone memory is listed anyway.
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGL=4"), 1);
+}
+
+TEST_F(TransferSessionTest, TheSameMessageRetrievedTwiceIsStoredOnce) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "ME:+4930222222:Twice"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    EXPECT_EQ(RunFull().result, kErrNone);
+    RunLog second = RunFull();
+    EXPECT_EQ(second.result, kErrNone);
+    EXPECT_FALSE(second.Has(kNotifyReceived));
+    EXPECT_EQ(Folder(kFolderInbox).size(), 1u);
+}
+
+TEST_F(TransferSessionTest, DeletionRemovesStoredMessagesLastIndexFirstWithTheirMemorySelected) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--sms", "SM:+4930111111:One", "--sms", "SM:+4930111112:Two",
+                         "--sms", "ME:+4930222222:Three"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim, /*delMsg=*/true);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Count(kNotifyReceived), 3);
+    EXPECT_EQ(Folder(kFolderInbox).size(), 3u);
+    auto log = sim.Log();
+    ASSERT_GE(log.size(), 5u);
+    EXPECT_EQ(std::vector<std::string>(log.end() - 5, log.end()),
+              (std::vector<std::string>{"AT+CPMS=\"SM\"", "AT+CMGD=2", "AT+CMGD=1",
+                                        "AT+CPMS=\"ME\"", "AT+CMGD=1"}));
+    EXPECT_EQ(sim.StoredIn("SM"), 0);
+    EXPECT_EQ(sim.StoredIn("ME"), 0);
+}
+
+TEST_F(TransferSessionTest, ADuplicateIsNotStoredAgainButItsPhoneCopyIsStillDeleted) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "ME:+4930222222:Kept"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    EXPECT_EQ(RunFull().result, kErrNone);  // stored, left on the phone
+    UseSim(sim, /*delMsg=*/true);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_FALSE(run.Has(kNotifyReceived));
+    EXPECT_EQ(Folder(kFolderInbox).size(), 1u);
+    EXPECT_EQ(sim.Log().back(), "AT+CMGD=1");
+    EXPECT_EQ(sim.StoredIn("ME"), 0);
+}
+
+TEST_F(TransferSessionTest, APhoneWithoutPhoneMemorySucceedsAfterReadingTheSim) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-me", "--sms", "SM:+4930111111:Only SIM"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_TRUE(run.Has(kNotifySuccess));
+    EXPECT_EQ(Folder(kFolderInbox).size(), 1u);
+}
+
+TEST_F(TransferSessionTest, SentMessagesComeBackThroughTheSimulatedNetwork) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930999999", u"Round trip");
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(inbox.size(), 1u);
+    EXPECT_EQ(inbox[0].text, u"Round trip");
+    EXPECT_EQ(inbox[0].number, u"+4930999999");
+}
+
+TEST_F(TransferSessionTest, OverAPseudoTerminal) {
+    PhoneSimProcess sim(PhoneSimProcess::kPty, {"--no-deliver-sent", "--sms", "SM:+4930111111:Pty"});
+    ASSERT_TRUE(sim.Ok());
+    Configure(Utf8ToUtf16(sim.Address()), u"localhost:4000");
+    AddOutbox(u"+4930123456", u"Hello");
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 8004:1 8007 3103 8006 8002 8001");
+    EXPECT_EQ(Folder(kFolderSent).size(), 1u);
+    EXPECT_EQ(Folder(kFolderInbox).size(), 1u);
+}
+
+TEST_F(TransferSessionTest, LocalModeDeliversToTheDeviceItselfWithoutAPhone) {
+    for (const auto& [commPort, tcp] :
+         {std::pair<std::u16string, std::u16string>{u"local", u"localhost:4000"},
+          std::pair<std::u16string, std::u16string>{u"TCP", u"local"}}) {
+        Configure(commPort, tcp);
+        AddOutbox(u"+4930123456", u"To myself");
+        RunLog run = RunFull();
+        EXPECT_EQ(run.result, kErrNone);
+        // Retrieval is announced in local mode too, and then has nothing to do.
+        EXPECT_EQ(run.Sequence(), "8004:1 3103 8002 8001");
+        EXPECT_TRUE(Folder(kFolderOutbox).empty());
+    }
+    auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(inbox.size(), 2u);
+    EXPECT_EQ(inbox[0].flags & kFlagUnread, kFlagUnread);
+    EXPECT_EQ(Folder(kFolderSent).size(), 2u);
+}
+
+TEST_F(TransferSessionTest, SendOneSendsOnlyThatMessageAndLeavesStoringToTheCaller) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "SM:+4930111111:Not fetched"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930555555", u"Stays in the Outbox");
+    SmsMessage one;
+    one.number = u"+4930123456";
+    one.text = u"Hello";
+    TransferSession session;
+    session.SetSingleMessage(&one);
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 8004:1 8007 8002 8001");
+    EXPECT_EQ(one.folder, kFolderSent);
+    EXPECT_EQ(Folder(kFolderOutbox).size(), 1u);
+    EXPECT_TRUE(Folder(kFolderInbox).empty());
+    EXPECT_TRUE(Folder(kFolderSent).empty());
+    auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGL=4"), 0);
+}
+
+TEST_F(TransferSessionTest, PhoneErrorsBecomeTheResultAndUnsentMessagesStayInTheOutbox) {
+    struct Case {
+        const char* knob;
+        TransferError expected;
+    } cases[] = {{"AT+CMGS", kErrPhoneError},
+                 {"AT+CMGS:CMS:500", kErrCmsError},
+                 {"PDU:CMS:38", kErrCmsError},
+                 {"AT+CMGS:CME:10", kErrCmeError}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.knob);
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--error-on", c.knob});
+        ASSERT_TRUE(sim.Ok());
+        UseSim(sim);
+        const Oid oid = AddOutbox(u"+4930123456", u"Hello");
+        RunLog run = RunFull();
+        EXPECT_EQ(run.result, c.expected);
+        EXPECT_FALSE(run.Has(kNotifySuccess));
+        EXPECT_EQ(run.notes.back().message, kNotifyThreadEnded);
+        auto outbox = Folder(kFolderOutbox);
+        ASSERT_EQ(outbox.size(), 1u);
+        EXPECT_EQ(outbox[0].oid, oid);
+        // Stop before the next case adds its own message.
+        MessageDatabase db;
+        ASSERT_TRUE(OpenMessageStore(db));
+        outbox[0].store = &db;  // the handle Folder() read it through is closed
+        ASSERT_TRUE(DeleteStoredMessage(outbox[0]));
+    }
+}
+
+// A SIM listing that fails makes the phone memory's result the run's result.
+TEST_F(TransferSessionTest, AListingErrorIsTheResult) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--error-on", "AT+CMGL:CMS:321", "--sms", "SM:+4930111111:On the SIM"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrCmsError);
+    EXPECT_FALSE(run.Has(kNotifySuccess));
+}
+
+// Once the SIM has been read, a phone memory that cannot be listed is not reported.
+TEST_F(TransferSessionTest, APhoneMemoryListingErrorAfterAGoodSimIsNotReported) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--error-on", "AT+CMGL:CMS:321"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_TRUE(run.Has(kNotifySuccess));
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGL=4"), 1);  // the phone memory only
+}
+
+TEST_F(TransferSessionTest, ConnectionFailuresAndBadPortNames) {
+    Configure(u"tcp", u"localhost:4000");  // lower case: neither COM nor TCP
+    EXPECT_EQ(RunFull().result, kErrConnection);
+    Configure(u"TCP", u"no-colon-here");
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrInvalidParameter);
+    EXPECT_EQ(run.Sequence(), "3104 8001");
+    Configure(u"/dev/velkan-no-such-port", u"");
+    EXPECT_EQ(RunFull().result, kErrConnection);
+    // A port nobody listens on.
+    Configure(u"TCP", u"127.0.0.1:1");
+    EXPECT_EQ(RunFull().result, kErrConnection);
+}
+
+TEST_F(TransferSessionTest, APhoneStuckInAPromptIsWokenWithCtrlZ) {
+    // A pseudo-terminal keeps the phone's state between connections: leave it inside a message
+    // prompt, as a broken earlier send would.
+    PhoneSimProcess sim(PhoneSimProcess::kPty, {"--no-deliver-sent"});
+    ASSERT_TRUE(sim.Ok());
+    {
+        const int fd = open(sim.Address().c_str(), O_RDWR | O_NOCTTY);
+        ASSERT_GE(fd, 0);
+        const char cmd[] = "AT+CMGS=17\r";
+        ASSERT_EQ(write(fd, cmd, sizeof cmd - 1), static_cast<ssize_t>(sizeof cmd - 1));
+        ASSERT_TRUE(sim.WaitForLog("AT+CMGS=17"));
+        close(fd);
+    }
+    Configure(Utf8ToUtf16(sim.Address()), u"");
+    // The phone ignores the first two "AT" (they are taken as PDU text): let their 3 s
+    // time-outs pass in a moment.
+    FakeClock clock(1000, 2);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_TRUE(run.Has(kNotifySuccess));
+    const auto log = sim.Log();
+    // The two swallowed "AT" end up in the PDU line that the Ctrl-Z closed, then the fallback.
+    auto it = std::find(log.begin(), log.end(), "AT\rAT\r<ctrl-z>");
+    if (it == log.end()) it = std::find(log.begin(), log.end(), "ATAT<ctrl-z>");
+    ASSERT_NE(it, log.end()) << "log: " << ::testing::PrintToString(log);
+    EXPECT_EQ(std::vector<std::string>(it + 1, it + 5),
+              (std::vector<std::string>{"AT", "ATZ", "AT", "AT"}));
+}
+
+TEST_F(TransferSessionTest, SilenceTimesOutWithTen) {
+    // A SIM with a message, so the SIM listing's time-out is the one reported.
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--silent-on", "AT+CMGL", "--sms", "SM:+4930111111:On the SIM"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    FakeClock clock(1000, 2);  // the 20 s listing time-outs pass in about ten thousand reads
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrTimeout);
+    EXPECT_FALSE(run.Has(kNotifySuccess));
+}
+
+TEST_F(TransferSessionTest, APhoneThatNeverAnswersFailsTheWakeUp) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--silent-on", "AT"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    FakeClock clock(1000, 2);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrTimeout);
+    EXPECT_EQ(run.Sequence(), "3104 8001");
+    EXPECT_EQ(Commands(sim.Log()),
+              (std::vector<std::string>{"AT", "AT", "AT", "ATZ", "AT", "AT"}));
+}
+
+// Cancel while the phone is silent in each phase: the run ends with 5, "Cancelling..." is
+// shown, there is no success, and nothing is lost or stored twice.
+TEST_F(TransferSessionTest, CancelInEachPhaseEndsWithFive) {
+    struct Case {
+        const char* silentOn;
+        const char* waitFor;
+        bool delMsg;
+    } cases[] = {{"AT", "AT", false},                    // connecting
+                 {"ATE0V1", "ATE0V1", false},            // set-up
+                 {"PDU", "AT+CMGS=17", false},           // sending
+                 {"AT+CMGL", "AT+CMGL=4", false},        // listing
+                 {"AT+CMGD", "AT+CMGD=1", true}};        // deleting
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.silentOn);
+        std::filesystem::remove_all(root_ / "data");
+        std::filesystem::create_directories(root_ / "data");
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent", "--silent-on", c.silentOn,
+                                                    "--sms", "ME:+4930222222:On the phone"});
+        ASSERT_TRUE(sim.Ok());
+        UseSim(sim, c.delMsg);
+        AddOutbox(u"+4930123456", u"Hello");
+        TransferSession session;
+        RunLog run = RunTransfer(session, [&] {
+            ASSERT_TRUE(sim.WaitForLog(c.waitFor));
+            session.Cancel();
+        });
+        EXPECT_EQ(run.result, kErrCancelled);
+        EXPECT_FALSE(run.Has(kNotifySuccess));
+        EXPECT_NE(run.Sequence().find(std::to_string(kStatusCancelling)), std::string::npos);
+        const auto outbox = Folder(kFolderOutbox);
+        const auto sent = Folder(kFolderSent);
+        EXPECT_EQ(outbox.size() + sent.size(), 1u);  // the message is in exactly one place
+        EXPECT_LE(Folder(kFolderInbox).size(), 1u);
+    }
+}
