@@ -11,12 +11,16 @@ int RunListVerb(int argc, char** argv);
 int RunDeleteVerb(int argc, char** argv);
 int RunRecentVerb(int argc, char** argv);
 int RunConfigVerb(int argc, char** argv);
+int RunSendGetVerb(int argc, char** argv);
+int RunSendVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
      "velkan pdu decode HEX [--tpdu-length N]\n"
      "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
      &RunPduVerb},
+    {"send-get", "velkan send-get", &RunSendGetVerb},
+    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash]", &RunSendVerb},
     {"compose",
      "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
      &RunComposeVerb},

@@ -1,0 +1,487 @@
+// `velkan send-get` and `velkan send` run as separate processes against the simulated phone, over
+// TCP and a pseudo-terminal: what they print, their exit status, the commands the phone
+// receives, the folders afterwards, Ctrl-C in each phase and kill -9 in the middle of a run.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "phone_sim_process.h"
+#include "run_process.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::stringstream s(text);
+    std::string line;
+    while (std::getline(s, line)) out.push_back(line);
+    return out;
+}
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// The log lines that are AT commands (leaving out the PDU lines).
+std::vector<std::string> Commands(const std::vector<std::string>& lines) {
+    std::vector<std::string> out;
+    for (const auto& l : lines) {
+        if (l.rfind("AT", 0) == 0) out.push_back(l);
+    }
+    return out;
+}
+
+// A `velkan` process left running, for Ctrl-C and kill -9; its stderr goes to a file.
+class RunningVelkan {
+public:
+    RunningVelkan(const std::vector<std::string>& args, const std::string& errFile)
+        : errFile_(errFile) {
+        pid_ = fork();
+        if (pid_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const int fd = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (fd >= 0) dup2(fd, STDERR_FILENO);
+            const int null = open("/dev/null", O_RDWR);
+            if (null >= 0) {
+                dup2(null, STDIN_FILENO);
+                dup2(null, STDOUT_FILENO);
+            }
+            std::vector<char*> argv{const_cast<char*>(VELKAN_BIN)};
+            for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+            argv.push_back(nullptr);
+            execv(VELKAN_BIN, argv.data());
+            _exit(127);
+        }
+    }
+    ~RunningVelkan() {
+        if (pid_ > 0) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+        }
+    }
+    void Signal(int signal) const { kill(pid_, signal); }
+    // Waits for the end (a guard of `limit` against a hang); the exit status, 128 + signal
+    // when killed, -1 when it did not end in time.
+    int Wait(std::chrono::seconds limit = std::chrono::seconds(30)) {
+        // A pidfd becomes readable when the child ends.
+        const int fd = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+        if (fd >= 0) {
+            pollfd p{fd, POLLIN, 0};
+            const int ready = poll(&p, 1, static_cast<int>(limit.count() * 1000));
+            close(fd);
+            if (ready != 1) return -1;
+        }
+        int status = 0;
+        if (waitpid(pid_, &status, 0) != pid_) return -1;
+        pid_ = -1;
+        if (WIFEXITED(status)) return WEXITSTATUS(status);
+        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+    }
+    std::string Err() const { return ReadAll(errFile_); }
+
+private:
+    pid_t pid_ = -1;
+    std::string errFile_;
+};
+
+class CliTransferTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "velkan-transfer-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        home_ = pattern;
+        setenv("HOME", home_.c_str(), 1);
+        setenv("XDG_DATA_HOME", (home_ + "/data").c_str(), 1);
+        setenv("XDG_CONFIG_HOME", (home_ + "/config").c_str(), 1);
+        unsetenv("VELKAN_DATA_DIR");
+        unsetenv("VELKAN_CLOCK_STEP_MS");
+    }
+    void TearDown() override {
+        unsetenv("VELKAN_CLOCK_STEP_MS");
+        std::error_code ec;
+        fs::remove_all(home_, ec);
+    }
+
+    ProcessResult Velkan(const std::vector<std::string>& args) { return RunProcess(VELKAN_BIN, args); }
+
+    void Set(const std::string& name, const std::string& value) {
+        const ProcessResult r = Velkan({"config", "set", name, value});
+        ASSERT_EQ(r.exitStatus, 0) << r.err;
+    }
+    void UseTcp(const PhoneSimProcess& sim, bool delMsg = false) {
+        Set("CommPort", "TCP");
+        Set("TCP", sim.Address());
+        Set("DelMsg", delMsg ? "1" : "0");
+    }
+    void Compose(const std::string& to, const std::string& text) {
+        const ProcessResult r = Velkan({"compose", "--to", to, "--text", text});
+        ASSERT_EQ(r.exitStatus, 0) << r.err;
+    }
+    // The folder as `velkan list --json` prints it, one object a line.
+    std::vector<std::string> Folder(const std::string& folder) {
+        const ProcessResult r = Velkan({"list", folder, "--json"});
+        EXPECT_EQ(r.exitStatus, 0) << r.err;
+        return Lines(r.out);
+    }
+    int CountWithText(const std::string& folder, const std::string& text) {
+        const auto lines = Folder(folder);
+        return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const std::string& l) {
+            return Contains(l, "\"text\":\"" + text + "\"");
+        }));
+    }
+    // The PDU that `velkan pdu encode` makes for a message with the default centre.
+    std::string EncodedPdu(const std::string& to, const std::string& text) {
+        const ProcessResult r = Velkan({"pdu", "encode", "--to", to, "--text", text});
+        const std::string key = "\"pdu\":\"";
+        const std::size_t at = r.out.find(key);
+        if (at == std::string::npos) return "(no pdu: " + r.out + ")";
+        const std::size_t start = at + key.size();
+        return r.out.substr(start, r.out.find('"', start) - start);
+    }
+    std::string StoreFile() const { return home_ + "/data/velkan-tessiver/velkan.sqlite3"; }
+
+    std::string home_;
+};
+
+const char kTimeoutText[] = "A timeout occurred during connection/operation.";
+const char kConnectionText[] = "Connection failed.";
+
+}  // namespace
+
+TEST_F(CliTransferTest, SendGetSendsTheOutboxFillsTheInboxAndSaysSoLineByLine) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--no-deliver-sent", "--sms", "SM:+4930111111:From the SIM"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    Compose("+49 30 123456", "Hello");
+    Compose("0301234567", "Second");
+
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(Lines(r.err), (std::vector<std::string>{
+                                "Connecting Phone...", "Connected", "Initializing...",
+                                "Sending Message 1/2: '+4930123456': Hello",
+                                "Sending Message 2/2: '0301234567': Second",
+                                "Receiving Inbox Messages...",
+                                "Received (1): '+4930111111': From the SIM", "Success",
+                                "2 message(s) sent", "1 new message(s)"}));
+    EXPECT_EQ(sim.Log(), (std::vector<std::string>{
+                             "AT", "AT", "ATE0V1", "AT+CMGF=0", "AT+CSCS=\"GSM\"", "AT",
+                             "AT+CMGS=17", "0001000A919403214365000005C8329BFD06<ctrl-z>",
+                             "AT+CMGS=18", EncodedPdu("0301234567", "Second") + "<ctrl-z>",
+                             "AT+CPMS=\"SM\"", "AT+CMGL=4", "AT+CPMS=\"ME\"", "AT+CMGL=4"}));
+    EXPECT_TRUE(Folder("outbox").empty());
+    EXPECT_EQ(CountWithText("sent", "Hello"), 1);
+    EXPECT_EQ(CountWithText("sent", "Second"), 1);
+    const auto inbox = Folder("inbox");
+    ASSERT_EQ(inbox.size(), 1u);
+    EXPECT_TRUE(Contains(inbox[0], "\"flags\":1"));
+    EXPECT_TRUE(Contains(inbox[0], "\"number\":\"+4930111111\""));
+    EXPECT_EQ(sim.StoredIn("SM"), 1);  // nothing deleted unless asked
+}
+
+TEST_F(CliTransferTest, SendGetOverAPseudoTerminal) {
+    PhoneSimProcess sim(PhoneSimProcess::kPty, {"--no-deliver-sent", "--sms", "ME:+4930222222:Pty"});
+    ASSERT_TRUE(sim.Ok());
+    Set("CommPort", sim.Address());
+    Compose("+4930123456", "Over the line");
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(CountWithText("sent", "Over the line"), 1);
+    EXPECT_EQ(CountWithText("inbox", "Pty"), 1);
+}
+
+TEST_F(CliTransferTest, SendStoresTheMessageInSentAndRemembersTheRecipient) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "SM:+4930111111:Not fetched"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    const ProcessResult r =
+        Velkan({"send", "--to", "+49 (30) 123-456", "--text", "Hello", "--name", "Anna"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(Lines(r.err),
+              (std::vector<std::string>{"Connecting Phone...", "Connected", "Initializing...",
+                                        "Sending Message 1/1: 'Anna': Hello", "Success"}));
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=17"), 1);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "0001000A919403214365000005C8329BFD06<ctrl-z>"), 1);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGL=4"), 0);  // a send fetches nothing
+    const auto sent = Folder("sent");
+    ASSERT_EQ(sent.size(), 1u);
+    EXPECT_TRUE(Contains(sent[0], "\"name\":\"Anna\",\"number\":\"+4930123456\""));
+    EXPECT_TRUE(Folder("inbox").empty());
+    EXPECT_TRUE(Contains(Velkan({"recent", "--json"}).out, "{\"name\":\"Anna\",\"number\":\"+4930123456\"}"));
+}
+
+TEST_F(CliTransferTest, FlashAndStatusReportChangeOnlyTheirOctets) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    Set("StatusReq", "1");
+    const ProcessResult r = Velkan({"send", "--to", "+4930123456", "--text", "Hello", "--flash"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "0021000A91940321436500F005C8329BFD06<ctrl-z>"), 1);
+}
+
+TEST_F(CliTransferTest, ACustomServiceCentreLeadsThePduButNotTheLength) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    Set("SMSCCustom", "1");
+    Set("SMSC", "+491234567890");
+    ASSERT_EQ(Velkan({"send", "--to", "+4930123456", "--text", "Hello"}).exitStatus, 0);
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=17"), 1);
+    EXPECT_EQ(std::count(log.begin(), log.end(),
+                         "07919421436587090" "1000A919403214365000005C8329BFD06<ctrl-z>"),
+              1);
+}
+
+TEST_F(CliTransferTest, EveryPhoneErrorHasItsExitStatusAndMessageAndTheMessageStaysInTheOutbox) {
+    struct Case {
+        const char* knob;
+        int status;
+        const char* text;
+    } cases[] = {{"AT+CMGS", 14, "Error during AT interpretation.\nOperation failed."},
+                 {"AT+CMGS:CMS:500", 15, "Operation failed.\nError related to network or mobile (CMS)."},
+                 {"PDU:CMS:38", 15, "Operation failed.\nError related to network or mobile (CMS)."},
+                 {"AT+CMGS:CME:10", 16, "Operation failed.\nError related to network or mobile (CME)."}};
+    Compose("+4930123456", "Waiting");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.knob);
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--error-on", c.knob});
+        ASSERT_TRUE(sim.Ok());
+        UseTcp(sim);
+        const ProcessResult r = Velkan({"send-get"});
+        EXPECT_EQ(r.exitStatus, c.status);
+        EXPECT_TRUE(Contains(r.err, c.text)) << r.err;
+        EXPECT_FALSE(Contains(r.err, "Success"));
+        EXPECT_EQ(CountWithText("outbox", "Waiting"), 1);
+        EXPECT_TRUE(Folder("sent").empty());
+    }
+}
+
+TEST_F(CliTransferTest, ConnectionProblemsHaveTheirExitStatusAndMessage) {
+    Set("CommPort", "TCP");
+    Set("TCP", "127.0.0.1:1");  // nobody listens there
+    ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 12);
+    EXPECT_TRUE(Contains(r.err, std::string(kConnectionText) + "\nCheck your Connection settings."));
+
+    Set("TCP", "no-port-here");
+    r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_TRUE(Contains(r.err, "Operation failed.\nInvalid Parameter.")) << r.err;
+
+    Set("CommPort", "Bluetooth");  // neither COM, a device path nor TCP
+    r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 12);
+
+    Set("CommPort", "/dev/velkan-no-such-port");
+    r = Velkan({"send", "--to", "+4930123456", "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 12);
+    EXPECT_TRUE(Folder("sent").empty());  // nothing stored for a send that failed
+}
+
+TEST_F(CliTransferTest, APhoneThatNeverAnswersTimesOutAfterTheWakeUpFallback) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--silent-on", "AT"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    setenv("VELKAN_CLOCK_STEP_MS", "2", 1);  // the 3 s time-outs pass in a moment
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 10);
+    EXPECT_EQ(Lines(r.err), (std::vector<std::string>{
+                                "Connecting Phone...", kTimeoutText, "Operation failed."}));
+    EXPECT_EQ(Commands(sim.Log()),
+              (std::vector<std::string>{"AT", "AT", "AT", "ATZ", "AT", "AT"}));
+}
+
+TEST_F(CliTransferTest, ASilentPromptTimesOutWithTen) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--prompt-without-blank"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    setenv("VELKAN_CLOCK_STEP_MS", "5", 1);
+    const ProcessResult r = Velkan({"send", "--to", "+4930123456", "--text", "Hello"});
+    EXPECT_EQ(r.exitStatus, 10);
+    EXPECT_TRUE(Contains(r.err, kTimeoutText));
+    // No PDU followed a prompt that never came.
+    for (const auto& line : sim.Log()) EXPECT_FALSE(Contains(line, "<ctrl-z>")) << line;
+}
+
+TEST_F(CliTransferTest, AMessageAlreadyInTheInboxIsNotStoredTwiceButIsStillDeleted) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "ME:+4930222222:Kept"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    ASSERT_EQ(Velkan({"send-get"}).exitStatus, 0);
+    UseTcp(sim, /*delMsg=*/true);
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(Lines(r.err).back(), "No new messages");
+    EXPECT_EQ(CountWithText("inbox", "Kept"), 1);
+    EXPECT_EQ(sim.StoredIn("ME"), 0);
+}
+
+TEST_F(CliTransferTest, DeletionRunsLastIndexFirstWithEachMemorySelectedAgain) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--sms", "SM:+4930111111:One", "--sms", "SM:+4930111112:Two",
+                         "--sms", "ME:+4930222222:Three"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim, /*delMsg=*/true);
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(Lines(r.err).back(), "3 new message(s)");
+    const auto log = sim.Log();
+    ASSERT_GE(log.size(), 5u);
+    EXPECT_EQ(std::vector<std::string>(log.end() - 5, log.end()),
+              (std::vector<std::string>{"AT+CPMS=\"SM\"", "AT+CMGD=2", "AT+CMGD=1",
+                                        "AT+CPMS=\"ME\"", "AT+CMGD=1"}));
+    EXPECT_EQ(sim.StoredIn("SM"), 0);
+    EXPECT_EQ(sim.StoredIn("ME"), 0);
+}
+
+TEST_F(CliTransferTest, APhoneWithoutPhoneMemorySucceedsAfterTheSim) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-me", "--sms", "SM:+4930111111:Only SIM"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(CountWithText("inbox", "Only SIM"), 1);
+}
+
+TEST_F(CliTransferTest, LocalModeDeliversToThisDeviceWithoutAPhone) {
+    Set("CommPort", "local");
+    Compose("+4930123456", "To myself");
+    ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_FALSE(Contains(r.err, "Connecting Phone..."));
+    EXPECT_EQ(CountWithText("sent", "To myself"), 1);
+    EXPECT_EQ(CountWithText("inbox", "To myself"), 1);
+
+    Set("CommPort", "TCP");
+    Set("TCP", "local");
+    r = Velkan({"send", "--to", "+4930123456", "--text", "Again"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(CountWithText("sent", "Again"), 1);
+    EXPECT_EQ(CountWithText("inbox", "Again"), 1);
+}
+
+TEST_F(CliTransferTest, BadArgumentsAreAUsageErrorAndSendNothing) {
+    EXPECT_EQ(Velkan({"send-get", "extra"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"send", "--to", "+4930123456"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"send", "--text", "Hi"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"send", "--to", "+4930123456", "--text", "Hi", "--bogus"}).exitStatus, 2);
+    const ProcessResult r = Velkan({"send", "--to", "no digits", "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_TRUE(Contains(r.err, "a message needs a number and a text"));
+    EXPECT_TRUE(Folder("sent").empty());
+}
+
+// Ctrl-C while the phone keeps silent in each phase: the run ends with 5 and no message box
+// text, "Cancelling..." is shown, there is no success, and the Outbox message is in exactly
+// one place.
+TEST_F(CliTransferTest, CtrlCEndsTheRunWithFiveInEveryPhase) {
+    struct Case {
+        const char* silentOn;
+        const char* waitFor;
+        bool delMsg;
+    } cases[] = {{"AT", "AT", false},
+                 {"ATE0V1", "ATE0V1", false},
+                 {"PDU", "AT+CMGS=17", false},
+                 {"AT+CMGL", "AT+CMGL=4", false},
+                 {"AT+CMGD", "AT+CMGD=1", true}};
+    // One Outbox message for all phases: cancelled while it is sent it stays in the Outbox, and
+    // a later phase sends it.
+    Compose("+4930123456", "Hello");
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.silentOn);
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent", "--silent-on", c.silentOn,
+                                                    "--sms", "ME:+4930222222:On the phone"});
+        ASSERT_TRUE(sim.Ok());
+        UseTcp(sim, c.delMsg);
+        RunningVelkan run({"send-get"}, home_ + "/ctrl-c.err");
+        ASSERT_TRUE(sim.WaitForLog(c.waitFor));
+        run.Signal(SIGINT);
+        EXPECT_EQ(run.Wait(), 5);
+        const std::string err = run.Err();
+        EXPECT_TRUE(Contains(err, "Cancelling...")) << err;
+        EXPECT_FALSE(Contains(err, "Success")) << err;
+        EXPECT_EQ(CountWithText("outbox", "Hello") + CountWithText("sent", "Hello"), 1);
+        EXPECT_LE(CountWithText("inbox", "On the phone"), 1);
+    }
+}
+
+// kill -9 at several moments of a transfer with deletion on, each followed by a clean one:
+// the database stays sound, every Outbox message ends in Sent once, every phone message is in
+// the Inbox once, and the phone is emptied.
+TEST_F(CliTransferTest, KillNineInTheMiddleThenACleanRunLosesNothingAndStoresNothingTwice) {
+    // The command at which to kill, and which occurrence of it: the second send (one message
+    // has gone, one has not), the first listing, the first deletion, the phone memory's turn.
+    const std::pair<const char*, int> killPoints[] = {
+        {"AT+CMGS=19", 2}, {"AT+CMGL=4", 1}, {"AT+CMGD=2", 1}, {"AT+CPMS=\"ME\"", 1}};
+    int round = 0;
+    for (const auto& [point, occurrence] : killPoints) {
+        SCOPED_TRACE(point);
+        ++round;
+        const std::string tag = std::to_string(round);
+        // Paced like a serial line, so that the kill lands while the transfer is under way.
+        PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                            {"--no-deliver-sent", "--baud", "19200", "--sms",
+                             "SM:+4930111111:SIM one " + tag, "--sms",
+                             "SM:+4930111112:SIM two " + tag, "--sms",
+                             "ME:+4930222222:Phone " + tag});
+        ASSERT_TRUE(sim.Ok());
+        UseTcp(sim, /*delMsg=*/true);
+        Compose("+4930123456", "Out A " + tag);
+        Compose("+4930123456", "Out B " + tag);
+        {
+            RunningVelkan run({"send-get"}, home_ + "/kill.err");
+            ASSERT_TRUE(sim.WaitForLog(point, occurrence));
+            run.Signal(SIGKILL);
+            EXPECT_EQ(run.Wait(), 128 + SIGKILL);
+        }
+        const ProcessResult clean = Velkan({"send-get"});
+        EXPECT_EQ(clean.exitStatus, 0) << clean.err;
+
+        EXPECT_TRUE(Folder("outbox").empty());
+        for (const std::string text : {"Out A ", "Out B "}) {
+            EXPECT_EQ(CountWithText("sent", text + tag), 1) << text;
+        }
+        for (const std::string text : {"SIM one ", "SIM two ", "Phone "}) {
+            EXPECT_EQ(CountWithText("inbox", text + tag), 1) << text;
+        }
+        EXPECT_EQ(sim.StoredIn("SM"), 0);
+        EXPECT_EQ(sim.StoredIn("ME"), 0);
+
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open_v2(StoreFile().c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
+                  SQLITE_OK);
+        sqlite3_stmt* check = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &check, nullptr), SQLITE_OK);
+        ASSERT_EQ(sqlite3_step(check), SQLITE_ROW);
+        EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok");
+        sqlite3_finalize(check);
+        sqlite3_close(db);
+    }
+}
