@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test: the default build, then the same tests
-# under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Installs what is missing, builds, and runs every test: the default build; the threaded core
+# (worker thread, transfer session, shared message store) under ThreadSanitizer; then every test
+# again under AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,10 +10,26 @@ scripts/setup.sh
 jobs=$(nproc 2>/dev/null || echo 2)
 export QT_QPA_PLATFORM=offscreen
 
-for preset in default asan; do
-  echo "== $preset build"
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" -j "$jobs"
-  echo "== $preset tests"
-  ctest --preset "$preset" -j "$jobs"
+echo "== default build"
+cmake --preset default >/dev/null
+cmake --build --preset default -j "$jobs"
+echo "== default tests"
+ctest --preset default -j "$jobs"
+
+# Only the tests whose code shares data between threads; the rest gains nothing from TSan and
+# would double the build time.
+echo "== tsan build (threaded core)"
+cmake --preset tsan >/dev/null
+tsan_tests=(tests/session/session_tests tests/session/transfer_session_tests tests/store/store_tests)
+cmake --build --preset tsan -j "$jobs" --target velkan-phone-sim \
+  session_tests transfer_session_tests store_tests
+echo "== tsan tests"
+for t in "${tsan_tests[@]}"; do
+  TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" "build/tsan/$t" --gtest_brief=1
 done
+
+echo "== asan build"
+cmake --preset asan >/dev/null
+cmake --build --preset asan -j "$jobs"
+echo "== asan tests"
+ctest --preset asan -j "$jobs"
