@@ -1,8 +1,10 @@
 #include "settings/ui/caption_dialog.h"
 
+#include <QFontMetrics>
 #include <QLabel>
 #include <QPushButton>
 
+#include "framework/ui/ui_fonts.h"
 #include "message_ui/ui/drawn_controls.h"
 
 CaptionDialog::CaptionDialog(int templateId, const QString& title, QWidget* parent)
@@ -22,9 +24,17 @@ void CaptionDialog::PlaceControl(QWidget* control, int id, int x, int y, int w, 
     control->setGeometry(units_.Rect(x, y, w, h));
 }
 
+void CaptionDialog::FitToText(QWidget* control) {
+    const QSize hint = control->sizeHint();
+    control->resize(qMax(control->width(), hint.width()), qMax(control->height(), hint.height()));
+}
+
 void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
     caption_ = AddControl<QLabel>(1019, x, y, w, h);
     caption_->setText(windowTitle());
+    // The caption is drawn in the bold face, which needs its own line height.
+    const QFontMetrics bold(GetUiFont(UiFont::SmallBold));
+    caption_->resize(caption_->width(), qMax(caption_->height(), bold.height()));
     ok_ = AddControl<QPushButton>(IDOK, 0, 0, 16, 12);
     ok_->setText(QStringLiteral("OK"));
     cancel_ = AddControl<QPushButton>(IDCANCEL, 0, 0, 16, 12);

@@ -52,6 +52,10 @@ class CaptionDialog : public DialogBase {
         return control;
     }
     void PlaceControl(QWidget* control, int id, int x, int y, int w, int h);
+    // Widens (and heightens) a label or check box whose text needs more room than its template
+    // gives, as happens when the system substitutes a wider face for the template font. Its
+    // position stays.
+    static void FitToText(QWidget* control);
 
     QLabel* Caption() const { return caption_; }
     QPushButton* OkButton() const { return ok_; }

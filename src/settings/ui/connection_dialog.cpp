@@ -49,6 +49,8 @@ bool ConnectionDialog::OnInitDialog() {
     addressLabel_ = AddControl<QLabel>(kIdAddressLabel, 6, 55, 109, 16);
     addressLabel_->setText(QStringLiteral("TCP Address\n(i.e. localhost:port):"));
     addressLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    FitToText(connectionLabel_);
+    FitToText(addressLabel_);
     addressLabel_->hide();
     address_ = AddControl<QLineEdit>(kIdAddressEdit, 6, 74, 92, 12);
     address_->hide();

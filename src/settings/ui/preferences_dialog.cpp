@@ -50,15 +50,12 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setText(QStringLiteral("Request Status"));
     flash_ = AddControl<QCheckBox>(kIdFlash, 13, 99, 62, 10);
     flash_->setText(QStringLiteral("Flash SMS"));
-    // The headings are bold; the bold face is wider, so they get the width their text needs.
-    for (QLabel* heading : {phoneHeading_, messageHeading_}) {
-        heading->setFont(GetUiFont(UiFont::SmallBold));
-        heading->resize(qMax(heading->width(), heading->sizeHint().width()), heading->height());
-    }
-    // Check boxes take the room their label needs when the face is wider than the template's.
-    for (QCheckBox* box : {deleteAfterRetrieve_, customSmsc_, requestStatus_, flash_}) {
-        box->resize(qMax(box->width(), box->sizeHint().width()),
-                    qMax(box->height(), box->sizeHint().height()));
+    phoneHeading_->setFont(GetUiFont(UiFont::SmallBold));
+    messageHeading_->setFont(GetUiFont(UiFont::SmallBold));
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{phoneHeading_, messageHeading_, deleteAfterRetrieve_,
+                                         customSmsc_, requestStatus_, flash_}) {
+        FitToText(control);
     }
     connect(customSmsc_, &QCheckBox::toggled, this, [this](bool) { OnCommand(kIdCustomSmsc, 0); });
 
