@@ -60,18 +60,29 @@ void SeptetsToText(const std::uint8_t* septets, std::size_t n, char16_t* out, st
     *count = n;
 }
 
-void TextToSeptets(const char16_t* text, std::size_t n, std::uint8_t* out, std::size_t* count) {
-    for (std::size_t i = 0; i < n; ++i) {
-        std::uint8_t septet = kUnknownSeptet;
-        // The first matching row wins; 128 comparisons per character is cheap for 160 characters.
-        for (std::uint8_t k = 0; k < 128; ++k) {
-            if (kGsmAlphabet[k] == text[i]) {
-                septet = k;
-                break;
-            }
-        }
-        out[i] = septet;
+namespace {
+
+// Septet of every UTF-16 code unit, made once from the alphabet table. Filled from the last row
+// to the first, so a character that stands in several rows gets the first of them, exactly as
+// a search from the top would find it; characters outside the table get the unknown septet.
+struct SeptetLookup {
+    std::uint8_t septet[65536];
+    SeptetLookup() {
+        std::memset(septet, kUnknownSeptet, sizeof septet);
+        for (int k = 127; k >= 0; --k) septet[kGsmAlphabet[k]] = static_cast<std::uint8_t>(k);
     }
+};
+
+const SeptetLookup& Lookup() {
+    static const SeptetLookup lookup;
+    return lookup;
+}
+
+}  // namespace
+
+void TextToSeptets(const char16_t* text, std::size_t n, std::uint8_t* out, std::size_t* count) {
+    const std::uint8_t* septet = Lookup().septet;
+    for (std::size_t i = 0; i < n; ++i) out[i] = septet[text[i]];
     out[n] = 0;
     *count = n;
 }

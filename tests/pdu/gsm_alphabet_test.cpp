@@ -107,6 +107,26 @@ TEST(GsmAlphabet, TextToSeptetsFirstMatchesAndControlCharacters) {
     EXPECT_EQ(Hex(Septets(u"@\n\r\u00A0_")), "000A0D1B11");
 }
 
+// Every UTF-16 code unit gets the septet of the first table row holding it, or 0x5F.
+TEST(GsmAlphabet, TextToSeptetsAgreesWithTheTableForEveryCodeUnit) {
+    for (std::uint32_t c = 0; c <= 0xFFFF; ++c) {
+        std::uint8_t expected = 0x5F;
+        for (std::uint8_t k = 0; k < 128; ++k) {
+            if (kGsmAlphabet[k] == c) {
+                expected = k;
+                break;
+            }
+        }
+        const char16_t text[1] = {static_cast<char16_t>(c)};
+        std::uint8_t out[2] = {0xEE, 0xEE};
+        std::size_t count = 0;
+        TextToSeptets(text, 1, out, &count);
+        ASSERT_EQ(count, 1u);
+        ASSERT_EQ(out[0], expected) << "code unit " << c;
+        ASSERT_EQ(out[1], 0) << "terminator";
+    }
+}
+
 TEST(GsmAlphabet, CharactersOutsideTheTableBecome5F) {
     const std::u16string outside = u"\u00C7{}[]\\^~|\u20AC\u0000\u4E2D";
     const auto septets = Septets(outside);
