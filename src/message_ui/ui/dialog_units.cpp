@@ -3,6 +3,8 @@
 #include <QFontMetrics>
 #include <cmath>
 
+#include "framework/ui/dialog_base.h"
+
 QFont DialogFont() {
     QFont font(QStringLiteral("Tahoma"));
     font.setStyleHint(QFont::SansSerif);
@@ -33,4 +35,9 @@ QRect DialogUnits::Rect(int x, int y, int w, int h) const {
     // Both edges are mapped, as a dialog manager does, so that neighbouring controls that
     // share an edge in the template still share it in pixels.
     return QRect(X(x), Y(y), X(x + w) - X(x), Y(y + h) - Y(y));
+}
+
+QSize FullScreenSize(const QSize& templatePixels) {
+    if (const FrameWindowBase* frame = FrameWindowBase::Instance()) return frame->size();
+    return templatePixels.expandedTo(QSize(240, 320));
 }

@@ -5,6 +5,7 @@
 
 #include <QFont>
 #include <QRect>
+#include <QSize>
 
 // The template font of every dialog: Tahoma 9 where installed, else the system's sans face.
 QFont DialogFont();
@@ -25,3 +26,7 @@ class DialogUnits {
     int baseX_;
     int baseY_;
 };
+
+// The size of a full-screen dialog: the frame window's when the program has one, else the
+// template's own size in pixels (at least a handheld screen of 240 x 320).
+QSize FullScreenSize(const QSize& templatePixels);

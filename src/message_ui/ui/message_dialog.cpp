@@ -1,0 +1,516 @@
+#include "message_ui/ui/message_dialog.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTextCursor>
+#include <vector>
+
+#include "framework/ui/app_event.h"
+#include "framework/ui/message_box.h"
+#include "message_ui/text_helpers.h"
+#include "message_ui/ui/contact_picker_dialog.h"
+#include "message_ui/ui/dialog_units.h"
+#include "message_ui/ui/drawn_controls.h"
+#include "message_ui/ui/edit_menu.h"
+#include "message_ui/ui/message_text_edit.h"
+#include "message_ui/ui/recent_combo_box.h"
+#include "settings/ui/connection_dialog.h"
+#include "settings/ui/preferences_dialog.h"
+#include "store/recent_store.h"
+
+namespace {
+
+constexpr unsigned kStringDeleteQuestion = 2112;
+constexpr unsigned kStringSent = 3001;
+constexpr unsigned kStringReceived = 3002;
+constexpr unsigned kStringOptions = 40010;
+
+// The width and height of the template, in dialog units: what the controls are placed in at
+// the standard screen size.
+constexpr int kTemplateWidth = 138;
+constexpr int kTemplateHeight = 156;
+// Controls below this line move down when the dialog is taller than the template; the text
+// field above it takes the extra height.
+constexpr int kTextBottom = 83;
+
+QString LoadString(unsigned id) {
+    TextBuffer t;
+    t.LoadResourceString(id);
+    return QString::fromUtf16(t.Text());
+}
+
+QString ToQString(const TextBuffer& text) { return QString::fromUtf16(text.Text()); }
+QString ToQString(const std::u16string& text) { return QString::fromStdU16String(text); }
+
+TextBuffer FromQString(const QString& text) {
+    TextBuffer out;
+    if (!text.isEmpty()) {
+        out.Assign(reinterpret_cast<const char16_t*>(text.utf16()),
+                   static_cast<std::size_t>(text.size()));
+    }
+    return out;
+}
+
+// Read-only fields look like ordinary white fields, not greyed.
+void PaintWhite(QWidget* field) {
+    QPalette pal = field->palette();
+    for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        pal.setColor(group, QPalette::Base, Qt::white);
+        pal.setColor(group, QPalette::Window, Qt::white);
+    }
+    field->setPalette(pal);
+}
+
+// Where each control sits in the template (dialog units).
+struct Placement {
+    QWidget* control;
+    int x, y, w, h;
+};
+
+}  // namespace
+
+MessageDialog::MessageDialog(SmsMessage& message, QWidget* parent)
+    : DialogBase(kTemplateId, parent), message_(message) {
+    setFont(DialogFont());
+}
+
+MessageDialog::~MessageDialog() = default;
+
+QSize MessageDialog::sizeHint() const {
+    const DialogUnits du(font());
+    return FullScreenSize(QSize(du.X(kTemplateWidth), du.Y(kTemplateHeight) + MenuBar::kHeight));
+}
+
+MenuBarDef MessageDialog::MenuBarDefinition() const {
+    return {EditMenuEntry(),
+            {kCmdOptionsMenu,
+             LoadString(kStringOptions),
+             {{kCmdConnection, QStringLiteral("Connection")},
+              {kCmdPreferences, QStringLiteral("Preferences")}}}};
+}
+
+void MessageDialog::CreateControls() {
+    auto button = [this](int id, const char* label) {
+        auto* b = new QPushButton(QString::fromLatin1(label), this);
+        b->setObjectName(QString::number(id));
+        b->setAutoDefault(false);
+        connect(b, &QPushButton::clicked, this, [this, id] { OnCommand(id, 0); });
+        return b;
+    };
+    auto label = [this](int id, const char* text) {
+        auto* l = new QLabel(QString::fromLatin1(text), this);
+        l->setObjectName(QString::number(id));
+        return l;
+    };
+    auto readOnlyField = [this](int id) {
+        auto* e = new QLineEdit(this);
+        e->setObjectName(QString::number(id));
+        e->setReadOnly(true);
+        PaintWhite(e);
+        return e;
+    };
+
+    nameButton_ = button(kIdName, "Name");
+    nameCombo_ = new RecentComboBox(false, this);
+    nameCombo_->setObjectName(QString::number(kIdNameCombo));
+    nameLabel_ = label(kIdNameLabel, "Name:");
+    nameField_ = readOnlyField(kIdNameField);
+    numberLabel_ = label(kIdNumberLabel, "Number:");
+    numberCombo_ = new RecentComboBox(true, this);
+    numberCombo_->setObjectName(QString::number(kIdNumberCombo));
+    numberField_ = readOnlyField(kIdNumberField);
+    text_ = new MessageTextEdit(this);
+    text_->setObjectName(QString::number(kIdText));
+    PaintWhite(text_);
+    flash_ = new QCheckBox(QStringLiteral("Flash SMS"), this);
+    flash_->setObjectName(QString::number(kIdFlash));
+    counter_ = label(kIdCounter, "160/160");
+    counter_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    dateLine_ = label(kIdDateLine, "");
+    reply_ = button(kIdReply, "Reply");
+    forward_ = button(kIdForward, "Forward");
+    delete_ = button(kIdDelete, "Delete");
+    ok_ = button(IDOK, "OK");
+    send_ = button(kIdSend, "Send");
+    outbox_ = button(kIdOutbox, "Outbox");
+    draft_ = button(kIdDraft, "Draft");
+    cancel_ = button(IDCANCEL, "Cancel");
+    for (QPushButton* b :
+         {send_, ok_, outbox_, reply_, delete_, draft_, forward_, cancel_, nameButton_}) {
+        MakeRoundedButton(b);
+    }
+
+    connect(text_, &QPlainTextEdit::textChanged, this, [this] { UpdateCounter(); });
+    for (RecentComboBox* combo : {nameCombo_, numberCombo_}) {
+        const int id = combo == nameCombo_ ? kIdNameCombo : kIdNumberCombo;
+        // The split waits for the event loop: the combo box's edit shows the chosen entry only
+        // once the choice has been handled, and the split must act on that text.
+        connect(combo, &RecentComboBox::entryChosen, this, [this, combo, id] {
+            PostAppMessage(this, kMsgSplitChosen, static_cast<std::uintptr_t>(id),
+                           reinterpret_cast<std::intptr_t>(combo));
+        });
+        connect(combo, &RecentComboBox::choiceAbandoned, this, [this, combo, id] {
+            PostAppMessage(this, kMsgSplitAbandoned, static_cast<std::uintptr_t>(id),
+                           reinterpret_cast<std::intptr_t>(combo));
+        });
+    }
+    editTarget_ = new EditTarget(this);
+}
+
+bool MessageDialog::OnInitDialog() {
+    readOnly_ = true;
+    CreateControls();
+    // Here as well as on activation: the modal runner does not activate the dialog.
+    CreateMenuBar(MenuBarDefinition());
+    resize(sizeHint());
+    FillFields();
+    if (readOnly_) {
+        ok_->setFocus();
+    } else if (!message_.number.empty()) {
+        text_->setFocus();
+    } else {
+        nameCombo_->setFocus();
+    }
+    MarkReadOnOpening();
+    return true;
+}
+
+void MessageDialog::MarkReadOnOpening() {
+    if (message_.folder != kFolderInbox || (message_.flags & kFlagUnread) == 0) return;
+    message_.flags &= ~kFlagUnread;
+    // Opening a received message marks it read at once, whatever the dialog ends with.
+    if (message_.store != nullptr) {
+        WriteMessage(*message_.store, message_);
+        return;
+    }
+    if (message_.oid == 0) return;
+    MessageDatabase db;
+    if (OpenMessageStore(db)) WriteMessage(db, message_);
+    // The database object ends here; the caller's message must not point at it.
+    message_.store = nullptr;
+}
+
+void MessageDialog::Layout(int w, int h) {
+    if (text_ == nullptr) return;
+    const DialogUnits du(font());
+    const double scale = static_cast<double>(w) / du.X(kTemplateWidth);
+    const int extra = qMax(0, h - du.Y(kTemplateHeight));
+    const std::vector<Placement> placements = {
+        {nameButton_, 0, 2, 28, 11},     {nameCombo_, 33, 2, 103, 13},
+        {nameLabel_, 2, 15, 26, 11},     {nameField_, 31, 15, 98, 12},
+        {numberLabel_, 3, 29, 33, 11},   {numberCombo_, 33, 28, 103, 13},
+        {numberField_, 32, 42, 98, 12},  {text_, 0, 57, 136, 26},
+        {flash_, 2, 94, 46, 10},         {counter_, 90, 95, 46, 8},
+        {dateLine_, 0, 106, 68, 8},      {reply_, 29, 120, 38, 12},
+        {forward_, 62, 122, 38, 12},     {delete_, 104, 121, 32, 12},
+        {ok_, 0, 126, 38, 12},           {send_, 2, 142, 30, 12},
+        {outbox_, 36, 140, 30, 12},      {draft_, 70, 140, 31, 12},
+        {cancel_, 104, 142, 32, 12},
+    };
+    for (const Placement& p : placements) {
+        const QRect r = du.Rect(p.x, p.y, p.w, p.h);
+        const int left = static_cast<int>(r.x() * scale);
+        const int right = static_cast<int>((r.x() + r.width()) * scale);
+        int top = r.y();
+        int height = r.height();
+        if (p.control == text_) {
+            height += extra;
+        } else if (p.y >= kTextBottom) {
+            top += extra;
+        }
+        // Combo boxes and fields need at least the height of their font.
+        if (p.control == nameCombo_ || p.control == numberCombo_) {
+            height = qMax(height, p.control->sizeHint().height());
+        }
+        p.control->setGeometry(left, top, qMax(0, right - left), height);
+    }
+    // The date line runs across the whole dialog: "Received: " and a long date need the room.
+    dateLine_->resize(qMax(dateLine_->width(), w - dateLine_->x()), dateLine_->height());
+}
+
+// --- filling the fields ------------------------------------------------------------------
+
+void MessageDialog::FillFields() {
+    const bool wasReadOnly = readOnly_;
+    if (message_.folder == kFolderOutbox || message_.folder == kFolderDraft) readOnly_ = false;
+    const bool changed = wasReadOnly != readOnly_;
+
+    if (readOnly_) dateLine_->setText(DateLineText());
+    ShowMode();
+    text_->setReadOnly(readOnly_);
+    if (readOnly_) {
+        nameField_->setText(ToQString(message_.name));
+        numberField_->setText(ToQString(message_.number));
+    } else if (changed) {
+        FillRecentLists();
+        nameCombo_->setCurrentIndex(-1);
+        nameCombo_->setEditText(ToQString(message_.name));
+        numberCombo_->setCurrentIndex(-1);
+        numberCombo_->setEditText(ToQString(message_.number));
+        flash_->setChecked((message_.flags & kFlagFlash) != 0);
+    }
+    text_->SetWindowText(message_.text.c_str());
+    UpdateCounter();
+}
+
+QString MessageDialog::DateLineText() const {
+    TextBuffer label;
+    label.LoadResourceString(message_.folder == kFolderInbox ? kStringReceived : kStringSent);
+    // A conversion that fails leaves its part of the line empty.
+    TextBuffer date;
+    date.FormatDate(message_.time, 0);
+    TextBuffer time;
+    time.FormatTime(message_.time, 0);
+    TextBuffer line;
+    line.Format(kDateLineLimit, u"%s: %s %s", label.Text(), date.Text(), time.Text());
+    return ToQString(line);
+}
+
+void MessageDialog::ShowMode() {
+    const bool compose = !readOnly_;
+    for (QWidget* w : std::initializer_list<QWidget*>{send_, draft_, outbox_, cancel_, flash_,
+                                                      counter_, nameCombo_, numberCombo_,
+                                                      nameButton_}) {
+        w->setVisible(compose);
+    }
+    for (QWidget* w : std::initializer_list<QWidget*>{reply_, delete_, forward_, ok_, dateLine_,
+                                                      nameField_, numberField_, nameLabel_}) {
+        w->setVisible(!compose);
+    }
+    numberLabel_->setVisible(true);
+    inputPanelPreference_ = compose ? 0 : 1;
+}
+
+void MessageDialog::FillRecentLists() {
+    nameCombo_->clear();
+    numberCombo_->clear();
+    RecentDatabase db;
+    if (!OpenRecentStore(db, kPropRecentName)) return;
+    std::vector<RecentRecipient> entries;
+    ListRecentByName(db, &entries);
+    // Item data is the entry's place in the name order; the number list sorts its own way.
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const RecentRecipient& e = entries[i];
+        nameCombo_->AddEntry(ToQString(FormatRecentItem(e.name, e.number)), static_cast<int>(i));
+        numberCombo_->AddEntry(ToQString(FormatRecentItem(e.number, e.name)), static_cast<int>(i));
+    }
+}
+
+// --- the counter -------------------------------------------------------------------------
+
+void MessageDialog::UpdateCounter() {
+    // Putting a cut text back changes the field again; that second pass has nothing to do.
+    if (readOnly_ || text_ == nullptr || inCounter_) return;
+    inCounter_ = true;
+
+    TextBuffer typed = text_->WindowText();
+    const std::size_t before = typed.Length();
+    const int firstLine = text_->verticalScrollBar()->value();
+    const QTextCursor cursor = text_->textCursor();
+    const int anchor = cursor.anchor();
+    const int position = cursor.position();
+
+    TextBuffer counted;
+    const unsigned count = CountedText(counted, typed);
+    if (typed.Length() != before) {
+        // What went beyond the 160th character is dropped, and the user keeps their place.
+        text_->SetWindowText(typed.Text());
+        QTextCursor restored = text_->textCursor();
+        const int end = restored.document()->characterCount() - 1;
+        restored.setPosition(qMin(anchor, end));
+        restored.setPosition(qMin(position, end), QTextCursor::KeepAnchor);
+        text_->setTextCursor(restored);
+        text_->verticalScrollBar()->setValue(firstLine);
+    }
+    // A line break takes two characters in the field but counts as one, so the limit leaves
+    // room for twice the characters that are still free.
+    text_->SetTextLimit(static_cast<int>(typed.Length()) - 2 * static_cast<int>(count) +
+                        2 * static_cast<int>(kMaxChars));
+    TextBuffer shown;
+    shown.Format(kDateLineLimit, u"%lu/%lu", static_cast<unsigned long>(count),
+                 static_cast<unsigned long>(kMaxChars));
+    counter_->setText(ToQString(shown));
+
+    inCounter_ = false;
+}
+
+// --- commands ----------------------------------------------------------------------------
+
+bool MessageDialog::OnCommand(int id, int notifyCode) {
+    if (IsEditCommand(id)) {
+        QWidget* field = editTarget_ != nullptr ? editTarget_->Field() : nullptr;
+        ApplyEditCommand(field != nullptr ? field : text_, id);
+        return true;
+    }
+    switch (id) {
+        case kIdSend:
+            if (!readOnly_) Send();
+            return true;
+        case kIdOutbox:
+            if (!readOnly_) SaveTo(kFolderOutbox);
+            return true;
+        case kIdDraft:
+            if (!readOnly_) SaveTo(kFolderDraft);
+            return true;
+        case IDOK:
+            if (readOnly_) {
+                EndDialog(IDCANCEL);
+            } else {
+                EndDialog(CollectFields() == Collected::kEmpty ? IDCANCEL : IDOK);
+            }
+            return true;
+        case IDCANCEL:
+            EndDialog(IDCANCEL);
+            return true;
+        case kIdReply:
+            if (readOnly_) Reply(true);
+            return true;
+        case kIdForward:
+            if (readOnly_) Reply(false);
+            return true;
+        case kIdDelete:
+            if (readOnly_) Delete();
+            return true;
+        case kIdName:
+            if (!readOnly_) PickContact();
+            return true;
+        case kCmdConnection:
+            RunConnectionDialog();
+            return true;
+        case kCmdPreferences:
+            RunPreferencesDialog();
+            return true;
+        default:
+            return DialogBase::OnCommand(id, notifyCode);
+    }
+}
+
+bool MessageDialog::OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t) {
+    if (message != kMsgSplitChosen && message != kMsgSplitAbandoned) return false;
+    if (!readOnly_) SplitRecent(static_cast<int>(wParam), message == kMsgSplitChosen);
+    return true;
+}
+
+void MessageDialog::SplitRecent(int comboId, bool chosen) {
+    RecentComboBox* combo = comboId == kIdNumberCombo ? numberCombo_ : nameCombo_;
+    RecentRecipient entry;
+    // A number entry reads "number (name)" and splits at the first " ("; a name entry reads
+    // "name (number)" and splits at the last, so that a name may itself hold " (".
+    if (combo == numberCombo_) {
+        ParseNumberItem(entry, combo->currentText().toStdU16String());
+    } else {
+        ParseNameItem(entry, combo->currentText().toStdU16String());
+    }
+    if (chosen || combo == nameCombo_) nameCombo_->setEditText(ToQString(entry.name));
+    if (chosen || combo == numberCombo_) numberCombo_->setEditText(ToQString(entry.number));
+}
+
+MessageDialog::Collected MessageDialog::CollectFields() {
+    TextBuffer number = FromQString(numberCombo_->currentText());
+    NormalizePhoneNumber(number);
+    message_.name = nameCombo_->currentText().toStdU16String();
+    message_.number = number.ToU16();
+    message_.text = text_->WindowText().ToU16();
+    // Only a plainly checked box asks for Flash; the other flags stay as they are.
+    if (flash_->checkState() == Qt::Checked) {
+        message_.flags |= kFlagFlash;
+    } else {
+        message_.flags &= ~kFlagFlash;
+    }
+    if (message_.name.empty() && message_.number.empty() && message_.text.empty()) {
+        return Collected::kEmpty;
+    }
+    if (!message_.number.empty()) {
+        // A store that cannot be opened only means the recipient is not remembered.
+        RecentDatabase db;
+        if (OpenRecentStore(db, kPropRecentLastUsed)) {
+            RecentRecipient entry;
+            entry.name = message_.name;
+            entry.number = message_.number;
+            AddRecent(db, entry);
+        }
+    }
+    return Collected::kFilled;
+}
+
+void MessageDialog::SaveTo(FolderId folder) {
+    message_.folder = folder;
+    if (CollectFields() == Collected::kEmpty) {
+        EndDialog(IDCANCEL);
+        return;
+    }
+    // A draft may lack anything; the Outbox only takes what can be sent.
+    if (folder == kFolderOutbox && (message_.number.empty() || message_.text.empty())) return;
+    EndDialog(IDOK);
+}
+
+void MessageDialog::Send() {
+    message_.folder = kFolderSent;
+    if (CollectFields() == Collected::kEmpty) {
+        EndDialog(IDCANCEL);
+        return;
+    }
+    if (message_.number.empty() || message_.text.empty()) return;
+    // The transfer may have changed the message (its folder, its time); the caller stores it
+    // as it comes back. A failed or cancelled send leaves the dialog open.
+    if (RunSendTransfer() != IDCANCEL) EndDialog(IDOK);
+}
+
+int MessageDialog::RunSendTransfer() {
+    if (!sendRunner_) return IDCANCEL;
+    return sendRunner_(message_, this);
+}
+
+void MessageDialog::Reply(bool reply) {
+    if (reply) {
+        MakeReply(message_);
+    } else {
+        MakeForward(message_);
+    }
+    FillFields();
+    if (reply) {
+        text_->setFocus();
+    } else {
+        nameCombo_->setFocus();
+    }
+}
+
+void MessageDialog::Delete() {
+    if (ShowMessageBox(this, LoadString(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
+        return;
+    }
+    DeleteStoredMessage(message_);
+    EndDialog(IDCANCEL);
+}
+
+void MessageDialog::PickContact() {
+    std::u16string name;
+    std::u16string phone;
+    if (RunContactPicker(&name, &phone) == IDOK) {
+        // A picked number always gets a "+" in front, even one stored in national form.
+        TextBuffer number = TextBuffer::FromU16(u"+" + phone);
+        NormalizePhoneNumber(number);
+        nameCombo_->setEditText(ToQString(name));
+        numberCombo_->setEditText(ToQString(number));
+    }
+    text_->setFocus();
+}
+
+// --- the screens opened over the dialog --------------------------------------------------
+
+int MessageDialog::RunContactPicker(std::u16string* name, std::u16string* phone) {
+    return RunContactPickerPage(this, name, phone);
+}
+
+void MessageDialog::RunConnectionDialog() {
+    ConnectionDialog dialog;
+    dialog.RunPage(this);
+}
+
+void MessageDialog::RunPreferencesDialog() {
+    PreferencesDialog dialog;
+    dialog.RunPage(this);
+}

@@ -1,0 +1,153 @@
+// The compose and read dialog (template 110): the one window in which the user reads a stored
+// message and writes a new one.
+//
+// The folder of the message decides the mode: Outbox and Draft open in compose mode (a new
+// message is a Draft, so "New" always composes), every other folder in read mode. Reply and
+// Forward turn a read-mode dialog into a compose-mode one in place. The dialog works on the
+// caller's message and writes the store itself only to mark an opened Inbox message read and
+// to delete a message; otherwise it ends with IDOK when the caller is to store the message (in
+// the folder the message names by then) and IDCANCEL when nothing is to be stored.
+#pragma once
+
+#include <QString>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "common/sms_message.h"
+#include "framework/text_buffer.h"
+#include "framework/ui/dialog_base.h"
+#include "store/message_store.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class EditTarget;
+class MessageTextEdit;
+class RecentComboBox;
+
+class MessageDialog : public DialogBase {
+    Q_OBJECT
+  public:
+    static constexpr int kTemplateId = 110;
+    static constexpr int kMenuBarId = 400;
+    // Controls.
+    static constexpr int kIdName = 40074;            // button: pick a contact
+    static constexpr int kIdNameCombo = 1008;        // compose: recipient name
+    static constexpr int kIdNameLabel = 1012;        // read: "Name:"
+    static constexpr int kIdNameField = 1038;        // read: sender or recipient name
+    static constexpr int kIdNumberLabel = 1013;      // both: "Number:"
+    static constexpr int kIdNumberCombo = 1010;      // compose: recipient number
+    static constexpr int kIdNumberField = 1037;      // read: number
+    static constexpr int kIdText = 1004;             // the message text
+    static constexpr int kIdFlash = 1007;            // compose: "Flash SMS"
+    static constexpr int kIdCounter = 1015;          // compose: "n/160"
+    static constexpr int kIdDateLine = 1032;         // read: "Received: date time"
+    static constexpr int kIdReply = 40069;
+    static constexpr int kIdForward = 40070;
+    static constexpr int kIdDelete = 40068;
+    static constexpr int kIdSend = 40034;
+    static constexpr int kIdOutbox = 1002;
+    static constexpr int kIdDraft = 1003;
+    // Menu commands.
+    static constexpr int kCmdOptionsMenu = 40004;
+    static constexpr int kCmdConnection = 40065;
+    static constexpr int kCmdPreferences = 40066;
+    // Messages the dialog posts to itself when a recent recipient was chosen from a list
+    // (wParam: the combo box's identifier, lParam: the combo box) or the list was left.
+    static constexpr std::uint32_t kMsgSplitChosen = 0x8001;
+    static constexpr std::uint32_t kMsgSplitAbandoned = 0x8002;
+    // The fixed length of one message and the limit of the date line.
+    static constexpr unsigned kMaxChars = 160;
+    static constexpr std::size_t kDateLineLimit = 80;
+
+    // Sends one message now: runs the transfer (normally the progress dialog of a send-only
+    // transfer) over `owner` and returns its result, IDOK when the message was sent.
+    using SendRunner = std::function<int(SmsMessage& message, QWidget* owner)>;
+
+    // `message` is the caller's and must outlive the dialog; the dialog changes it in place.
+    explicit MessageDialog(SmsMessage& message, QWidget* parent = nullptr);
+    ~MessageDialog() override;
+
+    // The transfer behind Send. The progress dialog belongs to the shell, which links this
+    // library, so the shell hands the dialog a runner instead of this library calling it.
+    // Without a runner Send does not send and the dialog stays open.
+    void SetSendRunner(SendRunner runner) { sendRunner_ = std::move(runner); }
+
+    SmsMessage& Message() { return message_; }
+    bool IsReadOnly() const { return readOnly_; }
+    // 1 in read mode, 0 in compose mode: whether the on-screen keyboard is wanted lowered.
+    int InputPanelPreference() const { return inputPanelPreference_; }
+
+    MessageTextEdit* TextEdit() const { return text_; }
+    RecentComboBox* NameCombo() const { return nameCombo_; }
+    RecentComboBox* NumberCombo() const { return numberCombo_; }
+    QLabel* Counter() const { return counter_; }
+    QLabel* DateLine() const { return dateLine_; }
+
+    // Counts the text and cuts it at 160 characters, then sets the edit's limit and the
+    // counter. Runs on every change of the text; nothing happens in read mode.
+    void UpdateCounter();
+
+    QSize sizeHint() const override;
+
+  protected:
+    bool OnInitDialog() override;
+    MenuBarDef MenuBarDefinition() const override;
+    void Layout(int w, int h) override;
+    bool OnCommand(int id, int notifyCode) override;
+    bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
+
+    // The screens the dialog opens over itself. The picker returns IDOK with the contact's
+    // name and its phone number as the contact holds it.
+    virtual int RunContactPicker(std::u16string* name, std::u16string* phone);
+    virtual void RunConnectionDialog();
+    virtual void RunPreferencesDialog();
+    // Runs the transfer of the message (through the runner); IDCANCEL without one.
+    virtual int RunSendTransfer();
+
+  private:
+    enum class Collected { kEmpty, kFilled };
+
+    void CreateControls();
+    void FillFields();
+    void FillRecentLists();
+    QString DateLineText() const;
+    void ShowMode();
+    Collected CollectFields();
+    void SaveTo(FolderId folder);
+    void Send();
+    void Reply(bool reply);
+    void Delete();
+    void PickContact();
+    void SplitRecent(int comboId, bool chosen);
+    void MarkReadOnOpening();
+
+    SmsMessage& message_;
+    bool readOnly_ = true;
+    int inputPanelPreference_ = 1;
+    bool inCounter_ = false;
+    SendRunner sendRunner_;
+
+    QPushButton* nameButton_ = nullptr;
+    RecentComboBox* nameCombo_ = nullptr;
+    QLabel* nameLabel_ = nullptr;
+    QLineEdit* nameField_ = nullptr;
+    QLabel* numberLabel_ = nullptr;
+    RecentComboBox* numberCombo_ = nullptr;
+    QLineEdit* numberField_ = nullptr;
+    MessageTextEdit* text_ = nullptr;
+    QCheckBox* flash_ = nullptr;
+    QLabel* counter_ = nullptr;
+    QLabel* dateLine_ = nullptr;
+    QPushButton* reply_ = nullptr;
+    QPushButton* forward_ = nullptr;
+    QPushButton* delete_ = nullptr;
+    QPushButton* ok_ = nullptr;
+    QPushButton* send_ = nullptr;
+    QPushButton* outbox_ = nullptr;
+    QPushButton* draft_ = nullptr;
+    QPushButton* cancel_ = nullptr;
+    EditTarget* editTarget_ = nullptr;
+};
