@@ -16,6 +16,10 @@ packages=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   # end-to-end tests: pseudo-terminals, a virtual X server, screenshots, fonts
   socat xvfb xauth x11-apps imagemagick fonts-dejavu-core fonts-liberation
+  # the Debian package and its test: building it (dpkg-deb, dpkg-shlibdeps for the library
+  # dependencies), checking the desktop entry and the metainfo, reading the man pages,
+  # opening an sms: link as the desktop would, and finding the program's window
+  dpkg-dev fakeroot desktop-file-utils appstream man-db xdg-utils x11-utils
 )
 
 missing=()
