@@ -188,16 +188,19 @@ std::vector<std::string> SimArgs(bool paced) {
     return args;
 }
 
-void Report(benchmark::State& state, double wall, double cpu, std::uint64_t bytes,
+void Report(benchmark::State& state, bool paced, double wall, double cpu, std::uint64_t bytes,
             std::size_t commands) {
     state.counters["wall_s"] = wall;
     state.counters["cpu_s"] = cpu;
     state.counters["commands"] = static_cast<double>(commands);
-    // Without a byte count (the pseudo-terminal run on its own) there is no floor to compare.
-    if (bytes != 0) {
+    state.counters["wire_bytes"] = static_cast<double>(bytes);
+    // An unpaced line has no floor but the drains; without a byte count (the pseudo-terminal
+    // run on its own) there is nothing to compare.
+    if (!paced) {
+        state.counters["drains_s"] = static_cast<double>(commands) * kDrainSeconds;
+    } else if (bytes != 0) {
         const double floor = static_cast<double>(bytes) / kBytesPerSecond +
                              static_cast<double>(commands) * kDrainSeconds;
-        state.counters["wire_bytes"] = static_cast<double>(bytes);
         state.counters["floor_s"] = floor;
         state.counters["ratio"] = wall / floor;
         const double fifoFloor = floor - static_cast<double>(commands) * 2 * kFifoSeconds;
@@ -237,7 +240,7 @@ void BM_SendAndGetOverTcp(benchmark::State& state) {
             return;
         }
         if (paced) g_pacedBytes = relay.Bytes();
-        Report(state, wall, cpu, relay.Bytes(), sim.Log().size());
+        Report(state, paced, wall, cpu, relay.Bytes(), sim.Log().size());
         state.ResumeTiming();
     }
 }
@@ -268,7 +271,7 @@ void BM_SendAndGetOverAPseudoTerminal(benchmark::State& state) {
             state.SkipWithError("the transfer failed");
             return;
         }
-        Report(state, wall, cpu, g_pacedBytes, sim.Log().size());
+        Report(state, true, wall, cpu, g_pacedBytes, sim.Log().size());
         state.ResumeTiming();
     }
 }
