@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -471,4 +472,72 @@ TEST_F(TransferSessionTest, CancelInEachPhaseEndsWithFive) {
         EXPECT_EQ(outbox.size() + sent.size(), 1u);  // the message is in exactly one place
         EXPECT_LE(Folder(kFolderInbox).size(), 1u);
     }
+}
+
+// Messages that reach the Outbox during a run are not all sent by it: the run sends at most one
+// more than it counted at the start, then ends without fetching (and without success).
+TEST_F(TransferSessionTest, TheRunSendsAtMostOneMessageMoreThanItCounted) {
+    // A slow line: the first PDU takes about 0.3 s to arrive, time enough to add messages.
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent", "--baud", "1200"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Hello");
+    TransferSession session;
+    RunLog run = RunTransfer(session, [&] {
+        ASSERT_TRUE(sim.WaitForLog("AT+CMGS=17"));
+        for (int i = 0; i < 3; ++i) AddOutbox(u"+4930123456", u"Hello");
+    });
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Count(kNotifySending), 2);
+    EXPECT_FALSE(run.Has(kNotifySuccess));
+    EXPECT_EQ(run.Sequence().find(std::to_string(kStatusReceiving)), std::string::npos);
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=17"), 2);
+    EXPECT_EQ(Folder(kFolderSent).size(), 2u);
+    EXPECT_EQ(Folder(kFolderOutbox).size(), 2u);
+}
+
+TEST_F(TransferSessionTest, CancelBeforeAnyInputOrOutputEndsWithFive) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "ME:+4930222222:Stays"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Hello");
+    TransferSession session;
+    RunLog run = RunTransfer(session, [&] { session.Cancel(); });
+    EXPECT_EQ(run.result, kErrCancelled);
+    EXPECT_FALSE(run.Has(kNotifySuccess));
+    EXPECT_EQ(run.notes.back().message, kNotifyThreadEnded);
+    EXPECT_EQ(run.Count(kNotifyThreadEnded), 1);
+    EXPECT_EQ(Folder(kFolderOutbox).size() + Folder(kFolderSent).size(), 1u);
+    EXPECT_LE(Folder(kFolderInbox).size(), 1u);
+}
+
+// Sent copies (SMS-SUBMIT) and status reports kept by the phone are neither stored, counted nor
+// deleted; only the received message is.
+TEST_F(TransferSessionTest, SubmitsAndStatusReportsOnThePhoneAreLeftAlone) {
+    const std::string file = (root_ / "phone.txt").string();
+    {
+        std::ofstream out(file);
+        out << "ME|3|+4930123456|2003-11-15 09:30:05|+04|A sent copy\n"
+               "ME|2|+4930123456|2003-11-15 09:31:05|+04|An unsent draft\n"
+               // SMS-STATUS-REPORT: first octet 06, reference 01, recipient +4930123456, the
+               // centre's time stamp, the discharge time and status 00 (delivered).
+               "ME|0|PDU:0006010A91940321436530115190035040301151900351400" "0|24\n"
+               "ME|0|+4930999999|2003-11-15 09:32:05|+04|The only message\n";
+    }
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--messages", file});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim, /*delMsg=*/true);
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Count(kNotifyReceived), 1);
+    const auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(inbox.size(), 1u);
+    EXPECT_EQ(inbox[0].text, u"The only message");
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGD=4"), 1);
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const std::string& l) { return l.rfind("AT+CMGD=", 0) == 0; }),
+              1);
+    EXPECT_EQ(sim.StoredIn("ME"), 3);
 }
