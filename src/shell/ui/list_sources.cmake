@@ -7,3 +7,7 @@ list(APPEND SHELL_LIST_SOURCES
   message_row_delegate.cpp
   message_list_view.cpp
 )
+
+# The list opens the compose and read dialog and the contact picker; linked once the shell's
+# library exists, at the end of this folder.
+cmake_language(DEFER CALL target_link_libraries velkan_shell_ui PUBLIC velkan_compose_ui)

@@ -18,6 +18,8 @@
 #include "framework/ui/app_event.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/ui_fonts.h"
+#include "message_ui/ui/contact_picker_dialog.h"
+#include "message_ui/ui/message_dialog.h"
 #include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
@@ -569,16 +571,20 @@ void MessageListView::Transfer() {
 // --- the screens the list opens ----------------------------------------------------------
 
 int MessageListView::RunMessageDialog(SmsMessage& message) {
-    // The compose and read dialog is not part of the program yet: nothing is opened.
-    (void)message;
-    return IDCANCEL;
+    MessageDialog dialog(message);
+    // The dialog's Send runs a send-only transfer of its message through the same progress
+    // dialog as the list's own transfers.
+    dialog.SetSendRunner([this](SmsMessage& toSend, QWidget* owner) {
+        std::unique_ptr<ProgressDialog> progress = CreateProgressDialog();
+        if (progress == nullptr) return IDCANCEL;
+        progress->Session().SetSingleMessage(&toSend);
+        return RunTransfer(*progress, owner);
+    });
+    return dialog.RunPage(this);
 }
 
 int MessageListView::RunContactPicker(std::u16string* name, std::u16string* number) {
-    // The contact picker is not part of the program yet: nothing is picked.
-    (void)name;
-    (void)number;
-    return IDCANCEL;
+    return RunContactPickerPage(this, name, number);
 }
 
 void MessageListView::RunConnectionDialog() {
