@@ -10,6 +10,7 @@
 
 #include "framework/ui/app_event.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/dialog_units.h"
@@ -17,6 +18,7 @@
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
+#include "message_ui/ui/resource_text.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
 #include "store/recent_store.h"
@@ -36,23 +38,8 @@ constexpr int kTemplateHeight = 156;
 // field above it takes the extra height.
 constexpr int kTextBottom = 83;
 
-QString LoadString(unsigned id) {
-    TextBuffer t;
-    t.LoadResourceString(id);
-    return QString::fromUtf16(t.Text());
-}
-
 QString ToQString(const TextBuffer& text) { return QString::fromUtf16(text.Text()); }
 QString ToQString(const std::u16string& text) { return QString::fromStdU16String(text); }
-
-TextBuffer FromQString(const QString& text) {
-    TextBuffer out;
-    if (!text.isEmpty()) {
-        out.Assign(reinterpret_cast<const char16_t*>(text.utf16()),
-                   static_cast<std::size_t>(text.size()));
-    }
-    return out;
-}
 
 // Read-only fields look like ordinary white fields, not greyed.
 void PaintWhite(QWidget* field) {
@@ -87,7 +74,7 @@ QSize MessageDialog::sizeHint() const {
 MenuBarDef MessageDialog::MenuBarDefinition() const {
     return {EditMenuEntry(),
             {kCmdOptionsMenu,
-             LoadString(kStringOptions),
+             ResourceText(kStringOptions),
              {{kCmdConnection, QStringLiteral("Connection")},
               {kCmdPreferences, QStringLiteral("Preferences")}}}};
 }
@@ -409,7 +396,7 @@ void MessageDialog::SplitRecent(int comboId, bool chosen) {
 }
 
 MessageDialog::Collected MessageDialog::CollectFields() {
-    TextBuffer number = FromQString(numberCombo_->currentText());
+    TextBuffer number = GetWindowText(numberCombo_);
     NormalizePhoneNumber(number);
     message_.name = nameCombo_->currentText().toStdU16String();
     message_.number = number.ToU16();
@@ -479,7 +466,7 @@ void MessageDialog::Reply(bool reply) {
 }
 
 void MessageDialog::Delete() {
-    if (ShowMessageBox(this, LoadString(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
+    if (ShowMessageBox(this, ResourceText(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
         return;
     }
     DeleteStoredMessage(message_);

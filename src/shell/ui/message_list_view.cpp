@@ -20,6 +20,7 @@
 #include "framework/ui/ui_fonts.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
+#include "message_ui/ui/resource_text.h"
 #include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
@@ -50,12 +51,6 @@ constexpr int kListTop = 26;
 constexpr int kButtonTop = 2;
 constexpr int kButtonBottom = 22;
 constexpr int kEdge = 2;
-
-QString LoadString(unsigned id) {
-    TextBuffer t;
-    t.LoadResourceString(id);
-    return QString::fromUtf16(t.Text());
-}
 
 }  // namespace
 
@@ -246,7 +241,7 @@ bool MessageListView::OnInitDialog() {
     combo_->setObjectName(QString::number(kFolderComboId));
     combo_->setFont(GetUiFont(UiFont::SmallBold));
     for (const FolderEntry& entry : kFolderEntries) {
-        combo_->addItem(LoadString(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
+        combo_->addItem(ResourceText(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
     }
     const QRect comboRect = TemplateRect(27, 3, 44, 84);
     combo_->setGeometry(comboRect.left(), comboRect.top(), comboRect.width(),
@@ -300,15 +295,15 @@ bool MessageListView::OnInitDialog() {
 
 MenuBarDef MessageListView::MenuBarDefinition() const {
     return {
-        {kCmdNew, LoadString(kStringNew), {}},
+        {kCmdNew, ResourceText(kStringNew), {}},
         {kCmdSmsMenu,
-         LoadString(kStringSms),
+         ResourceText(kStringSms),
          {{kCmdDelete, QStringLiteral("Delete")},
           {0, {}},
           {kCmdReply, QStringLiteral("Reply")},
           {kCmdForward, QStringLiteral("Forward")}}},
         {kCmdOptionsMenu,
-         LoadString(kStringOptions),
+         ResourceText(kStringOptions),
          {{kCmdExit, QStringLiteral("Exit")},
           {0, {}},
           {kCmdAbout, QStringLiteral("About")},
@@ -536,7 +531,7 @@ void MessageListView::ReplyOrForward(bool reply) {
 void MessageListView::DeleteSelected() {
     const std::vector<int> rows = SelectedRows();
     if (rows.empty()) return;
-    if (ShowMessageBox(this, LoadString(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
+    if (ShowMessageBox(this, ResourceText(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
         return;
     }
     list_->setUpdatesEnabled(false);

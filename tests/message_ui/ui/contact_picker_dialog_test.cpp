@@ -11,6 +11,7 @@
 #include <QTreeView>
 #include <QtTest>
 #include <functional>
+#include <memory>
 
 #include "framework/ui/ui_fonts.h"
 
@@ -67,11 +68,16 @@ class ContactPickerDialogTest : public QObject {
   private slots:
     void initTestCase() { CreateUiFonts(); }
 
+    // Each test starts with a contacts folder holding kCards.
+    void init() {
+        people_ = std::make_unique<QTemporaryDir>();
+        QVERIFY(people_->isValid());
+        WriteFile(people_->filePath("people.vcf"), kCards);
+    }
+
     void listsOnlyContactsWithAMobileNumber() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        RunAndAct(picker, dir.path(), [&] {
+        RunAndAct(picker, People(), [&] {
             QCOMPARE(picker.ContactCount(), 2);
             QCOMPARE(picker.List()->model()->rowCount(), 2);
             QStringList names;
@@ -83,10 +89,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void hasTitleColumnsAndControls() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        RunAndAct(picker, dir.path(), [&] {
+        RunAndAct(picker, People(), [&] {
             QCOMPARE(picker.windowTitle(), QStringLiteral("Select a contact"));
             auto* caption = picker.ControlAs<QLabel>(kIdcCaption);
             QVERIFY(caption != nullptr);
@@ -113,10 +117,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void cellsAreReadWhenAskedFor() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactDirectory directory;
-        QCOMPARE(directory.Load(dir.path().toStdString()), std::size_t{2});
+        QCOMPARE(directory.Load(People().toStdString()), std::size_t{2});
         ContactListModel model(&directory);
         QCOMPARE(model.rowCount(), 2);
         QCOMPARE(model.Decodings(), 0);
@@ -129,10 +131,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void openingReadsOnlyTheCount() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         OpenablePicker picker;
-        picker.SetContactsFolder(dir.path().toStdString());
+        picker.SetContactsFolder(People().toStdString());
         QVERIFY(picker.Open());
         QCOMPARE(picker.List()->model()->rowCount(), 2);
         QCOMPARE(picker.Model()->Decodings(), 0);
@@ -140,10 +140,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void okTakesTheSelectedContact() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        QCOMPARE(RunAndAct(picker, dir.path(),
+        QCOMPARE(RunAndAct(picker, People(),
                            [&] {
                                SelectRow(picker, 1);
                                picker.SendCommand(IDOK);
@@ -154,10 +152,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void okWithoutSelectionEndsWithCancel() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        QCOMPARE(RunAndAct(picker, dir.path(),
+        QCOMPARE(RunAndAct(picker, People(),
                            [&] {
                                picker.List()->clearSelection();
                                picker.SendCommand(IDOK);
@@ -191,10 +187,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void returnOnASelectedContactIsOk() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        QCOMPARE(RunAndAct(picker, dir.path(),
+        QCOMPARE(RunAndAct(picker, People(),
                            [&] {
                                SelectRow(picker, 0);
                                QTest::keyClick(picker.List(), Qt::Key_Return);
@@ -205,10 +199,8 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void doubleClickIsOk() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        QCOMPARE(RunAndAct(picker, dir.path(),
+        QCOMPARE(RunAndAct(picker, People(),
                            [&] {
                                QTreeView* list = picker.List();
                                const QModelIndex index = list->model()->index(1, 1);
@@ -220,16 +212,19 @@ class ContactPickerDialogTest : public QObject {
     }
 
     void cancelEndsWithCancel() {
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("people.vcf"), kCards);
         ContactPickerDialog picker;
-        QCOMPARE(RunAndAct(picker, dir.path(),
+        QCOMPARE(RunAndAct(picker, People(),
                            [&] {
                                SelectRow(picker, 0);
                                picker.SendCommand(IDCANCEL);
                            }),
                  IDCANCEL);
     }
+
+  private:
+    QString People() const { return people_->path(); }
+
+    std::unique_ptr<QTemporaryDir> people_;
 };
 
 QTEST_MAIN(ContactPickerDialogTest)

@@ -3,12 +3,17 @@
 // filled, its Send runs a send-only transfer through the list's progress dialog, and an opened
 // message is shown in read mode.
 #include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTreeView>
 #include <QTimer>
 #include <QtTest>
 #include <functional>
 #include <memory>
 
 #include "list_test_support.h"
+#include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
@@ -26,9 +31,8 @@ constexpr int kStillOpen = 99;
 
 // The list as the program runs it, except that the command line and the transfer are the
 // test's.
-class WiredList : public MessageListView {
+class WiredList : public ShownHook<MessageListView> {
   public:
-    std::function<void()> onShown;
     bool commandLine = false;
     bool commandLineFromFrame = false;
     std::u16string commandNumber, commandName;
@@ -53,40 +57,30 @@ class WiredList : public MessageListView {
     std::unique_ptr<ProgressDialog> CreateProgressDialog() override {
         return progressFactory ? progressFactory() : nullptr;
     }
-    void showEvent(QShowEvent* e) override {
-        MessageListView::showEvent(e);
-        if (onShown) {
-            auto f = std::move(onShown);
-            onShown = nullptr;
-            QTimer::singleShot(0, this, f);
-        }
-    }
 };
 
 int RunList(WiredList& list, const std::function<void()>& body) {
-    list.onShown = [&list, body] {
-        body();
-        if (list.IsRunning()) list.EndDialog(IDOK);
-    };
-    return list.RunPage(nullptr);
+    return RunPageWith<MessageListView>(list, body);
 }
 
-MessageDialog* OpenMessageDialog() {
+// The running, visible dialog of kind `Dialog`, or null.
+template <typename Dialog>
+Dialog* OpenDialog() {
     for (QWidget* w : QApplication::allWidgets()) {
-        auto* d = qobject_cast<MessageDialog*>(w);
+        auto* d = qobject_cast<Dialog*>(w);
         if (d != nullptr && d->IsRunning() && d->isVisible()) return d;
     }
     return nullptr;
 }
 
-// Calls `action` with the compose and read dialog once it runs (it spins its own loop). A
-// dialog that `action` leaves open is cancelled, so a test never hangs on it.
-void WhenDialogOpen(QObject* context, std::function<void(MessageDialog*)> action,
-                    bool* seen) {
+// Calls `action` with the dialog once it runs (it spins its own loop). A dialog that `action`
+// leaves open is cancelled, so a test never hangs on it.
+template <typename Dialog = MessageDialog, typename Action>
+void WhenDialogOpen(QObject* context, Action action, bool* seen) {
     auto* timer = new QTimer(context);
     timer->setInterval(5);
     QObject::connect(timer, &QTimer::timeout, context, [timer, action, seen] {
-        MessageDialog* d = OpenMessageDialog();
+        Dialog* d = OpenDialog<Dialog>();
         if (d == nullptr) return;
         timer->stop();
         timer->deleteLater();
@@ -237,6 +231,41 @@ class ComposeWiringTest : public QObject {
         QVERIFY(stillOpen);
         QCOMPARE(boxes.boxes.size(), std::size_t{1});
         QCOMPARE(CountInFolder(kFolderSent), 0u);
+    }
+
+    void pickedContactOpensComposeToIt() {
+        QTemporaryDir contacts;
+        {
+            QFile card(contacts.filePath(QStringLiteral("ann.vcf")));
+            QVERIFY(card.open(QIODevice::WriteOnly));
+            card.write("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann Lee\r\n"
+                       "TEL;TYPE=CELL:+44 77 12\r\nEND:VCARD\r\n");
+        }
+        {
+            RegistryKey key;
+            QVERIFY(OpenSettings(key));
+            key.WriteString(kValueContacts, contacts.path().toStdU16String());
+        }
+        WiredList list;
+        bool pickerSeen = false, dialogSeen = false;
+        QString name, number;
+        RunList(list, [&] {
+            WhenDialogOpen<ContactPickerDialog>(&list, [&](ContactPickerDialog* picker) {
+                // The dialog follows the picker; watch for it before the picker ends.
+                WhenDialogOpen(&list, [&](MessageDialog* d) {
+                    name = d->NameCombo()->currentText();
+                    number = d->NumberCombo()->currentText();
+                }, &dialogSeen);
+                picker->List()->setCurrentIndex(picker->List()->model()->index(0, 0));
+                picker->SendCommand(IDOK);
+            }, &pickerSeen);
+            list.SendCommand(MessageListView::kCmdPickContact);
+        });
+        QVERIFY(pickerSeen);
+        QVERIFY(dialogSeen);
+        QCOMPARE(name, QStringLiteral("Ann Lee"));
+        // The list passes the number on as the contact holds it.
+        QCOMPARE(number, QStringLiteral("+44 77 12"));
     }
 
     void openedMessageIsShownInReadModeAndMarkedRead() {

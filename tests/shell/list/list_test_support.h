@@ -6,7 +6,9 @@
 #include <QByteArray>
 #include <QLocale>
 #include <QString>
+#include <QShowEvent>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -101,6 +103,33 @@ inline std::uint32_t CountInFolder(FolderId folder) {
     std::uint32_t n = 0;
     if (!OpenMessageStore(db) || !db.CountFolder(folder, &n)) return 0xFFFFFFFFu;
     return n;
+}
+
+// A page that calls `onShown` once, from its event loop, after it was first shown.
+template <typename Page>
+class ShownHook : public Page {
+  public:
+    std::function<void()> onShown;
+
+  protected:
+    void showEvent(QShowEvent* e) override {
+        Page::showEvent(e);
+        if (onShown) {
+            auto f = std::move(onShown);
+            onShown = nullptr;
+            QTimer::singleShot(0, this, f);
+        }
+    }
+};
+
+// Runs `page` as the program's page; `body` acts on it, then the page ends.
+template <typename Page>
+int RunPageWith(ShownHook<Page>& page, const std::function<void()>& body) {
+    page.onShown = [&page, body] {
+        body();
+        if (page.IsRunning()) page.EndDialog(IDOK);
+    };
+    return page.RunPage(nullptr);
 }
 
 class TestFrame : public FrameWindowBase {

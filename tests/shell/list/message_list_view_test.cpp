@@ -35,9 +35,8 @@ struct SeenMessage {
     FileTime time;
 };
 
-class TestList : public MessageListView {
+class TestList : public ShownHook<MessageListView> {
   public:
-    std::function<void()> onShown;
     std::vector<SeenMessage> dialogCalls;
     int dialogResult = IDCANCEL;
     std::function<void(SmsMessage&)> editInDialog;
@@ -72,23 +71,11 @@ class TestList : public MessageListView {
         return true;
     }
     void UpdateContactsAddIn() override { ++addInRuns; }
-    void showEvent(QShowEvent* e) override {
-        MessageListView::showEvent(e);
-        if (onShown) {
-            auto f = std::move(onShown);
-            onShown = nullptr;
-            QTimer::singleShot(0, this, f);
-        }
-    }
 };
 
 // Runs the list as the program's page; `body` acts on it, then the list ends.
 int RunList(TestList& list, const std::function<void()>& body) {
-    list.onShown = [&list, body] {
-        body();
-        if (list.IsRunning()) list.EndDialog(IDOK);
-    };
-    return list.RunPage(nullptr);
+    return RunPageWith<MessageListView>(list, body);
 }
 
 QPoint RowCenter(MessageListControl* list, int row) {

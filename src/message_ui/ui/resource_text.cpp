@@ -1,0 +1,9 @@
+#include "message_ui/ui/resource_text.h"
+
+#include "framework/text_buffer.h"
+
+QString ResourceText(unsigned id) {
+    TextBuffer text;
+    text.LoadResourceString(id);
+    return QString::fromUtf16(text.Text());
+}

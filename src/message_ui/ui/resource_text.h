@@ -1,0 +1,7 @@
+// A string resource as Qt text, for the labels, menus and boxes of the dialogs.
+#pragma once
+
+#include <QString>
+
+// The text of string resource `id`; empty when the table has no such string.
+QString ResourceText(unsigned id);
