@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTextCursor>
+#include <QTimer>
 #include <vector>
 
 #include "framework/ui/app_event.h"
@@ -154,13 +155,12 @@ bool MessageDialog::OnInitDialog() {
     CreateMenuBar(MenuBarDefinition());
     resize(sizeHint());
     FillFields();
-    if (readOnly_) {
-        ok_->setFocus();
-    } else if (!message_.number.empty()) {
-        text_->setFocus();
-    } else {
-        nameCombo_->setFocus();
-    }
+    QWidget* first = readOnly_ ? static_cast<QWidget*>(ok_)
+                     : message_.number.empty() ? static_cast<QWidget*>(nameCombo_)
+                                               : static_cast<QWidget*>(text_);
+    // The runner focuses the dialog itself once it is shown; the control takes the focus
+    // from the dialog's own loop, after that.
+    QTimer::singleShot(0, first, [first] { first->setFocus(); });
     MarkReadOnOpening();
     return true;
 }
@@ -191,11 +191,13 @@ void MessageDialog::Layout(int w, int h) {
         {numberLabel_, 3, 29, 33, 11},   {numberCombo_, 33, 28, 103, 13},
         {numberField_, 32, 42, 98, 12},  {text_, 0, 57, 136, 26},
         {flash_, 2, 94, 46, 10},         {counter_, 90, 95, 46, 8},
-        {dateLine_, 0, 106, 68, 8},      {reply_, 29, 120, 38, 12},
-        {forward_, 62, 122, 38, 12},     {delete_, 104, 121, 32, 12},
-        {ok_, 0, 126, 38, 12},           {send_, 2, 142, 30, 12},
-        {outbox_, 36, 140, 30, 12},      {draft_, 70, 140, 31, 12},
-        {cancel_, 104, 142, 32, 12},
+        {dateLine_, 0, 106, 68, 8},
+        // The buttons of each mode stand in one row, in the order of the template (whose
+        // read-mode buttons overlap one another).
+        {ok_, 0, 122, 32, 12},           {reply_, 35, 122, 32, 12},
+        {forward_, 70, 122, 32, 12},     {delete_, 104, 122, 32, 12},
+        {send_, 2, 141, 30, 12},         {outbox_, 36, 141, 30, 12},
+        {draft_, 70, 141, 31, 12},       {cancel_, 104, 141, 32, 12},
     };
     for (const Placement& p : placements) {
         const QRect r = du.Rect(p.x, p.y, p.w, p.h);

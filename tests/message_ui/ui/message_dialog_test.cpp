@@ -199,6 +199,51 @@ class MessageDialogTest : public QObject {
         });
     }
 
+    // --- focus ---------------------------------------------------------------------------
+
+    void focusOnOpening() {
+        SmsMessage withNumber;
+        withNumber.number = u"+1";
+        TestDialog a(withNumber);
+        RunAndAct(a, [&] { QTRY_COMPARE(QApplication::focusWidget(), a.TextEdit()); });
+
+        SmsMessage empty;
+        TestDialog b(empty);
+        RunAndAct(b, [&] {
+            QTRY_VERIFY(QApplication::focusWidget() != nullptr);
+            QVERIFY(b.NameCombo()->isAncestorOf(QApplication::focusWidget()) ||
+                    QApplication::focusWidget() == b.NameCombo());
+        });
+
+        SmsMessage received =
+            MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog c(received);
+        RunAndAct(c, [&] { QTRY_COMPARE(QApplication::focusWidget(), c.Control(IDOK)); });
+    }
+
+    void focusAfterReplyForwardAndName() {
+        SmsMessage m = MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QTRY_COMPARE(QApplication::focusWidget(), d.Control(IDOK));
+            d.SendCommand(MessageDialog::kIdReply);
+            QTRY_COMPARE(QApplication::focusWidget(), d.TextEdit());
+        });
+        SmsMessage f = MakeMessage(kFolderSent, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog e(f);
+        e.pickerResult = IDCANCEL;
+        RunAndAct(e, [&] {
+            QTRY_COMPARE(QApplication::focusWidget(), e.Control(IDOK));
+            e.SendCommand(MessageDialog::kIdForward);
+            QTRY_VERIFY(QApplication::focusWidget() != e.Control(IDOK));
+            QVERIFY(e.NameCombo()->isAncestorOf(QApplication::focusWidget()) ||
+                    QApplication::focusWidget() == e.NameCombo());
+            // The Name button sends the focus to the text, even when nothing was picked.
+            e.SendCommand(MessageDialog::kIdName);
+            QTRY_COMPARE(QApplication::focusWidget(), e.TextEdit());
+        });
+    }
+
     // --- the counter ---------------------------------------------------------------------
 
     void pasting300CharactersKeeps160() {
