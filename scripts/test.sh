@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test: the default build; the threaded core
-# (worker thread, transfer session, shared message store) under ThreadSanitizer; then every test
-# again under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Installs what is missing, builds, and runs every test: the default build and its Debian
+# package; the threaded core (worker thread, transfer session, shared message store) under
+# ThreadSanitizer; then every test again under AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,6 +15,16 @@ cmake --preset default >/dev/null
 cmake --build --preset default -j "$jobs"
 echo "== default tests"
 ctest --preset default -j "$jobs"
+
+# The Debian package: built from the default tree, installed, checked, started, removed. It
+# installs on this machine, so it runs only where that is allowed (root, or sudo without a
+# password).
+echo "== package"
+if [ "$(id -u)" -eq 0 ] || sudo -n true 2>/dev/null; then
+  scripts/package_test.sh build/default
+else
+  echo "package test skipped: installing a package needs root or sudo without a password"
+fi
 
 # Only the tests whose code shares data between threads; the rest gains nothing from TSan and
 # would double the build time.
