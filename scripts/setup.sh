@@ -15,7 +15,7 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   # end-to-end tests: pseudo-terminals, a virtual X server, screenshots, fonts
-  socat xvfb xauth x11-apps imagemagick fonts-dejavu-core fonts-liberation
+  socat xvfb xauth x11-apps imagemagick xdotool fonts-dejavu-core fonts-liberation
   # the Debian package and its test: building it (dpkg-deb, dpkg-shlibdeps for the library
   # dependencies), checking the desktop entry and the metainfo, reading the man pages,
   # opening an sms: link as the desktop would, and finding the program's window
