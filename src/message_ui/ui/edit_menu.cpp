@@ -35,12 +35,19 @@ bool ApplyEditCommand(QWidget* field, int id) {
     if (!IsEditCommand(id)) return false;
     if (auto* combo = qobject_cast<QComboBox*>(field)) field = combo->lineEdit();
     if (auto* line = qobject_cast<QLineEdit*>(field)) {
+        // A read-only field lets its text be copied and nothing else: QLineEdit's own cut and
+        // paste do not ask whether it is read-only.
+        const bool writable = !line->isReadOnly();
         switch (id) {
-            case kIdEditCut: line->cut(); break;
+            case kIdEditCut:
+                if (writable) line->cut();
+                break;
             case kIdEditCopy: line->copy(); break;
-            case kIdEditPaste: line->paste(); break;
+            case kIdEditPaste:
+                if (writable) line->paste();
+                break;
             case kIdEditClear:
-                if (line->hasSelectedText() && !line->isReadOnly()) line->del();
+                if (line->hasSelectedText() && writable) line->del();
                 break;
             case kIdEditSelectAll: line->selectAll(); break;
             default: break;

@@ -443,6 +443,8 @@ void MessageDialog::Send() {
         return;
     }
     if (message_.number.empty() || message_.text.empty()) return;
+    // (A handheld locks its on-screen keyboard up while the transfer runs; a desktop has no
+    // such panel to hold, so nothing is saved or restored around the transfer here.)
     // The transfer may have changed the message (its folder, its time); the caller stores it
     // as it comes back. A failed or cancelled send leaves the dialog open.
     if (RunSendTransfer() != IDCANCEL) EndDialog(IDOK);

@@ -811,6 +811,28 @@ class MessageDialogTest : public QObject {
         });
     }
 
+    void readOnlyFieldsOnlyCopy() {
+        SmsMessage m = MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            auto* name = d.ControlAs<QLineEdit>(MessageDialog::kIdNameField);
+            QTRY_COMPARE(QApplication::focusWidget(), d.Control(IDOK));
+            name->setFocus();
+            QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget*>(name));
+            QApplication::clipboard()->setText(QStringLiteral("pasted"));
+            d.SendCommand(kIdEditPaste);
+            QCOMPARE(name->text(), QStringLiteral("Ann"));
+            d.SendCommand(kIdEditSelectAll);
+            d.SendCommand(kIdEditCut);
+            QCOMPARE(name->text(), QStringLiteral("Ann"));
+            QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("pasted"));
+            d.SendCommand(kIdEditCopy);
+            QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("Ann"));
+            d.SendCommand(kIdEditClear);
+            QCOMPARE(name->text(), QStringLiteral("Ann"));
+        });
+    }
+
     void layoutFollowsTheSize() {
         SmsMessage m;
         TestDialog d(m);
