@@ -557,20 +557,7 @@ class MessageListViewTest : public QObject {
 
     void theConnectionAndPreferencesDialogsRunAsPagesOverTheList() {
         // The list as the program has it: the settings dialogs are the real ones.
-        class ProgramList : public MessageListView {
-          public:
-            std::function<void()> onShown;
-
-          protected:
-            void showEvent(QShowEvent* e) override {
-                MessageListView::showEvent(e);
-                if (onShown) {
-                    auto f = std::move(onShown);
-                    onShown = nullptr;
-                    QTimer::singleShot(0, this, f);
-                }
-            }
-        } list;
+        ShownHook<MessageListView> list;
         std::vector<int> seen;
         bool listHiddenMeanwhile = true;
         auto endPageWhenShown = [&](int templateId) {
