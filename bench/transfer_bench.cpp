@@ -182,6 +182,16 @@ bool RunSendAndGet() {
     return session.Result() == kErrNone;
 }
 
+// The same, with its wall time and this process's CPU time in seconds.
+bool TimedSendAndGet(double* wall, double* cpu) {
+    const auto start = std::chrono::steady_clock::now();
+    const double cpu0 = CpuSeconds();
+    const bool ok = RunSendAndGet();
+    *cpu = CpuSeconds() - cpu0;
+    *wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return ok;
+}
+
 std::vector<std::string> SimArgs(bool paced) {
     std::vector<std::string> args = {"--no-deliver-sent", "--generate", std::to_string(kOnPhone)};
     if (paced) args.insert(args.end(), {"--baud", "19200"});
@@ -227,12 +237,8 @@ void BM_SendAndGetOverTcp(benchmark::State& state) {
         home.Connect("TCP", relay.Address());
         state.ResumeTiming();
 
-        const auto start = std::chrono::steady_clock::now();
-        const double cpu0 = CpuSeconds();
-        const bool ok = RunSendAndGet();
-        const double cpu = CpuSeconds() - cpu0;
-        const double wall =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        double wall = 0, cpu = 0;
+        const bool ok = TimedSendAndGet(&wall, &cpu);
 
         state.PauseTiming();
         if (!ok) {
@@ -259,12 +265,8 @@ void BM_SendAndGetOverAPseudoTerminal(benchmark::State& state) {
         home.Connect(sim.Address(), "localhost:4000");
         state.ResumeTiming();
 
-        const auto start = std::chrono::steady_clock::now();
-        const double cpu0 = CpuSeconds();
-        const bool ok = RunSendAndGet();
-        const double cpu = CpuSeconds() - cpu0;
-        const double wall =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        double wall = 0, cpu = 0;
+        const bool ok = TimedSendAndGet(&wall, &cpu);
 
         state.PauseTiming();
         if (!ok) {

@@ -110,6 +110,20 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
     return kErrNone;
 }
 
+// Posts a notification that carries no text, when someone follows the run.
+void Notify(TransferSession* session, std::uint32_t message, std::uintptr_t wParam = 0) {
+    if (session->Sink() != nullptr) session->Sink()->Post(message, wParam, 0);
+}
+
+// Announces one message and sends it through the phone; when the phone refuses it, its error
+// becomes the run's result.
+bool SendThroughPhone(TransferSession* session, PhoneSession* phone, SmsMessage& message) {
+    session->PostText(kNotifySending, Detail(message));
+    if (SendMessage(phone, &message)) return true;
+    session->SetResult(phone->lastError);
+    return false;
+}
+
 }  // namespace
 
 void TransferSession::Run() {
@@ -172,13 +186,9 @@ void TransferSession::Run() {
     MessageDatabase store;
     if (singleMessage_ != nullptr) {
         SmsMessage& message = *singleMessage_;
-        if (Sink() != nullptr) Sink()->Post(kNotifySendCount, 1, 0);
+        Notify(this, kNotifySendCount, 1);
         if (!localMode) {
-            PostText(kNotifySending, Detail(message));
-            if (!SendMessage(res.phone, &message)) {
-                result_ = res.phone->lastError;
-                return;
-            }
+            if (!SendThroughPhone(this, res.phone, message)) return;
             message.folder = kFolderSent;
         } else {
             message.folder = kFolderSent;
@@ -195,12 +205,12 @@ void TransferSession::Run() {
                 (void)WriteMessage(store, copy);
             }
         }
-        if (Sink() != nullptr) Sink()->Post(kNotifySuccess, 0, 0);
+        Notify(this, kNotifySuccess);
         return;
     }
 
     if (!OpenMessageStore(store)) {
-        if (Sink() != nullptr) Sink()->Post(kNotifySuccess, 0, 0);
+        Notify(this, kNotifySuccess);
         return;
     }
     std::uint32_t count = 0;
@@ -209,17 +219,13 @@ void TransferSession::Run() {
         if (!store.CountFolder(kFolderOutbox, &count)) count = 0;
     }
     if (count != 0) {
-        if (Sink() != nullptr) Sink()->Post(kNotifySendCount, count, 0);
+        Notify(this, kNotifySendCount, count);
         SmsMessage message;
         store.folderFilter = kFolderOutbox;
         message.folder = kFolderOutbox;
         while (ReadFirst(store, message)) {
             if (!localMode) {
-                PostText(kNotifySending, Detail(message));
-                if (!SendMessage(res.phone, &message)) {
-                    result_ = res.phone->lastError;
-                    return;
-                }
+                if (!SendThroughPhone(this, res.phone, message)) return;
                 message.folder = kFolderSent;
                 message.flags &= ~kFlagUnread;
                 if (!WriteMessage(store, message)) return;
@@ -260,5 +266,5 @@ void TransferSession::Run() {
     // which a phone memory listed after a good SIM does not report: the run still ends as
     // cancelled, and a cancelled run is never a success.
     if (IsCancelled()) return;
-    if (Sink() != nullptr) Sink()->Post(kNotifySuccess, 0, 0);
+    Notify(this, kNotifySuccess);
 }

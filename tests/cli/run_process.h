@@ -16,6 +16,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -131,4 +133,21 @@ inline ProcessResult RunProcess(const std::string& program, const std::vector<st
         result.exitStatus = 128 + WTERMSIG(status);
     }
     return result;
+}
+
+// The lines of a program's output, without their line ends.
+inline std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::stringstream s(text);
+    std::string line;
+    while (std::getline(s, line)) out.push_back(line);
+    return out;
+}
+
+// A whole file as it is on disk; empty when it cannot be read.
+inline std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
 }

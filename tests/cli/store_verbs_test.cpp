@@ -23,21 +23,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::stringstream s(text);
-    std::string line;
-    while (std::getline(s, line)) out.push_back(line);
-    return out;
-}
-
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 FileTime At(std::uint16_t year, std::uint16_t month, std::uint16_t day, std::uint16_t hour,
             std::uint16_t minute, std::uint16_t second) {
     FileTime ft = 0;
