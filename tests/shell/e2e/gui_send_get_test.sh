@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
 # The program end to end, as a person uses it: started on a home of its own against the
-# simulated phone, under a virtual X server; the About page closed with its X, "Send && Get"
-# pressed with the mouse, and the folders read back with `velkan list` once the transfer is over.
+# simulated phone, under a virtual X server and driven with the mouse and keyboard. The About
+# page is closed with its X and "Send && Get" pressed; then "New", a number and a text typed, and
+# "Send" pressed in the compose dialog. The folders are read back with `velkan list`, and what
+# the phone received from its command log.
 #
 #   gui_send_get_test.sh PROGRAM VELKAN PHONE_SIM DEMO_MESSAGES
 #
-# Exits 0 when the Outbox message went to Sent and every message of the phone is in the Inbox;
-# otherwise 1 with a line that says what was wrong.
+# Exits 0 when the Outbox message went to Sent, every message of the phone is in the Inbox, and
+# the message written in the dialog was sent and stored in Sent; otherwise 1 with a line that
+# says what was wrong.
 set -euo pipefail
 
 fail() { echo "gui_send_get_test: FAIL: $*" >&2; exit 1; }
@@ -45,6 +48,19 @@ if [ "${1:-}" = --inside ]; then
     fail "after Send && Get: $(count outbox) in the Outbox, $(count sent) in Sent," \
          "$(count inbox) of $phone_count in the Inbox"
   kill -0 "$pid" 2>/dev/null || fail "the program ended by itself: $(cat "$HOME/program.log")"
+
+  # Write a message and send it: "New" at the bottom left opens the compose dialog in the same
+  # frame; the number field, the text field and "Send" stand where its template puts them.
+  sleep 2  # the progress dialog closes itself 1.5 s after "Success"
+  xdotool mousemove $((X + 22)) $((Y + HEIGHT - 12)) click 1
+  sleep 0.7
+  xdotool mousemove $((X + 220)) $((Y + 61)) click 1
+  xdotool type --delay 10 "+49 30 7654321"
+  xdotool mousemove $((X + 175)) $((Y + 245)) click 1
+  xdotool type --delay 10 "Typed in the window"
+  xdotool mousemove $((X + 43)) $((Y + 518)) click 1
+  sent_from_dialog() { [ "$(count sent)" = 2 ]; }
+  wait_until 300 sent_from_dialog || fail "after Send in the compose dialog: $(count sent) in Sent"
   exit 0
 fi
 
@@ -68,7 +84,8 @@ export XDG_RUNTIME_DIR=$home/runtime QT_QPA_PLATFORM=xcb
 unset VELKAN_DATA_DIR VELKAN_CLOCK_STEP_MS
 
 # The phone on a free port; its first line says which.
-"$sim" --listen 127.0.0.1:0 --no-deliver-sent --messages "$messages" >"$home/sim.out" &
+"$sim" --listen 127.0.0.1:0 --no-deliver-sent --messages "$messages" --log "$home/sim.log" \
+  >"$home/sim.out" &
 sim_pid=$!
 first=
 sim_ready() { first=$(head -n 1 "$home/sim.out" 2>/dev/null); [ -n "$first" ]; }
@@ -85,4 +102,9 @@ xvfb-run -a -s "-screen 0 800x600x24" "$0" --inside "$program" "$velkan" "$phone
 
 [ "$(count outbox)" = 0 ] || fail "the Outbox is not empty"
 "$velkan" list sent --json | grep -q '"text":"From the window"' || fail "the sent message is not in Sent"
-echo "gui_send_get_test: the window sent 1 message and fetched $phone_count"
+"$velkan" list sent --json | grep -q '"number":"+49307654321","text":"Typed in the window"' ||
+  fail "the message written in the dialog is not in Sent: $("$velkan" list sent --json)"
+# Two sends reached the phone: the Outbox message and the one written in the dialog.
+[ "$(grep -c '^AT+CMGS=' "$home/sim.log")" = 2 ] || fail "the phone did not receive two sends"
+grep -q '^AT+CMGL=4$' "$home/sim.log" || fail "the phone was never listed"
+echo "gui_send_get_test: the window sent 2 messages and fetched $phone_count"
