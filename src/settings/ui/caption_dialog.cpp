@@ -32,9 +32,11 @@ void CaptionDialog::FitToText(QWidget* control) {
 void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
     caption_ = AddControl<QLabel>(1019, x, y, w, h);
     caption_->setText(windowTitle());
-    // The caption is drawn in the bold face, which needs its own line height.
+    // The caption is drawn in the bold face, which needs its own line height, and, where the
+    // system substitutes a wider face for the template's, more width than the template gives.
     const QFontMetrics bold(GetUiFont(UiFont::SmallBold));
-    caption_->resize(caption_->width(), qMax(caption_->height(), bold.height()));
+    caption_->resize(qMax(caption_->width(), bold.horizontalAdvance(caption_->text()) + 2),
+                     qMax(caption_->height(), bold.height()));
     ok_ = AddControl<QPushButton>(IDOK, 0, 0, 16, 12);
     ok_->setText(QStringLiteral("OK"));
     cancel_ = AddControl<QPushButton>(IDCANCEL, 0, 0, 16, 12);

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QFontMetrics>
+#include <QLabel>
 #include <QTimer>
 #include <QtTest>
 #include <functional>
@@ -13,6 +15,7 @@
 #include <optional>
 #include <string>
 
+#include "framework/ui/ui_fonts.h"
 #include "settings/registry_key.h"
 #include "settings/settings_key.h"
 #include "settings/ui/caption_dialog.h"
@@ -102,6 +105,15 @@ inline void VerifyCaption(CaptionDialog& dialog) {
     QCOMPARE(ok->geometry().right(), cancel->geometry().left() - 1 - 2);
     QCOMPARE(cancel->y(), 4);
     QCOMPARE(ok->y(), 4);
+    // The whole text fits in the bold face it is drawn in, and stops before the buttons.
+    auto* label = qobject_cast<QLabel*>(caption);
+    QVERIFY(label != nullptr);
+    const QFontMetrics bold(GetUiFont(UiFont::SmallBold));
+    QVERIFY2(caption->width() >= bold.horizontalAdvance(label->text()),
+             qPrintable(QString("caption %1 px for %2 px of text")
+                            .arg(caption->width())
+                            .arg(bold.horizontalAdvance(label->text()))));
+    QVERIFY(caption->geometry().right() < ok->geometry().left());
 }
 
 // Runs `dialog` modally; once it shows, calls `during`, then ends it with `command` (as if the
