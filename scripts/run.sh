@@ -39,6 +39,10 @@ export XDG_CONFIG_HOME=$demo/config
 export XDG_DATA_HOME=$demo/data
 export XDG_RUNTIME_DIR=$demo/runtime
 
+# A few contacts for the Name button of the compose dialog (not over ones already there).
+mkdir -p "$demo/data/contacts"
+[ -e "$demo/data/contacts/demo.vcf" ] || cp "$root/tools/demo/contacts.vcf" "$demo/data/contacts/demo.vcf"
+
 "$cli" config set CommPort TCP >/dev/null
 "$cli" config set TCP 127.0.0.1:4000 >/dev/null
 
