@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test: the default build and its Debian
-# package; the threaded core (worker thread, transfer session, shared message store) under
+# Installs what is missing, builds, and runs every test: the default build, its Debian package
+# and a short run of the benchmarks; the threaded core (worker thread, transfer session, shared message store) under
 # ThreadSanitizer; then every test again under AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -25,6 +25,14 @@ if [ "$(id -u)" -eq 0 ] || sudo -n true 2>/dev/null; then
 else
   echo "package test skipped: installing a package needs root or sudo without a password"
 fi
+
+# The benchmarks in a short mode: they must run and finish; their figures here are no measure
+# (see docs/PERFORMANCE.md for those). The paced transfers take a minute and are left out.
+echo "== benchmarks (short)"
+for b in pdu store message_list; do
+  "build/default/bench/velkan_${b}_bench" --benchmark_min_time=0.01
+done
+build/default/bench/velkan_transfer_bench --benchmark_filter='paced:0'
 
 # Only the tests whose code shares data between threads; the rest gains nothing from TSan and
 # would double the build time.
