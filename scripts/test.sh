@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test: the default build, its Debian package
-# and a short run of the benchmarks; the threaded core (worker thread, transfer session, shared message store) under
-# ThreadSanitizer; then every test again under AddressSanitizer and UndefinedBehaviorSanitizer.
+# and a short run of the benchmarks; the threaded core (worker thread, transfer session, shared
+# message store) under ThreadSanitizer; then every test again under AddressSanitizer and
+# UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
