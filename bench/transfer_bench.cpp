@@ -182,13 +182,17 @@ bool RunSendAndGet() {
     return session.Result() == kErrNone;
 }
 
-// The same, with its wall time and this process's CPU time in seconds.
-bool TimedSendAndGet(double* wall, double* cpu) {
+// Times one Send && Get (the benchmark's clock runs only meanwhile): its wall time and this
+// process's CPU time in seconds. False, with the benchmark marked failed, if it did not succeed.
+bool MeasureSendAndGet(benchmark::State& state, double* wall, double* cpu) {
+    state.ResumeTiming();
     const auto start = std::chrono::steady_clock::now();
     const double cpu0 = CpuSeconds();
     const bool ok = RunSendAndGet();
     *cpu = CpuSeconds() - cpu0;
     *wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    state.PauseTiming();
+    if (!ok) state.SkipWithError("the transfer failed");
     return ok;
 }
 
@@ -235,16 +239,9 @@ void BM_SendAndGetOverTcp(benchmark::State& state) {
         }
         CountingRelay relay(sim.Address());
         home.Connect("TCP", relay.Address());
-        state.ResumeTiming();
 
         double wall = 0, cpu = 0;
-        const bool ok = TimedSendAndGet(&wall, &cpu);
-
-        state.PauseTiming();
-        if (!ok) {
-            state.SkipWithError("the transfer failed");
-            return;
-        }
+        if (!MeasureSendAndGet(state, &wall, &cpu)) return;
         if (paced) g_pacedBytes = relay.Bytes();
         Report(state, paced, wall, cpu, relay.Bytes(), sim.Log().size());
         state.ResumeTiming();
@@ -263,16 +260,9 @@ void BM_SendAndGetOverAPseudoTerminal(benchmark::State& state) {
             return;
         }
         home.Connect(sim.Address(), "localhost:4000");
-        state.ResumeTiming();
 
         double wall = 0, cpu = 0;
-        const bool ok = TimedSendAndGet(&wall, &cpu);
-
-        state.PauseTiming();
-        if (!ok) {
-            state.SkipWithError("the transfer failed");
-            return;
-        }
+        if (!MeasureSendAndGet(state, &wall, &cpu)) return;
         Report(state, true, wall, cpu, g_pacedBytes, sim.Log().size());
         state.ResumeTiming();
     }

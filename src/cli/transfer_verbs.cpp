@@ -149,13 +149,12 @@ int RunSendVerb(int argc, char** argv) {
         const char* a = argv[i];
         if (std::strcmp(a, "--flash") == 0) {
             flash = true;
-        } else if ((std::strcmp(a, "--to") == 0 || std::strcmp(a, "--text") == 0 ||
-                    std::strcmp(a, "--name") == 0) &&
-                   i + 1 < argc) {
-            const char* v = argv[++i];
-            if (a[2] == 't' && a[3] == 'o') to = v;
-            else if (a[2] == 't') text = v;
-            else name = v;
+        } else if (std::strcmp(a, "--to") == 0 && i + 1 < argc) {
+            to = argv[++i];
+        } else if (std::strcmp(a, "--text") == 0 && i + 1 < argc) {
+            text = argv[++i];
+        } else if (std::strcmp(a, "--name") == 0 && i + 1 < argc) {
+            name = argv[++i];
         } else {
             return UsageError("send", (std::string("unexpected argument '") + a + "'").c_str());
         }

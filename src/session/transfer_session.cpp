@@ -110,11 +110,6 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
     return kErrNone;
 }
 
-// Posts a notification that carries no text, when someone follows the run.
-void Notify(TransferSession* session, std::uint32_t message, std::uintptr_t wParam = 0) {
-    if (session->Sink() != nullptr) session->Sink()->Post(message, wParam, 0);
-}
-
 // Announces one message and sends it through the phone; when the phone refuses it, its error
 // becomes the run's result.
 bool SendThroughPhone(TransferSession* session, PhoneSession* phone, SmsMessage& message) {
@@ -186,7 +181,7 @@ void TransferSession::Run() {
     MessageDatabase store;
     if (singleMessage_ != nullptr) {
         SmsMessage& message = *singleMessage_;
-        Notify(this, kNotifySendCount, 1);
+        Post(kNotifySendCount, 1);
         if (!localMode) {
             if (!SendThroughPhone(this, res.phone, message)) return;
             message.folder = kFolderSent;
@@ -205,12 +200,12 @@ void TransferSession::Run() {
                 (void)WriteMessage(store, copy);
             }
         }
-        Notify(this, kNotifySuccess);
+        Post(kNotifySuccess);
         return;
     }
 
     if (!OpenMessageStore(store)) {
-        Notify(this, kNotifySuccess);
+        Post(kNotifySuccess);
         return;
     }
     std::uint32_t count = 0;
@@ -219,7 +214,7 @@ void TransferSession::Run() {
         if (!store.CountFolder(kFolderOutbox, &count)) count = 0;
     }
     if (count != 0) {
-        Notify(this, kNotifySendCount, count);
+        Post(kNotifySendCount, count);
         SmsMessage message;
         store.folderFilter = kFolderOutbox;
         message.folder = kFolderOutbox;
@@ -266,5 +261,5 @@ void TransferSession::Run() {
     // which a phone memory listed after a good SIM does not report: the run still ends as
     // cancelled, and a cancelled run is never a success.
     if (IsCancelled()) return;
-    Notify(this, kNotifySuccess);
+    Post(kNotifySuccess);
 }

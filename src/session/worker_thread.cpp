@@ -19,7 +19,7 @@ void WorkerThread::Run() {
 }
 
 int WorkerThread::End() {
-    if (sink_ != nullptr) sink_->Post(completionMessage_, 0, 0);
+    Post(completionMessage_);
     return 0;
 }
 
@@ -79,11 +79,13 @@ int WorkerThread::CancelAndWait() {
 void WorkerThread::PostText(std::uint32_t message, const std::u16string& text) {
     std::lock_guard<std::mutex> lock(textLock_);
     text_ = text;
-    if (sink_ != nullptr) sink_->Post(message, 0, 0);
+    Post(message);
 }
 
-void WorkerThread::PostStatus(std::uint32_t stringId) {
-    if (sink_ != nullptr) sink_->Post(kNotifyStatus, stringId, 0);
+void WorkerThread::PostStatus(std::uint32_t stringId) { Post(kNotifyStatus, stringId); }
+
+void WorkerThread::Post(std::uint32_t message, std::uintptr_t wParam) {
+    if (sink_ != nullptr) sink_->Post(message, wParam, 0);
 }
 
 std::u16string WorkerThread::Text() const {

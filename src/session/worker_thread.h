@@ -40,6 +40,8 @@ public:
     // that reads the slot under the same lock sees this text or a newer one.
     void PostText(std::uint32_t message, const std::u16string& text);
     void PostStatus(std::uint32_t stringId);
+    // Posts `message` with `wParam` (lParam 0) to the follower, when there is one.
+    void Post(std::uint32_t message, std::uintptr_t wParam = 0);
 
     // The text slot, read under the lock.
     std::u16string Text() const;

@@ -1,11 +1,6 @@
 // The project's own AT engine and TCP transport against the simulator program: what the
 // simulator answers is what the engine expects, round trip included.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -15,6 +10,7 @@
 #include "at/phone_commands.h"
 #include "at/send_message.h"
 #include "common/sms_message.h"
+#include "phone_sim_process.h"
 #include "phonelink/tcp_transport.h"
 
 namespace {
@@ -25,62 +21,6 @@ std::string ReadFile(const std::string& path) {
     out << in.rdbuf();
     return out.str();
 }
-
-std::string TempPath(const std::string& name) {
-    static int counter = 0;
-    return ::testing::TempDir() + "phone_sim_interop_" + std::to_string(getpid()) + "_" +
-           std::to_string(++counter) + "_" + name;
-}
-
-// The simulator on an ephemeral port; stopped with SIGTERM at the end.
-class Simulator {
-  public:
-    explicit Simulator(std::vector<std::string> args) {
-        args.insert(args.begin(), {PHONE_SIM_PATH, "--listen", "127.0.0.1:0"});
-        int fds[2];
-        if (pipe(fds) != 0) return;
-        pid_ = fork();
-        if (pid_ == 0) {
-            dup2(fds[1], STDOUT_FILENO);
-            close(fds[0]);
-            close(fds[1]);
-            std::vector<char*> argv;
-            for (std::string& a : args) argv.push_back(a.data());
-            argv.push_back(nullptr);
-            execv(argv[0], argv.data());
-            _exit(127);
-        }
-        close(fds[1]);
-        out_ = fds[0];
-        std::string line;
-        char c = 0;
-        pollfd p{out_, POLLIN, 0};
-        while (poll(&p, 1, 10000) == 1 && read(out_, &c, 1) == 1 && c != '\n') line.push_back(c);
-        const std::string prefix = "listening ";
-        if (line.compare(0, prefix.size(), prefix) == 0) address_ = line.substr(prefix.size());
-    }
-    ~Simulator() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-        if (out_ >= 0) close(out_);
-    }
-    const std::string& address() const { return address_; }
-
-    int Stop() {
-        kill(pid_, SIGTERM);
-        int status = 0;
-        pid_t done = waitpid(pid_, &status, 0);
-        pid_ = -1;
-        return done > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-  private:
-    pid_t pid_ = -1;
-    int out_ = -1;
-    std::string address_;
-};
 
 // A channel and AT session connected to the simulator.
 class Engine {
@@ -122,12 +62,11 @@ TransferError OnMessage(PduRecord* record, void* context) {
 }
 
 TEST(AtEngineInterop, SetUpRetrieveSendDeliverAndDelete) {
-    std::string state = TempPath("state.txt");
-    Simulator sim(
-        {"--state", state, "--sms", "SM:+4930111111:First", "--sms", "ME:+4930222222:Second"});
-    ASSERT_FALSE(sim.address().empty());
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--sms", "SM:+4930111111:First", "--sms", "ME:+4930222222:Second"});
+    ASSERT_TRUE(sim.Ok());
     {
-        Engine engine(sim.address());
+        Engine engine(sim.Address());
         ASSERT_NE(engine.session(), nullptr);
         EXPECT_TRUE(AtPing(engine.session()));
         EXPECT_EQ(AtInit(engine.session()), 0u);
@@ -151,24 +90,22 @@ TEST(AtEngineInterop, SetUpRetrieveSendDeliverAndDelete) {
         DeleteCollected(engine.session(), &second.deletion);
         FreeDeletionLists(&second.deletion);
     }
-    std::string text = ReadFile(state);
+    std::string text = ReadFile(sim.StatePath());
     EXPECT_NE(text.find("# SM 0/30"), std::string::npos) << text;
     EXPECT_NE(text.find("# ME 0/100"), std::string::npos) << text;
     EXPECT_NE(text.find("SENT|1|+4930333333|-|ME@2|"), std::string::npos) << text;
     EXPECT_NE(text.find("|Round trip\n"), std::string::npos) << text;
     EXPECT_EQ(sim.Stop(), 0);
-    std::remove(state.c_str());
-    std::remove((state + ".tmp").c_str());
 }
 
 TEST(AtEngineInterop, FaultKnobsReachTheEngineAsTheirResultCodes) {
-    std::string log = TempPath("log.txt");
-    Simulator sim({"--log", log, "--reject-v1", "--no-me", "--echo", "--unsolicited", "RING",
-                   "--error-on", "PDU:CMS:500", "--error-on", "AT+CMGD:CME:3", "--sms",
-                   "SM:+4930111111:First"});
-    ASSERT_FALSE(sim.address().empty());
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--reject-v1", "--no-me", "--echo", "--unsolicited", "RING", "--error-on",
+                         "PDU:CMS:500", "--error-on", "AT+CMGD:CME:3", "--sms",
+                         "SM:+4930111111:First"});
+    ASSERT_TRUE(sim.Ok());
     {
-        Engine engine(sim.address());
+        Engine engine(sim.Address());
         ASSERT_NE(engine.session(), nullptr);
         EXPECT_EQ(AtInit(engine.session()), 0u);
 
@@ -186,19 +123,18 @@ TEST(AtEngineInterop, FaultKnobsReachTheEngineAsTheirResultCodes) {
         EXPECT_FALSE(SendMessage(engine.session(), &message));
         EXPECT_EQ(engine.session()->lastError, kErrCmsError);
     }
-    std::string text = ReadFile(log);
+    std::string text = ReadFile(sim.LogPath());
     EXPECT_EQ(text.substr(0, 12), "ATE0V1\nATE0\n") << text;
     EXPECT_NE(text.find("AT+CPMS=\"ME\"\n"), std::string::npos) << text;
     EXPECT_NE(text.find("<ctrl-z>\n"), std::string::npos) << text;
     EXPECT_EQ(sim.Stop(), 0);
-    std::remove(log.c_str());
 }
 
 TEST(AtEngineInterop, FloodFillsTheResponseBuffer) {
-    Simulator sim({"--no-line-end-flood", "AT+CPMS"});
-    ASSERT_FALSE(sim.address().empty());
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-line-end-flood", "AT+CPMS"});
+    ASSERT_TRUE(sim.Ok());
     {
-        Engine engine(sim.address());
+        Engine engine(sim.Address());
         ASSERT_NE(engine.session(), nullptr);
         std::int32_t used = 0;
         std::int32_t total = 0;

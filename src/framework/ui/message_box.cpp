@@ -2,8 +2,8 @@
 
 #include <QMessageBox>
 
-#include "framework/text_buffer.h"
 #include "framework/ui/dialog_base.h"
+#include "framework/ui/resource_text.h"
 
 namespace {
 
@@ -12,11 +12,7 @@ MessageBoxPresenter& Presenter() {
     return presenter;
 }
 
-QString Caption() {
-    TextBuffer t;
-    t.LoadResourceString(2);
-    return QString::fromUtf16(t.Text());
-}
+QString Caption() { return ResourceText(2); }
 
 }  // namespace
 

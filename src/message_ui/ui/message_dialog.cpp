@@ -11,6 +11,7 @@
 
 #include "framework/ui/app_event.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/resource_text.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
 #include "message_ui/ui/contact_picker_dialog.h"
@@ -19,7 +20,6 @@
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
-#include "message_ui/ui/resource_text.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
 #include "store/recent_store.h"

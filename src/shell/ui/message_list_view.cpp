@@ -20,7 +20,7 @@
 #include "framework/ui/ui_fonts.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
-#include "message_ui/ui/resource_text.h"
+#include "framework/ui/resource_text.h"
 #include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"

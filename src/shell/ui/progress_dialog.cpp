@@ -7,6 +7,7 @@
 
 #include "framework/ui/app_event.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "session/notifications.h"
 #include "session/result_messages.h"
@@ -35,12 +36,6 @@ constexpr int kTextTop = 33;
 constexpr int kMargin = 8;
 // The dialog keeps this distance from its owner's left, top and right edges.
 constexpr int kOwnerInset = 3;
-
-QString LoadString(unsigned id) {
-    TextBuffer t;
-    t.LoadResourceString(id);
-    return QString::fromUtf16(t.Text());
-}
 
 // `format` (a string resource with one %d) formatted with `value` within the status limit.
 TextBuffer FormatCount(unsigned formatId, int value) {
@@ -81,7 +76,7 @@ void ProgressDialog::ResetCounts() {
 
 bool ProgressDialog::OnInitDialog() {
     setFont(TemplateFont());
-    setWindowTitle(LoadString(kStringProductName));
+    setWindowTitle(ResourceText(kStringProductName));
 
     heading_ = new QLabel(this);
     heading_->setObjectName(QString::number(kHeadingId));
@@ -117,7 +112,7 @@ bool ProgressDialog::OnInitDialog() {
     connect(cancel_, &QPushButton::clicked, this, [this] { OnCommand(IDCANCEL, 0); });
 
     heading_->setText(StaticLabelText(
-        LoadString(session_->IsSendOnly() ? kStringHeadingSendOnly : kStringHeadingSendAndGet)));
+        ResourceText(session_->IsSendOnly() ? kStringHeadingSendOnly : kStringHeadingSendAndGet)));
 
     // The worker reports to this dialog; a worker that cannot start ends the dialog the same
     // way a finished one does, and the session's result code then decides the message.
@@ -266,7 +261,7 @@ void ProgressDialog::Close() {
 QString TransferErrorText(TransferError result) {
     const std::uint32_t id = ResultMessageId(result);
     if (id == 0) return QString();
-    if (id != kStringOperationFailed) return LoadString(id);
+    if (id != kStringOperationFailed) return ResourceText(id);
     TextBuffer format;
     format.LoadResourceString(id);
     TextBuffer text;

@@ -1,4 +1,4 @@
-#include "message_ui/ui/resource_text.h"
+#include "framework/ui/resource_text.h"
 
 #include "framework/text_buffer.h"
 
