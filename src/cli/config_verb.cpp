@@ -51,11 +51,21 @@ std::string ValueText(RegistryKey& key, const SettingInfo& setting) {
     return Utf16ToUtf8(ReadSettingString(key, setting));
 }
 
+// Says so when opening the settings found lines it could not read and kept the file aside.
+void ReportDamagedCopy(const RegistryKey& key) {
+    if (key.DamagedCopy().empty()) return;
+    std::fprintf(stderr,
+                 "velkan: the settings file had lines that could not be read; they were left "
+                 "out, and the file as it was is kept as %s\n",
+                 key.DamagedCopy().c_str());
+}
+
 // Opens the settings for reading; without them every value reads as its default.
 void OpenForReading(RegistryKey& key) {
     if (!OpenSettings(key)) {
         std::fputs("velkan: the settings cannot be opened; showing the defaults\n", stderr);
     }
+    ReportDamagedCopy(key);
 }
 
 bool ParseDword(const char* text, std::uint32_t* value) {
@@ -82,6 +92,7 @@ int Set(const SettingInfo& setting, const char* valueText) {
         std::fputs("velkan: the settings cannot be opened for writing\n", stderr);
         return 1;
     }
+    ReportDamagedCopy(key);
     std::uint32_t result;
     const std::u16string n = setting.name;
     if (setting.type == SettingType::kDword) {

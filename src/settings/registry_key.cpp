@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <QMap>
 #include <cstring>
 
 #ifndef _WIN32
@@ -63,6 +64,69 @@ bool MakeDirectories(const std::string& dir) {
     return mkdir(dir.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
+// Copies `file` byte for byte to "<file>.damaged", or "<file>.damaged-2" and so on when that
+// name is taken, readable by the user alone. The copy's name, or empty when it failed.
+std::string KeepDamagedCopy(const std::string& file) {
+    const int in = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0) return {};
+    std::string copy;
+    int out = -1;
+    for (int n = 1; n <= 100 && out < 0; ++n) {
+        copy = file + ".damaged" + (n == 1 ? std::string() : "-" + std::to_string(n));
+        out = open(copy.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (out < 0 && errno != EEXIST) break;
+    }
+    bool ok = out >= 0;
+    char buffer[8192];
+    while (ok) {
+        const ssize_t got = read(in, buffer, sizeof buffer);
+        if (got == 0) break;
+        if (got < 0) {
+            if (errno == EINTR) continue;
+            ok = false;
+            break;
+        }
+        for (ssize_t done = 0; done < got && ok;) {
+            const ssize_t put = write(out, buffer + done, static_cast<std::size_t>(got - done));
+            if (put < 0 && errno == EINTR) continue;
+            if (put <= 0) ok = false;
+            else done += put;
+        }
+    }
+    if (ok && fsync(out) != 0) ok = false;
+    close(in);
+    if (out >= 0) {
+        if (close(out) != 0) ok = false;
+        if (!ok) unlink(copy.c_str());
+    }
+    return ok ? copy : std::string();
+}
+
+// A file with lines QSettings cannot parse (a hand edit gone wrong, a disk error) still gives
+// the values of its good lines, but QSettings then reports every later write as failed and
+// would silently drop the bad lines on the next one. So the file as it was is kept beside it,
+// and the good values are written back as a clean file. False when the copy cannot be made;
+// the file is then left untouched.
+bool RepairDamagedFile(const std::string& file, std::string* damagedCopy) {
+    QMap<QString, QVariant> values;
+    {
+        QSettings damaged(QString::fromStdString(file), QSettings::IniFormat);
+        for (const QString& name : damaged.allKeys()) values.insert(name, damaged.value(name));
+    }
+    const std::string copy = KeepDamagedCopy(file);
+    if (copy.empty()) return false;
+    {
+        const int fd = open(file.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+        if (fd < 0) return false;
+        close(fd);
+    }
+    QSettings clean(QString::fromStdString(file), QSettings::IniFormat);
+    for (auto it = values.cbegin(); it != values.cend(); ++it) clean.setValue(it.key(), it.value());
+    clean.sync();
+    *damagedCopy = copy;
+    return clean.status() == QSettings::NoError;
+}
+
 #endif
 
 }  // namespace
@@ -105,6 +169,11 @@ bool RegistryKey::Open(RegistryRoot root, std::u16string_view path, std::uint32_
     }
     if (access(file.c_str(), R_OK) != 0) return false;
     auto settings = std::make_unique<QSettings>(QString::fromStdString(file), QSettings::IniFormat);
+    if (settings->status() == QSettings::FormatError) {
+        settings.reset();
+        if (!RepairDamagedFile(file, &damagedCopy_)) return false;
+        settings = std::make_unique<QSettings>(QString::fromStdString(file), QSettings::IniFormat);
+    }
 #endif
     if (!group.isEmpty()) settings->beginGroup(group);
     if (!create) {
@@ -122,6 +191,7 @@ bool RegistryKey::Open(RegistryRoot root, std::u16string_view path, std::uint32_
 
 std::uint32_t RegistryKey::Close() {
     settings_.reset();
+    damagedCopy_.clear();
     return kRegSuccess;
 }
 

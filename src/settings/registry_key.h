@@ -9,6 +9,8 @@
 // Nothing is cached: every read first takes the file's current contents, every write is
 // written out before the call returns. An INI file keeps no value types, so a DWORD is read
 // from a plain decimal number; anything else where a number belongs reads as the default.
+// Lines of the file that cannot be read are skipped; the file as it was is then kept as
+// "<file>.damaged" (DamagedCopy) and the good values are written back.
 #pragma once
 
 #include <cstdint>
@@ -67,7 +69,11 @@ class RegistryKey {
 
     // Where the values are kept (the INI file, or the registry path on Windows).
     std::string Location() const;
+    // When the last Open found lines it could not read in the INI file: the copy of the file
+    // as it was, kept beside it before the good values were written back; else empty.
+    const std::string& DamagedCopy() const { return damagedCopy_; }
 
   private:
     std::unique_ptr<QSettings> settings_;
+    std::string damagedCopy_;
 };

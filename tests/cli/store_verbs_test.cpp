@@ -340,6 +340,24 @@ TEST_F(CliStoreTest, ConfigListsGetsAndSetsValues) {
     EXPECT_NE(ini.find("[1.0]"), std::string::npos) << ini;
 }
 
+TEST_F(CliStoreTest, ConfigReportsADamagedSettingsFileAndKeepsItsGoodValues) {
+    fs::create_directories(fs::path(ConfigFile()).parent_path());
+    {
+        std::ofstream out(ConfigFile(), std::ios::binary | std::ios::trunc);
+        out << "[1.0]\nTCP=phone:4000\n[[[ broken\n";
+    }
+    ProcessResult r = Velkan({"config", "get", "TCP"});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.out, "phone:4000\n");
+    EXPECT_NE(r.err.find("could not be read"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find(ConfigFile() + ".damaged"), std::string::npos) << r.err;
+    EXPECT_EQ(ReadAll(ConfigFile() + ".damaged"), "[1.0]\nTCP=phone:4000\n[[[ broken\n");
+    // Said once: the file is clean afterwards.
+    r = Velkan({"config", "get", "TCP"});
+    EXPECT_EQ(r.out, "phone:4000\n");
+    EXPECT_EQ(r.err, "");
+}
+
 TEST_F(CliStoreTest, ConfigNormalisesTheServiceCentre) {
     ASSERT_EQ(Velkan({"config", "set", "SMSC", "+49 (171) 076-0000"}).exitStatus, 0);
     EXPECT_EQ(Velkan({"config", "get", "SMSC"}).out, "+491710760000\n");

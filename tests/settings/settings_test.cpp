@@ -293,3 +293,91 @@ TEST_F(SettingsTest, AReadOnlySettingsFileReportsFailedWrites) {
 }
 
 }  // namespace
+
+namespace {
+
+// A settings file of binary garbage (a disk error, another program's file under this name):
+// the values read as their defaults, nothing crashes, and merely reading does not rewrite it.
+TEST_F(SettingsTest, AFileOfGarbageReadsAsDefaultsAndIsLeftAsItWas) {
+    fs::create_directories(Folder());
+    std::string garbage;
+    std::uint32_t state = 12345;
+    for (int i = 0; i < 8192; ++i) {
+        state = state * 1103515245u + 12345u;
+        garbage.push_back(static_cast<char>(state >> 24));
+    }
+    garbage.insert(100, std::string("\0\0[1.0]\nCommPort=\0", 18));
+    {
+        std::ofstream out(File(), std::ios::binary | std::ios::trunc);
+        out.write(garbage.data(), static_cast<std::streamsize>(garbage.size()));
+    }
+    RegistryKey key;
+    EXPECT_TRUE(OpenSettings(key));
+    EXPECT_EQ(ReadSettingString(key, kValueCommPort), u"COM3:");
+    EXPECT_EQ(ReadSettingDword(key, kValueFlash), 0u);
+    EXPECT_FALSE(ReadSettingFlag(key, kValueDelMsg));
+    key.Close();
+    EXPECT_EQ(ReadAll(File()), garbage);
+}
+
+// Lines that cannot be read among good ones (a hand edit gone wrong) are skipped: the good
+// values read back and can be written, and the file as it was is kept beside it.
+TEST_F(SettingsTest, UnreadableLinesAreSkippedAndTheFileAsItWasIsKept) {
+    fs::create_directories(Folder());
+    const std::string damaged =
+        "\x01\x02\xff\xfe junk\n[1.0]\nCommPort=COM2:\n=\n\x7f\x80=\x81\nTCP=phone:4000\n"
+        "[[[\nStatusReq=1\n" + std::string(3000, 'x') + "\n";
+    {
+        std::ofstream out(File(), std::ios::binary | std::ios::trunc);
+        out << damaged;
+    }
+    RegistryKey key;
+    ASSERT_TRUE(OpenSettings(key));
+    EXPECT_EQ(ReadSettingString(key, kValueCommPort), u"COM2:");
+    EXPECT_EQ(ReadSettingString(key, kValueTcp), u"phone:4000");
+    ASSERT_EQ(key.DamagedCopy(), File() + ".damaged");
+    EXPECT_EQ(ReadAll(key.DamagedCopy()), damaged);
+    EXPECT_EQ(ModeOf(key.DamagedCopy()), 0600u);
+    ASSERT_EQ(WriteSettingFlag(key, kValueDelMsg, true), kRegSuccess);
+
+    RegistryKey again;
+    ASSERT_TRUE(OpenSettings(again));
+    EXPECT_EQ(again.DamagedCopy(), "");  // the file is clean now
+    EXPECT_EQ(ReadSettingString(again, kValueCommPort), u"COM2:");
+    EXPECT_EQ(ReadSettingString(again, kValueTcp), u"phone:4000");
+    EXPECT_TRUE(ReadSettingFlag(again, kValueDelMsg));
+
+    // A second damaged file does not replace the first copy.
+    {
+        std::ofstream out(File(), std::ios::binary | std::ios::trunc);
+        out << "[1.0]\nCommPort=COM4:\n[[[\n";
+    }
+    RegistryKey third;
+    ASSERT_TRUE(OpenSettings(third));
+    EXPECT_EQ(third.DamagedCopy(), File() + ".damaged-2");
+    EXPECT_EQ(ReadAll(File() + ".damaged"), damaged);
+    EXPECT_EQ(ReadSettingString(third, kValueCommPort), u"COM4:");
+}
+
+// Where no copy can be kept, the damaged file is not touched and the key does not open.
+TEST_F(SettingsTest, ADamagedFileThatCannotBeCopiedIsLeftAlone) {
+    fs::create_directories(Folder());
+    const std::string damaged = "[1.0]\nCommPort=COM2:\n[[[\n";
+    {
+        std::ofstream out(File(), std::ios::binary | std::ios::trunc);
+        out << damaged;
+    }
+    fs::permissions(Folder(), fs::perms::owner_read | fs::perms::owner_exec);
+    const int result = RunWithoutPrivileges([]() {
+        RegistryKey key;
+        if (OpenSettings(key)) return 1;
+        if (ReadSettingString(key, kValueCommPort) != u"COM3:") return 2;
+        return 0;
+    });
+    fs::permissions(Folder(), fs::perms::owner_all);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(ReadAll(File()), damaged);
+    EXPECT_FALSE(fs::exists(File() + ".damaged"));
+}
+
+}  // namespace
