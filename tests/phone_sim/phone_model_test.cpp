@@ -611,6 +611,34 @@ TEST(PhoneModel, DropOnPdu) {
     EXPECT_TRUE(phone.sent().empty());
 }
 
+TEST(PhoneModel, NumberedTargetsHitOnlyThatCommandOfTheConnection) {
+    Knobs k;
+    k.errorOn = {{"#2", {FaultKind::kCms, 500}}, {"#5", {FaultKind::kCme, 10}}};
+    k.silentOn = {"#3"};
+    k.floodOn = {"#6"};
+    k.dropOn = {"#7"};
+    PhoneModel phone(k);
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\nOK\r\n");
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\n+CMS ERROR: 500\r\n");
+    EXPECT_EQ(Send(phone, "AT\r"), "");
+    EXPECT_EQ(Send(phone, "AT+CMGS=17\r"), "\r\n> ");
+    // The PDU stage is a command of its own.
+    EXPECT_EQ(Send(phone, std::string(kSubmitHello) + "\x1A"), "\r\n+CME ERROR: 10\r\n");
+    EXPECT_TRUE(phone.sent().empty());
+    const std::string flood = Send(phone, "AT\r");
+    EXPECT_EQ(flood.size(), kFloodLength);
+    EXPECT_EQ(flood.find('\r'), std::string::npos);
+    EXPECT_FALSE(phone.drop_requested());
+    phone.Feed("AT\r");
+    EXPECT_TRUE(phone.drop_requested());
+    EXPECT_EQ(phone.TakeOutput(), "");
+    // A new connection counts from 1 again.
+    phone.Connect();
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\nOK\r\n");
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\n+CMS ERROR: 500\r\n");
+    EXPECT_EQ(Send(phone, "AT\r"), "");
+}
+
 TEST(PhoneModel, DropAfterAnswersThatManyCommands) {
     Knobs k;
     k.dropAfter = 2;

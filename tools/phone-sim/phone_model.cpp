@@ -297,17 +297,31 @@ void PhoneModel::CountCommand() {
     ++commandCount_;
 }
 
+// "#N" names the N-th command of the connection (the PDU stage counts as a command of its own),
+// so that a fault hits one command of a run and not every command sharing its prefix: the
+// second "AT" of the wake-up, the deletion's AT+CPMS but not the listing's.
+bool PhoneModel::IsCurrentNumber(std::string_view target) const {
+    if (target.size() < 2 || target[0] != '#') return false;
+    std::uint64_t number = 0;
+    const char* end = target.data() + target.size();
+    auto [last, ec] = std::from_chars(target.data() + 1, end, number);
+    return ec == std::errc() && last == end && number == commandCount_;
+}
+
+bool PhoneModel::Targets(std::string_view target, std::string_view command) const {
+    if (target.empty()) return false;
+    if (target[0] == '#') return IsCurrentNumber(target);
+    return command.substr(0, target.size()) == target;
+}
+
 bool PhoneModel::Matches(const std::vector<std::string>& prefixes, std::string_view command) const {
-    return std::any_of(prefixes.begin(), prefixes.end(), [&](const std::string& prefix) {
-        return !prefix.empty() && command.substr(0, prefix.size()) == prefix;
-    });
+    return std::any_of(prefixes.begin(), prefixes.end(),
+                       [&](const std::string& prefix) { return Targets(prefix, command); });
 }
 
 const ErrorRule* PhoneModel::MatchError(std::string_view command) const {
     for (const ErrorRule& rule : knobs_.errorOn) {
-        if (!rule.command.empty() && command.substr(0, rule.command.size()) == rule.command) {
-            return &rule;
-        }
+        if (Targets(rule.command, command)) return &rule;
     }
     return nullptr;
 }
@@ -372,7 +386,7 @@ void PhoneModel::FinishPdu(bool cancelled) {
 
     Log(hex + (cancelled ? "<esc>" : "<ctrl-z>"));
     CountCommand();
-    auto isPdu = [](const std::string& name) { return name == "PDU"; };
+    auto isPdu = [this](const std::string& name) { return name == "PDU" || IsCurrentNumber(name); };
     if (std::any_of(knobs_.dropOn.begin(), knobs_.dropOn.end(), isPdu)) {
         dropRequested_ = true;
         return;
@@ -381,7 +395,7 @@ void PhoneModel::FinishPdu(bool cancelled) {
         if (echo_) output_ += hex;
         const ErrorRule* rule = nullptr;
         for (const ErrorRule& r : knobs_.errorOn) {
-            if (r.command == "PDU") rule = &r;
+            if (r.command == "PDU" || IsCurrentNumber(r.command)) rule = &r;
         }
         if (cancelled) {
             Respond({}, {Final::kOk, 0});

@@ -182,6 +182,8 @@ class PhoneModel {
     bool DeliverBack(const std::vector<std::uint8_t>& bytes, const PduRecord& submitted,
                      SentMessage* sent);
 
+    bool IsCurrentNumber(std::string_view target) const;
+    bool Targets(std::string_view target, std::string_view command) const;
     bool Matches(const std::vector<std::string>& prefixes, std::string_view command) const;
     const ErrorRule* MatchError(std::string_view command) const;
     void Respond(const std::vector<std::string>& info, Result result);

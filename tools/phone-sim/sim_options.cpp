@@ -235,8 +235,9 @@ Messages:
                        received without its CR; the PDU stage of AT+CMGS as the hex text
                        followed by "<ctrl-z>" (or "<esc>" when cancelled); "-" for stderr
 
-Faults (CMD is a command prefix such as AT+CMGL, case-insensitive, or PDU for the PDU stage
-of AT+CMGS; options naming CMD are repeatable):
+Faults (CMD is a command prefix such as AT+CMGL, case-insensitive, PDU for the PDU stage of
+AT+CMGS, or #N for the N-th command of the connection, the PDU stage counted as one, as in the
+log; options naming CMD are repeatable):
   --echo               echo commands (the state after ATZ and at every connection)
   --reject-v1          answer ERROR to ATE0V1 (any command asking for V1)
   --no-me              no phone memory: AT+CPMS="ME" answers ERROR
