@@ -66,8 +66,16 @@ TransferSession::TransferSession() = default;
 TransferSession::~TransferSession() { CancelAndWait(); }
 
 int TransferSession::End() {
-    if (IsCancelled()) result_ = kErrCancelled;
+    // Whatever an interrupted command returned, a cancelled run ends as cancelled; but once
+    // "Success" has been posted the follower has already shown it, and the run had nothing left
+    // to do when the cancel came.
+    if (IsCancelled() && !succeeded_) result_ = kErrCancelled;
     return WorkerThread::End();
+}
+
+void TransferSession::PostSuccess() {
+    succeeded_ = true;
+    Post(kNotifySuccess);
 }
 
 namespace {
@@ -122,6 +130,7 @@ bool SendThroughPhone(TransferSession* session, PhoneSession* phone, SmsMessage&
 }  // namespace
 
 void TransferSession::Run() {
+    succeeded_ = false;
     TransferSettings settings;
     if (!ReadTransferSettings(&settings)) return;
     const bool localMode = IsNoCommunication(settings.portName);
@@ -200,12 +209,12 @@ void TransferSession::Run() {
                 (void)WriteMessage(store, copy);
             }
         }
-        Post(kNotifySuccess);
+        PostSuccess();
         return;
     }
 
     if (!OpenMessageStore(store)) {
-        Post(kNotifySuccess);
+        PostSuccess();
         return;
     }
     std::uint32_t count = 0;
@@ -261,5 +270,5 @@ void TransferSession::Run() {
     // which a phone memory listed after a good SIM does not report: the run still ends as
     // cancelled, and a cancelled run is never a success.
     if (IsCancelled()) return;
-    Post(kNotifySuccess);
+    PostSuccess();
 }

@@ -33,6 +33,11 @@ public:
     void Run() override;
 
 private:
+    // Posts kNotifySuccess and marks the run as over: a cancel that comes after it stops
+    // nothing, and must not turn the result of a run that reported success into "cancelled".
+    void PostSuccess();
+
     SmsMessage* singleMessage_ = nullptr;
     TransferError result_ = kErrNone;
+    bool succeeded_ = false;  // kNotifySuccess was posted; written and read on the worker only
 };
