@@ -38,9 +38,11 @@
 #include <thread>
 #include <vector>
 
+#include "at/at_exchange.h"
 #include "common/text_convert.h"
 #include "fake_clock.h"
 #include "phone_sim_process.h"
+#include "phonelink/response_buffer.h"
 #include "session/notification_queue.h"
 #include "session/transfer_session.h"
 #include "settings/settings_key.h"
@@ -279,6 +281,7 @@ struct RunOutcome {
     TransferError result = kErrNone;
     std::vector<Notification> notes;
     bool cancelled = false;
+    std::uint32_t fakeMs = 0;  // how far the fake clock moved during the run
 
     int Count(std::uint32_t message, std::uintptr_t status = 0) const {
         return static_cast<int>(std::count_if(notes.begin(), notes.end(), [&](const Notification& n) {
@@ -395,6 +398,7 @@ protected:
     // second or two) and destroys the session before returning.
     RunOutcome Run(RecordingSink::Trigger trigger = {}) {
         FakeClock clock(1000, 1);
+        const std::uint32_t start = clock.Now();
         RunOutcome out;
         TransferSession session;
         RecordingSink sink(&session, trigger);
@@ -407,6 +411,7 @@ protected:
         out.result = session.Result();
         out.notes = sink.Notes();
         out.cancelled = sink.Cancelled();
+        out.fakeMs = clock.Now() - start;
         return out;
     }
 
@@ -802,6 +807,10 @@ TEST_P(NoisyTcpPeer, EndsWithAFailureAndLeavesTheStoreIntact) {
         << "result " << run.result << ", notifications " << run.Sequence();
     EXPECT_EQ(run.Count(kNotifySuccess), 0);
     EXPECT_EQ(run.Count(kNotifySending), 0);
+    // Within the time-outs: the wake-up's six exchanges, each a drain of stale input (at most
+    // kDrainLimitMs however much keeps arriving) and a wait for the answer.
+    EXPECT_LE(run.fakeMs, 6 * (kDrainLimitMs + kAtDefaultTimeoutMs) + 1000) << "fake ms";
+    std::printf("result %u after %u fake ms\n", run.result, run.fakeMs);
     EXPECT_EQ(received.find("AT+CMGS"), std::string::npos);
     EXPECT_NE(received.find("AT\r"), std::string::npos);
     const auto outbox = Texts(kFolderOutbox);
