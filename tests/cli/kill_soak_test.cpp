@@ -79,7 +79,8 @@ PhoneState ReadPhoneState(const std::vector<std::string>& lines) {
             const std::size_t bar = line.rfind('|');
             if (pdu == std::string::npos || bar <= pdu) continue;
             const std::string hex = line.substr(pdu + 5, bar - pdu - 5);
-            state.stored.push_back(DeliverText(hex, static_cast<unsigned>(std::stoul(line.substr(bar + 1)))));
+            state.stored.push_back(
+                DeliverText(hex, static_cast<unsigned>(std::stoul(line.substr(bar + 1)))));
         }
     }
     return state;
@@ -112,12 +113,13 @@ std::string PhaseOf(const std::vector<std::string>& log, bool endedBeforeTheKill
 
 // `velkan send-get` started in the background, to be killed.
 class BackgroundRun {
-public:
+  public:
     BackgroundRun() {
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         for (int fd : {0, 1, 2}) {
-            posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", fd == 0 ? O_RDONLY : O_WRONLY, 0);
+            posix_spawn_file_actions_addopen(&actions, fd, "/dev/null",
+                                             fd == 0 ? O_RDONLY : O_WRONLY, 0);
         }
         char* argv[] = {const_cast<char*>(VELKAN_BIN), const_cast<char*>("send-get"), nullptr};
         if (posix_spawn(&pid_, VELKAN_BIN, &actions, nullptr, argv, environ) != 0) pid_ = -1;
@@ -141,12 +143,12 @@ public:
         return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
     }
 
-private:
+  private:
     pid_t pid_ = -1;
 };
 
 class KillSoakTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         std::string pattern = (fs::temp_directory_path() / "velkan-kill-soak-XXXXXX").string();
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
@@ -162,7 +164,9 @@ protected:
         fs::remove_all(home_, ec);
     }
 
-    ProcessResult Velkan(const std::vector<std::string>& args) { return RunProcess(VELKAN_BIN, args); }
+    ProcessResult Velkan(const std::vector<std::string>& args) {
+        return RunProcess(VELKAN_BIN, args);
+    }
     void Set(const std::string& name, const std::string& value) {
         const ProcessResult r = Velkan({"config", "set", name, value});
         ASSERT_EQ(r.exitStatus, 0) << r.err;
@@ -187,7 +191,8 @@ protected:
         std::string answer = "cannot open";
         if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
             sqlite3_stmt* check = nullptr;
-            if (sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &check, nullptr) == SQLITE_OK &&
+            if (sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &check, nullptr) ==
+                    SQLITE_OK &&
                 sqlite3_step(check) == SQLITE_ROW) {
                 answer = reinterpret_cast<const char*>(sqlite3_column_text(check, 0));
             }
@@ -348,12 +353,14 @@ TEST_F(KillSoakTest, KillNineAtRandomMomentsThenACleanRunLosesNothingAndStoresNo
     }
 
     const auto seconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started).count() / 1000.0;
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started).count() /
+        1000.0;
     std::printf("kills by phase:");
     for (const auto& [phase, n] : phases) std::printf(" %s %d;", phase.c_str(), n);
-    std::printf("\nmessages checked %ld, integrity checks %d (all ok unless reported above), "
-                "messages the phone sent twice %d, %.1f s\n",
-                messagesChecked_, integrityChecks_, doubleSends, seconds);
+    std::printf(
+        "\nmessages checked %ld, integrity checks %d (all ok unless reported above), "
+        "messages the phone sent twice %d, %.1f s\n",
+        messagesChecked_, integrityChecks_, doubleSends, seconds);
     for (const auto& [phase, n] : phases) RecordProperty("phase " + phase, n);
     RecordProperty("messages_checked", std::to_string(messagesChecked_));
 }

@@ -137,12 +137,18 @@ enum class Fault { kError, kCms, kCme, kSilence, kFlood, kDrop };
 
 const char* FaultName(Fault f) {
     switch (f) {
-        case Fault::kError: return "Error";
-        case Fault::kCms: return "CmsError";
-        case Fault::kCme: return "CmeError";
-        case Fault::kSilence: return "Silence";
-        case Fault::kFlood: return "Flood";
-        case Fault::kDrop: return "Drop";
+        case Fault::kError:
+            return "Error";
+        case Fault::kCms:
+            return "CmsError";
+        case Fault::kCme:
+            return "CmeError";
+        case Fault::kSilence:
+            return "Silence";
+        case Fault::kFlood:
+            return "Flood";
+        case Fault::kDrop:
+            return "Drop";
     }
     return "?";
 }
@@ -151,12 +157,18 @@ const char* FaultName(Fault f) {
 std::vector<std::string> FaultArgs(Fault f, int n) {
     const std::string target = "#" + std::to_string(n);
     switch (f) {
-        case Fault::kError: return {"--error-on", target};
-        case Fault::kCms: return {"--error-on", target + ":CMS:500"};
-        case Fault::kCme: return {"--error-on", target + ":CME:10"};
-        case Fault::kSilence: return {"--silent-on", target};
-        case Fault::kFlood: return {"--no-line-end-flood", target};
-        case Fault::kDrop: return {"--drop-on", target};
+        case Fault::kError:
+            return {"--error-on", target};
+        case Fault::kCms:
+            return {"--error-on", target + ":CMS:500"};
+        case Fault::kCme:
+            return {"--error-on", target + ":CME:10"};
+        case Fault::kSilence:
+            return {"--silent-on", target};
+        case Fault::kFlood:
+            return {"--no-line-end-flood", target};
+        case Fault::kDrop:
+            return {"--drop-on", target};
     }
     return {};
 }
@@ -166,12 +178,18 @@ std::vector<std::string> FaultArgs(Fault f, int n) {
 // parameter" when 2000 bytes without a line end fill the response buffer.
 TransferError ExchangeCode(Fault f) {
     switch (f) {
-        case Fault::kError: return kErrPhoneError;
-        case Fault::kCms: return kErrCmsError;
-        case Fault::kCme: return kErrCmeError;
-        case Fault::kSilence: return kErrTimeout;
-        case Fault::kFlood: return kErrInvalidParameter;
-        case Fault::kDrop: return kErrTimeout;
+        case Fault::kError:
+            return kErrPhoneError;
+        case Fault::kCms:
+            return kErrCmsError;
+        case Fault::kCme:
+            return kErrCmeError;
+        case Fault::kSilence:
+            return kErrTimeout;
+        case Fault::kFlood:
+            return kErrInvalidParameter;
+        case Fault::kDrop:
+            return kErrTimeout;
     }
     return kErrNone;
 }
@@ -211,17 +229,24 @@ TransferError ExpectedResult(int step, Fault f) {
     switch (role) {
         case Role::kWake:
         case Role::kWakeAgain:
-        case Role::kSetUp: return kErrConnection;
+        case Role::kSetUp:
+            return kErrConnection;
         case Role::kSetUpLast:
         case Role::kSendLength:
-        case Role::kSendPdu: return kErrTimeout;
-        case Role::kSelectSim: return kErrNone;
-        case Role::kListSim: return kErrPhoneError;
-        default: return kErrNone;
+        case Role::kSendPdu:
+            return kErrTimeout;
+        case Role::kSelectSim:
+            return kErrNone;
+        case Role::kListSim:
+            return kErrPhoneError;
+        default:
+            return kErrNone;
     }
 }
 
-void PrintTo(Fault f, std::ostream* os) { *os << FaultName(f); }
+void PrintTo(Fault f, std::ostream* os) {
+    *os << FaultName(f);
+}
 
 // ---- Following a run --------------------------------------------------------------------------
 
@@ -229,14 +254,15 @@ void PrintTo(Fault f, std::ostream* os) { *os << FaultName(f); }
 // cancelled from within the notification, before the worker goes on: the cancel lands exactly
 // at that point of the run.
 class RecordingSink : public NotificationSink {
-public:
+  public:
     struct Trigger {
         std::uint32_t message = 0;  // 0: never cancel
         std::uintptr_t status = 0;  // for kNotifyStatus: the status line's id
         int occurrence = 1;
     };
 
-    RecordingSink(TransferSession* session, Trigger trigger) : session_(session), trigger_(trigger) {}
+    RecordingSink(TransferSession* session, Trigger trigger)
+        : session_(session), trigger_(trigger) {}
 
     void Post(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -266,7 +292,7 @@ public:
         return cancelled_;
     }
 
-private:
+  private:
     TransferSession* session_;
     Trigger trigger_;
     std::mutex mutex_;
@@ -284,9 +310,10 @@ struct RunOutcome {
     std::uint32_t fakeMs = 0;  // how far the fake clock moved during the run
 
     int Count(std::uint32_t message, std::uintptr_t status = 0) const {
-        return static_cast<int>(std::count_if(notes.begin(), notes.end(), [&](const Notification& n) {
-            return n.message == message && (message != kNotifyStatus || n.wParam == status);
-        }));
+        return static_cast<int>(
+            std::count_if(notes.begin(), notes.end(), [&](const Notification& n) {
+                return n.message == message && (message != kNotifyStatus || n.wParam == status);
+            }));
     }
     std::string Sequence() const {
         std::string s;
@@ -318,7 +345,9 @@ int Entries(const char* dir) {
     return n;
 }
 
-ProcessCounts Counts() { return {Entries("/proc/self/fd"), Entries("/proc/self/task")}; }
+ProcessCounts Counts() {
+    return {Entries("/proc/self/fd"), Entries("/proc/self/task")};
+}
 
 ProcessCounts CountsSettledTo(const ProcessCounts& before) {
     ProcessCounts now = Counts();
@@ -345,7 +374,7 @@ std::string IntegrityCheck(const std::string& file) {
 }
 
 class FaultMatrixBase : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         before_ = Counts();
         const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
@@ -530,15 +559,17 @@ TEST_P(CommandFault, GivesItsResultAndLosesNothing) {
     const auto [step, fault] = GetParam();
     const TransferError expected = ExpectedResult(step, fault);
     SCOPED_TRACE(std::string(kCleanRun[step - 1].name) + " " + FaultName(fault));
-    const RunOutcome run = RunAgainstPhone(FaultArgs(fault, step), expected, {},
-                                           [&](PhoneSimProcess& sim) {
-        // The fault hit the command it was meant for: the conversation up to it is the clean one.
-        const auto log = sim.Log();
-        ASSERT_GE(static_cast<int>(log.size()), step);
-        for (int i = 0; i < step; ++i) {
-            EXPECT_TRUE(LogLineIs(log[i], kCleanRun[i])) << "command " << i + 1 << ": " << log[i];
-        }
-    });
+    const RunOutcome run =
+        RunAgainstPhone(FaultArgs(fault, step), expected, {}, [&](PhoneSimProcess& sim) {
+            // The fault hit the command it was meant for: the conversation up to it is the clean
+            // one.
+            const auto log = sim.Log();
+            ASSERT_GE(static_cast<int>(log.size()), step);
+            for (int i = 0; i < step; ++i) {
+                EXPECT_TRUE(LogLineIs(log[i], kCleanRun[i]))
+                    << "command " << i + 1 << ": " << log[i];
+            }
+        });
     // A run that fails before retrieval fetches nothing: a failed wake-up sends nothing, and a
     // failed send ends the run.
     if (run.result != kErrNone && kCleanRun[step - 1].role <= Role::kSendPdu) {
@@ -575,12 +606,15 @@ struct WholeRunCase {
     std::vector<std::string> args;
 };
 
-void PrintTo(const WholeRunCase& c, std::ostream* os) { *os << c.name; }
+void PrintTo(const WholeRunCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class HarmlessNoise : public FaultMatrixBase, public ::testing::WithParamInterface<WholeRunCase> {};
 
 TEST_P(HarmlessNoise, TheRunStillGoesThrough) {
-    RunAgainstPhone(GetParam().args, kErrNone, {}, [&](PhoneSimProcess& sim) { CheckComplete(sim); });
+    RunAgainstPhone(GetParam().args, kErrNone, {},
+                    [&](PhoneSimProcess& sim) { CheckComplete(sim); });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -595,7 +629,9 @@ INSTANTIATE_TEST_SUITE_P(
                       WholeRunCase{"NewMessageIndication", {"--unsolicited", "+CMTI: \"SM\",3"}},
                       WholeRunCase{"NoCarrier", {"--unsolicited", "NO CARRIER"}},
                       WholeRunCase{"RingAndGarbage", {"--unsolicited", "RING", "--garbage", "9"}}),
-    [](const ::testing::TestParamInfo<WholeRunCase>& info) { return std::string(info.param.name); });
+    [](const ::testing::TestParamInfo<WholeRunCase>& info) {
+        return std::string(info.param.name);
+    });
 
 // A prompt without its blank never satisfies the wait for "> ": the first send times out.
 TEST_F(FaultMatrix, APromptWithoutItsBlankTimesTheSendOut) {
@@ -617,7 +653,9 @@ struct FloodCase {
     TransferError expected;
 };
 
-void PrintTo(const FloodCase& c, std::ostream* os) { *os << c.kind << " -> " << c.expected; }
+void PrintTo(const FloodCase& c, std::ostream* os) {
+    *os << c.kind << " -> " << c.expected;
+}
 
 class FloodOnEveryCommandOfAKind : public FaultMatrixBase,
                                    public ::testing::WithParamInterface<FloodCase> {};
@@ -626,18 +664,19 @@ TEST_P(FloodOnEveryCommandOfAKind, GivesItsResultAndLosesNothing) {
     RunAgainstPhone({"--no-line-end-flood", GetParam().kind}, GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    WholeRun, FloodOnEveryCommandOfAKind,
-    ::testing::Values(FloodCase{"AT", "Every", kErrInvalidParameter},
-                      FloodCase{"ATE0V1", "EchoOff", kErrNone},
-                      FloodCase{"AT+CMGF", "PduMode", kErrNone},
-                      FloodCase{"AT+CSCS", "Charset", kErrNone},
-                      FloodCase{"AT+CMGS", "SendLength", kErrInvalidParameter},
-                      FloodCase{"PDU", "SendPdu", kErrInvalidParameter},
-                      FloodCase{"AT+CPMS", "SelectMemory", kErrNone},
-                      FloodCase{"AT+CMGL", "List", kErrInvalidParameter},
-                      FloodCase{"AT+CMGD", "Delete", kErrNone}),
-    [](const ::testing::TestParamInfo<FloodCase>& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(WholeRun, FloodOnEveryCommandOfAKind,
+                         ::testing::Values(FloodCase{"AT", "Every", kErrInvalidParameter},
+                                           FloodCase{"ATE0V1", "EchoOff", kErrNone},
+                                           FloodCase{"AT+CMGF", "PduMode", kErrNone},
+                                           FloodCase{"AT+CSCS", "Charset", kErrNone},
+                                           FloodCase{"AT+CMGS", "SendLength", kErrInvalidParameter},
+                                           FloodCase{"PDU", "SendPdu", kErrInvalidParameter},
+                                           FloodCase{"AT+CPMS", "SelectMemory", kErrNone},
+                                           FloodCase{"AT+CMGL", "List", kErrInvalidParameter},
+                                           FloodCase{"AT+CMGD", "Delete", kErrNone}),
+                         [](const ::testing::TestParamInfo<FloodCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 // ---- Cancel at each notification --------------------------------------------------------------
 
@@ -652,7 +691,9 @@ struct CancelCase {
     TransferError expected;
 };
 
-void PrintTo(const CancelCase& c, std::ostream* os) { *os << c.name << " -> " << c.expected; }
+void PrintTo(const CancelCase& c, std::ostream* os) {
+    *os << c.name << " -> " << c.expected;
+}
 
 class CancelAtNotification : public FaultMatrixBase,
                              public ::testing::WithParamInterface<CancelCase> {};
@@ -691,7 +732,7 @@ INSTANTIATE_TEST_SUITE_P(
 // next piece of a seeded pseudo-random byte stream, until the stream is spent; then it only reads,
 // until the session closes the connection. What it received is kept.
 class NoisyPeer {
-public:
+  public:
     NoisyPeer(std::vector<std::uint8_t> stream, std::size_t piece)
         : stream_(std::move(stream)), piece_(piece) {
         listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -725,17 +766,18 @@ public:
         return received_;
     }
 
-private:
+  private:
     void Serve() {
         pollfd waiting[2] = {{listener_, POLLIN, 0}, {stop_, POLLIN, 0}};
         if (poll(waiting, 2, 120000) <= 0 || (waiting[1].revents & POLLIN) != 0) return;
         const int conn = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (conn < 0) return;
-        std::size_t next = 0;     // next byte of the stream to queue
-        std::string pending;      // queued, not yet written
+        std::size_t next = 0;  // next byte of the stream to queue
+        std::string pending;   // queued, not yet written
         for (;;) {
-            pollfd fds[2] = {{conn, static_cast<short>(POLLIN | (pending.empty() ? 0 : POLLOUT)), 0},
-                             {stop_, POLLIN, 0}};
+            pollfd fds[2] = {
+                {conn, static_cast<short>(POLLIN | (pending.empty() ? 0 : POLLOUT)), 0},
+                {stop_, POLLIN, 0}};
             if (poll(fds, 2, 120000) <= 0 || (fds[1].revents & POLLIN) != 0) break;
             if ((fds[0].revents & POLLOUT) != 0) {
                 const ssize_t sent = send(conn, pending.data(), pending.size(), MSG_NOSIGNAL);
@@ -770,11 +812,13 @@ struct NoiseCase {
     const char* name;
     std::uint32_t seed;
     std::size_t length;
-    std::size_t piece;     // bytes answered to each piece of input
-    bool noLineEnds;       // CR and LF left out (NUL bytes in their place)
+    std::size_t piece;  // bytes answered to each piece of input
+    bool noLineEnds;    // CR and LF left out (NUL bytes in their place)
 };
 
-void PrintTo(const NoiseCase& c, std::ostream* os) { *os << c.name << " seed " << c.seed; }
+void PrintTo(const NoiseCase& c, std::ostream* os) {
+    *os << c.name << " seed " << c.seed;
+}
 
 class NoisyTcpPeer : public FaultMatrixBase, public ::testing::WithParamInterface<NoiseCase> {};
 
@@ -821,15 +865,16 @@ TEST_P(NoisyTcpPeer, EndsWithAFailureAndLeavesTheStoreIntact) {
     CheckNothingLeaked();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Seeds, NoisyTcpPeer,
-    ::testing::Values(NoiseCase{"Short", 1, 64, 16, false},
-                      NoiseCase{"Random4K", 2, 4096, 512, false},
-                      NoiseCase{"Random64K", 3, 65536, 3000, false},
-                      NoiseCase{"NoLineEnd70K", 4, 70000, 70000, true},
-                      NoiseCase{"NoLineEnd200K", 5, 200000, 100000, true},
-                      NoiseCase{"Random300K", 6, 300000, 1500, false},
-                      NoiseCase{"ByteByByte", 7, 2000, 1, false}),
-    [](const ::testing::TestParamInfo<NoiseCase>& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Seeds, NoisyTcpPeer,
+                         ::testing::Values(NoiseCase{"Short", 1, 64, 16, false},
+                                           NoiseCase{"Random4K", 2, 4096, 512, false},
+                                           NoiseCase{"Random64K", 3, 65536, 3000, false},
+                                           NoiseCase{"NoLineEnd70K", 4, 70000, 70000, true},
+                                           NoiseCase{"NoLineEnd200K", 5, 200000, 100000, true},
+                                           NoiseCase{"Random300K", 6, 300000, 1500, false},
+                                           NoiseCase{"ByteByByte", 7, 2000, 1, false}),
+                         [](const ::testing::TestParamInfo<NoiseCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 }  // namespace
