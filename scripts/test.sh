@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test: the default build, its Debian package
 # and a short run of the benchmarks; the threaded core (worker thread, transfer session, shared
-# message store) under ThreadSanitizer; then every test again under AddressSanitizer and
-# UndefinedBehaviorSanitizer.
+# message store) under ThreadSanitizer; a short run of every fuzzer; then every test again under
+# AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -46,6 +46,53 @@ echo "== tsan tests"
 for t in "${tsan_tests[@]}"; do
   TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" "build/tsan/$t" --gtest_brief=1
 done
+
+# A short run of every fuzzer (about 20 s each, as many at once as there are cores), each on a
+# scratch copy of its corpus: new inputs never go back into the repository from here. A crash, a
+# leak, a sanitizer report or an input slower than the time-out fails the script; the input
+# that did it is kept under build/fuzz/findings/.
+echo "== fuzz build"
+cmake --preset fuzz >/dev/null
+fuzzers=(decode_pdu hex_to_bytes line_cutter cmgl_listing cpms_response vcard smsto hand_over
+         transfer)
+cmake --build --preset fuzz -j "$jobs" --target "${fuzzers[@]/#/fuzz_}"
+echo "== fuzz runs"
+fuzz_scratch=$(mktemp -d)
+trap 'rm -rf "$fuzz_scratch"' EXIT
+mkdir -p build/fuzz/findings
+run_fuzzer() {
+  local name=$1 dir="$fuzz_scratch/$1"
+  mkdir "$dir"
+  cp tests/fuzz/corpus/"$name"/* "$dir"/
+  if "build/fuzz/tests/fuzz/fuzz_$name" -max_total_time=20 -timeout=5 \
+      -artifact_prefix="build/fuzz/findings/$name-" "$dir" >"$dir.log" 2>&1; then
+    echo "fuzz_$name: $(grep -E '^#[0-9]+.*DONE' "$dir.log" | tail -1)"
+  else
+    tail -n 40 "$dir.log"
+    echo "fuzz_$name: finding (input kept under build/fuzz/findings/)"
+    return 1
+  fi
+}
+fuzz_failed=0
+running=0
+for f in "${fuzzers[@]}"; do
+  if [ "$running" -ge "$jobs" ]; then
+    wait -n || fuzz_failed=1
+    running=$((running - 1))
+  fi
+  run_fuzzer "$f" &
+  running=$((running + 1))
+done
+while [ "$running" -gt 0 ]; do
+  wait -n || fuzz_failed=1
+  running=$((running - 1))
+done
+rm -rf "$fuzz_scratch"
+trap - EXIT
+if [ "$fuzz_failed" -ne 0 ]; then
+  echo "fuzzing found a problem"
+  exit 1
+fi
 
 echo "== asan build"
 cmake --preset asan >/dev/null
