@@ -51,24 +51,31 @@ bool TakeCommandLine(const void* data, std::uint32_t size, TextBuffer& commandLi
 void HandOverReader::Feed(const void* bytes, std::size_t n) {
     if (bad_ || n == 0) return;
     const auto* in = static_cast<const std::uint8_t*>(bytes);
+    // Requests already handed out are dropped here, once per arrival, rather than one by one
+    // in Next: a peer that sends thousands of requests in one go would otherwise have the
+    // rest of the buffer moved after each of them.
+    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(start_));
+    start_ = 0;
     buffer_.insert(buffer_.end(), in, in + n);
 }
 
 HandOverReader::Status HandOverReader::Next(HandOverRequest& request) {
     if (bad_) return Status::kBad;
-    if (buffer_.size() < kHandOverHeaderSize) return Status::kNeedMore;
-    const std::uint32_t message = GetU32(buffer_.data());
-    const std::uint32_t size = GetU32(buffer_.data() + 8);
+    const std::size_t available = buffer_.size() - start_;
+    if (available < kHandOverHeaderSize) return Status::kNeedMore;
+    const std::uint8_t* head = buffer_.data() + start_;
+    const std::uint32_t message = GetU32(head);
+    const std::uint32_t size = GetU32(head + 8);
     if ((message != kHandOverActivate && message != kHandOverCopyData) || size > kMaxHandOverData) {
         bad_ = true;
         buffer_.clear();
+        start_ = 0;
         return Status::kBad;
     }
-    if (buffer_.size() < kHandOverHeaderSize + size) return Status::kNeedMore;
+    if (available < kHandOverHeaderSize + size) return Status::kNeedMore;
     request.message = message;
-    request.wParam = GetU32(buffer_.data() + 4);
-    request.data.assign(buffer_.begin() + kHandOverHeaderSize,
-                        buffer_.begin() + kHandOverHeaderSize + size);
-    buffer_.erase(buffer_.begin(), buffer_.begin() + kHandOverHeaderSize + size);
+    request.wParam = GetU32(head + 4);
+    request.data.assign(head + kHandOverHeaderSize, head + kHandOverHeaderSize + size);
+    start_ += kHandOverHeaderSize + size;
     return Status::kRequest;
 }

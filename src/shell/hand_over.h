@@ -58,6 +58,7 @@ class HandOverReader {
 
   private:
     std::vector<std::uint8_t> buffer_;
+    std::size_t start_ = 0;  // where the next request begins in buffer_
     bool bad_ = false;
 };
 
