@@ -2,14 +2,14 @@
 # The program end to end, as a person uses it: started on a home of its own against the
 # simulated phone, under a virtual X server and driven with the mouse and keyboard. The About
 # page is closed with its X and "Send && Get" pressed; then "New", a number and a text typed, and
-# "Send" pressed in the compose dialog. The folders are read back with `velkan list`, and what
-# the phone received from its command log.
+# "Send" pressed in the compose dialog; last F1. The folders are read back with `velkan list`,
+# and what the phone received from its command log.
 #
 #   gui_send_get_test.sh PROGRAM VELKAN PHONE_SIM DEMO_MESSAGES
 #
-# Exits 0 when the Outbox message went to Sent, every message of the phone is in the Inbox, and
-# the message written in the dialog was sent and stored in Sent; otherwise 1 with a line that
-# says what was wrong.
+# Exits 0 when the Outbox message went to Sent, every message of the phone is in the Inbox, the
+# message written in the dialog was sent and stored in Sent, and F1 started the desktop's opener
+# with the manual's URL as its one argument; otherwise 1 with a line that says what was wrong.
 set -euo pipefail
 
 fail() { echo "gui_send_get_test: FAIL: $*" >&2; exit 1; }
@@ -28,6 +28,12 @@ count() { "$velkan" list "$1" --json | grep -c . || true; }
 # The part that runs inside the virtual X server (the script calls itself there).
 if [ "${1:-}" = --inside ]; then
   program=$2 velkan=$3 phone_count=$4
+  # A stand-in for the desktop's opener, first on the path: it records the arguments it gets.
+  mkdir -p "$HOME/bin"
+  printf '%s\n' '#!/bin/sh' 'printf "%s\n" "$#" "$@" > "$HOME/opened.part"' \
+    'mv "$HOME/opened.part" "$HOME/opened"' > "$HOME/bin/xdg-open"
+  chmod 700 "$HOME/bin/xdg-open"
+  export PATH=$HOME/bin:$PATH
   "$program" >"$HOME/program.log" 2>&1 &
   pid=$!
   trap 'kill $pid 2>/dev/null; wait $pid 2>/dev/null || true' EXIT
@@ -61,6 +67,18 @@ if [ "${1:-}" = --inside ]; then
   xdotool mousemove $((X + 43)) $((Y + 518)) click 1
   sent_from_dialog() { [ "$(count sent)" = 2 ]; }
   wait_until 300 sent_from_dialog || fail "after Send in the compose dialog: $(count sent) in Sent"
+
+  # F1 opens the manual through the desktop's opener, started directly with the manual's URL as
+  # its one argument: no shell in between to split or expand it.
+  xdotool windowactivate --sync "$win" 2>/dev/null || true
+  xdotool key F1
+  opened() { [ -f "$HOME/opened" ]; }
+  wait_until 100 opened || fail "F1 did not start the desktop's opener"
+  [ "$(sed -n 1p "$HOME/opened")" = 1 ] || fail "the opener got $(sed -n 1p "$HOME/opened") arguments"
+  case "$(sed -n 2p "$HOME/opened")" in
+    file:///*/docs/help/index.html) ;;
+    *) fail "the opener got '$(sed -n 2p "$HOME/opened")', not the manual's URL" ;;
+  esac
   exit 0
 fi
 
