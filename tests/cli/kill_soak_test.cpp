@@ -14,7 +14,6 @@
 // to land in every phase.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -110,42 +109,6 @@ std::string PhaseOf(const std::vector<std::string>& log, bool endedBeforeTheKill
     }
     return phase;
 }
-
-// `velkan send-get` started in the background, to be killed.
-class BackgroundRun {
-  public:
-    BackgroundRun() {
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        for (int fd : {0, 1, 2}) {
-            posix_spawn_file_actions_addopen(&actions, fd, "/dev/null",
-                                             fd == 0 ? O_RDONLY : O_WRONLY, 0);
-        }
-        char* argv[] = {const_cast<char*>(VELKAN_BIN), const_cast<char*>("send-get"), nullptr};
-        if (posix_spawn(&pid_, VELKAN_BIN, &actions, nullptr, argv, environ) != 0) pid_ = -1;
-        posix_spawn_file_actions_destroy(&actions);
-    }
-    ~BackgroundRun() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-    }
-    bool Started() const { return pid_ > 0; }
-    // Kills the run; the exit status, or 128 + 9 if the kill ended it.
-    int Kill() {
-        kill(pid_, SIGKILL);
-        int status = 0;
-        const pid_t done = waitpid(pid_, &status, 0);
-        pid_ = -1;
-        if (done <= 0) return -1;
-        if (WIFEXITED(status)) return WEXITSTATUS(status);
-        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
-    }
-
-  private:
-    pid_t pid_ = -1;
-};
 
 class KillSoakTest : public ::testing::Test {
   protected:
@@ -330,11 +293,12 @@ TEST_F(KillSoakTest, KillNineAtRandomMomentsThenACleanRunLosesNothingAndStoresNo
         const auto killAfter = std::chrono::microseconds(moment(random));
         int status;
         {
-            BackgroundRun run;
+            RunningProcess run(VELKAN_BIN, {"send-get"}, home_ + "/killed.err");
             ASSERT_TRUE(run.Started());
             // Not a wait for an event: the kill is meant to come at this arbitrary moment.
             std::this_thread::sleep_for(killAfter);
-            status = run.Kill();
+            run.Signal(SIGKILL);
+            status = run.Wait();
         }
         EXPECT_TRUE(status == 128 + SIGKILL || status == 0) << "status " << status;
         const std::string phase = PhaseOf(sim->Log(), status != 128 + SIGKILL);

@@ -9,13 +9,17 @@
 // exit(), or 128 + the signal number if it was killed, or -1 if it could not be started.
 #pragma once
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -151,3 +155,59 @@ inline std::string ReadAll(const std::string& path) {
     s << in.rdbuf();
     return s.str();
 }
+
+// A program left running, for Ctrl-C and kill -9: stdin and stdout on /dev/null, stderr to
+// `errFile`. It dies with the test, and is killed when the object goes.
+class RunningProcess {
+  public:
+    RunningProcess(const std::string& program, const std::vector<std::string>& args,
+                   const std::string& errFile)
+        : errFile_(errFile) {
+        pid_ = fork();
+        if (pid_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const int fd = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (fd >= 0) dup2(fd, STDERR_FILENO);
+            const int null = open("/dev/null", O_RDWR);
+            if (null >= 0) {
+                dup2(null, STDIN_FILENO);
+                dup2(null, STDOUT_FILENO);
+            }
+            std::vector<char*> argv{const_cast<char*>(program.c_str())};
+            for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+            argv.push_back(nullptr);
+            execv(program.c_str(), argv.data());
+            _exit(127);
+        }
+    }
+    ~RunningProcess() {
+        if (pid_ > 0) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+        }
+    }
+    bool Started() const { return pid_ > 0; }
+    void Signal(int signal) const { kill(pid_, signal); }
+    // Waits for the end (a guard of `limit` against a hang); the exit status, 128 + signal
+    // when killed, -1 when it did not end in time.
+    int Wait(std::chrono::seconds limit = std::chrono::seconds(30)) {
+        // A pidfd becomes readable when the child ends.
+        const int fd = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+        if (fd >= 0) {
+            pollfd p{fd, POLLIN, 0};
+            const int ready = poll(&p, 1, static_cast<int>(limit.count() * 1000));
+            close(fd);
+            if (ready != 1) return -1;
+        }
+        int status = 0;
+        if (waitpid(pid_, &status, 0) != pid_) return -1;
+        pid_ = -1;
+        if (WIFEXITED(status)) return WEXITSTATUS(status);
+        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+    }
+    std::string Err() const { return ReadAll(errFile_); }
+
+  private:
+    pid_t pid_ = -1;
+    std::string errFile_;
+};

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,58 +36,6 @@ std::vector<std::string> Commands(const std::vector<std::string>& lines) {
     return out;
 }
 
-// A `velkan` process left running, for Ctrl-C and kill -9; its stderr goes to a file.
-class RunningVelkan {
-public:
-    RunningVelkan(const std::vector<std::string>& args, const std::string& errFile)
-        : errFile_(errFile) {
-        pid_ = fork();
-        if (pid_ == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            const int fd = open(errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            if (fd >= 0) dup2(fd, STDERR_FILENO);
-            const int null = open("/dev/null", O_RDWR);
-            if (null >= 0) {
-                dup2(null, STDIN_FILENO);
-                dup2(null, STDOUT_FILENO);
-            }
-            std::vector<char*> argv{const_cast<char*>(VELKAN_BIN)};
-            for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-            argv.push_back(nullptr);
-            execv(VELKAN_BIN, argv.data());
-            _exit(127);
-        }
-    }
-    ~RunningVelkan() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-    }
-    void Signal(int signal) const { kill(pid_, signal); }
-    // Waits for the end (a guard of `limit` against a hang); the exit status, 128 + signal
-    // when killed, -1 when it did not end in time.
-    int Wait(std::chrono::seconds limit = std::chrono::seconds(30)) {
-        // A pidfd becomes readable when the child ends.
-        const int fd = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
-        if (fd >= 0) {
-            pollfd p{fd, POLLIN, 0};
-            const int ready = poll(&p, 1, static_cast<int>(limit.count() * 1000));
-            close(fd);
-            if (ready != 1) return -1;
-        }
-        int status = 0;
-        if (waitpid(pid_, &status, 0) != pid_) return -1;
-        pid_ = -1;
-        if (WIFEXITED(status)) return WEXITSTATUS(status);
-        return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
-    }
-    std::string Err() const { return ReadAll(errFile_); }
-
-private:
-    pid_t pid_ = -1;
-    std::string errFile_;
-};
 
 class CliTransferTest : public ::testing::Test {
 protected:
@@ -405,7 +351,7 @@ TEST_F(CliTransferTest, CtrlCEndsTheRunWithFiveInEveryPhase) {
                                                     "--sms", "ME:+4930222222:On the phone"});
         ASSERT_TRUE(sim.Ok());
         UseTcp(sim, c.delMsg);
-        RunningVelkan run({"send-get"}, home_ + "/ctrl-c.err");
+        RunningProcess run(VELKAN_BIN, {"send-get"}, home_ + "/ctrl-c.err");
         ASSERT_TRUE(sim.WaitForLog(c.waitFor));
         run.Signal(SIGINT);
         EXPECT_EQ(run.Wait(), 5);
@@ -441,7 +387,7 @@ TEST_F(CliTransferTest, KillNineInTheMiddleThenACleanRunLosesNothingAndStoresNot
         Compose("+4930123456", "Out A " + tag);
         Compose("+4930123456", "Out B " + tag);
         {
-            RunningVelkan run({"send-get"}, home_ + "/kill.err");
+            RunningProcess run(VELKAN_BIN, {"send-get"}, home_ + "/kill.err");
             ASSERT_TRUE(sim.WaitForLog(point, occurrence));
             run.Signal(SIGKILL);
             EXPECT_EQ(run.Wait(), 128 + SIGKILL);
