@@ -9,9 +9,8 @@
 //   floor_s  = bytes on the wire / 1920 + commands x 50 ms (the drain before every command waits
 //              for 50 ms of silence)
 //   ratio    = wall time / floor_s (1.00 is the line's limit)
-// The simulated line lets 10 ms worth of bytes pass at once after an idle moment (as a UART's
-// FIFO does), so each command and each response may gain up to 10 ms on the strict floor:
-//   fifo_floor_s = floor_s - commands x 2 x 10 ms, and fifo_ratio = wall time / fifo_floor_s
+// The simulated line passes each byte one byte-time after it starts, back to back while bytes
+// wait, and saves nothing up while idle, so no run can beat the floor.
 // The bytes are counted by a relay between the session and the phone (TCP); the pseudo-terminal
 // carries the same conversation, so its floor uses the same count. cpu_s is this process's CPU
 // time for the run, peak_rss_mb the process's peak resident memory so far.
@@ -43,7 +42,6 @@ constexpr int kOutbox = 50;
 constexpr int kOnPhone = 200;
 constexpr double kBytesPerSecond = 1920.0;
 constexpr double kDrainSeconds = 0.050;
-constexpr double kFifoSeconds = 0.010;  // the simulator's burst after an idle moment
 
 // Forwards one TCP connection to the phone and counts the bytes each way.
 class CountingRelay {
@@ -217,9 +215,6 @@ void Report(benchmark::State& state, bool paced, double wall, double cpu, std::u
                              static_cast<double>(commands) * kDrainSeconds;
         state.counters["floor_s"] = floor;
         state.counters["ratio"] = wall / floor;
-        const double fifoFloor = floor - static_cast<double>(commands) * 2 * kFifoSeconds;
-        state.counters["fifo_floor_s"] = fifoFloor;
-        state.counters["fifo_ratio"] = wall / fifoFloor;
     }
     state.counters["peak_rss_mb"] = PeakRssMb();
     state.counters["messages_per_s"] = (kOutbox + kOnPhone) / wall;

@@ -3,7 +3,7 @@
 // One poll() loop drives everything: the listening socket (one connection at a time), the
 // connection or the pseudo-terminal's master, and a self-pipe through which SIGTERM/SIGINT end
 // the loop. Input is queued and fed to the model, output is queued and written; with --baud both
-// are paced by a byte budget that refills with time.
+// are paced like a serial line (see LinePacer).
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -19,17 +19,19 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 
+#include "line_pacer.h"
 #include "message_files.h"
 #include "phone_model.h"
 #include "sim_options.h"
 
 namespace {
 
+using phone_sim::LinePacer;
 using phone_sim::PhoneModel;
 using phone_sim::SimOptions;
 using Clock = std::chrono::steady_clock;
@@ -47,42 +49,6 @@ bool SetNonBlocking(int fd) {
     int flags = fcntl(fd, F_GETFL);
     return flags >= 0 && fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0;
 }
-
-// Bytes that may pass now at a fixed rate; 0 bytes a second means no limit.
-class Pacer {
-  public:
-    explicit Pacer(double bytesPerSecond) : rate_(bytesPerSecond), last_(Clock::now()) {}
-
-    bool limited() const { return rate_ > 0; }
-
-    std::size_t Allowed() {
-        if (!limited()) return SIZE_MAX;
-        Refill();
-        return static_cast<std::size_t>(budget_);
-    }
-    void Spend(std::size_t bytes) {
-        if (limited()) budget_ -= static_cast<double>(bytes);
-    }
-    // Milliseconds until one more byte may pass.
-    int WaitMs() {
-        if (!limited()) return 0;
-        Refill();
-        if (budget_ >= 1) return 0;
-        return std::max(1, static_cast<int>(std::ceil((1 - budget_) / rate_ * 1000)));
-    }
-
-  private:
-    void Refill() {
-        Clock::time_point now = Clock::now();
-        double seconds = std::chrono::duration<double>(now - last_).count();
-        last_ = now;
-        // At most 10 ms worth (and at least one byte) may gather while the line is idle.
-        budget_ = std::min(budget_ + seconds * rate_, std::max(1.0, rate_ / 100));
-    }
-    double rate_;
-    double budget_ = 0;
-    Clock::time_point last_;
-};
 
 class LogFile {
   public:
@@ -221,9 +187,9 @@ struct Connection {
 };
 
 // Writes what the pacing and the descriptor allow. False when the connection failed.
-bool WriteOutput(Connection* c, Pacer* pacer, bool byteAtATime) {
+bool WriteOutput(Connection* c, LinePacer* pacer, bool byteAtATime) {
     while (!c->output.empty()) {
-        std::size_t allowed = std::min(pacer->Allowed(), c->output.size());
+        std::size_t allowed = std::min(pacer->Due(Clock::now()), c->output.size());
         if (allowed == 0) return true;
         if (byteAtATime) allowed = 1;
         ssize_t n = write(c->fd, c->output.data(), allowed);
@@ -237,19 +203,26 @@ bool WriteOutput(Connection* c, Pacer* pacer, bool byteAtATime) {
     return true;
 }
 
-void FeedInput(Connection* c, PhoneModel* model, Pacer* pacer) {
+void FeedInput(Connection* c, PhoneModel* model, LinePacer* in, LinePacer* out) {
     while (!c->input.empty() && !c->closing) {
-        std::size_t allowed = std::min(pacer->Allowed(), c->input.size());
+        std::size_t allowed = std::min(in->Due(Clock::now()), c->input.size());
         if (allowed == 0) return;
         std::size_t taken = model->Feed(std::string_view(c->input).substr(0, allowed));
-        pacer->Spend(taken);
+        in->Spend(taken);
         c->input.erase(0, taken);
-        c->output += model->TakeOutput();
+        std::string answer = model->TakeOutput();
+        if (!answer.empty() && c->output.empty()) out->Queued(Clock::now());
+        c->output += answer;
         if (model->drop_requested()) {
             c->closing = true;
             c->input.clear();
         }
     }
+}
+
+timespec ToTimespec(LinePacer::Clock::duration wait) {
+    const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(wait).count();
+    return timespec{static_cast<time_t>(ns / 1000000000), static_cast<long>(ns % 1000000000)};
 }
 
 }  // namespace
@@ -323,8 +296,8 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
 
     double rate = options.baud / 10.0;
-    Pacer inPacer(rate);
-    Pacer outPacer(rate);
+    LinePacer inPacer(rate);
+    LinePacer outPacer(rate);
 
     for (;;) {
         pollfd fds[3];
@@ -336,21 +309,30 @@ int main(int argc, char** argv) {
             listenerSlot = static_cast<int>(count);
             fds[count++] = {listener, POLLIN, 0};
         }
-        int timeout = -1;
+        // Paced bytes are waited for to the microsecond: at 19200 baud a byte takes 0.52 ms,
+        // so a whole-millisecond time-out would slow the line down after every pause.
+        std::optional<LinePacer::Clock::duration> timeout;
         if (conn.fd >= 0) {
             // Reading stops while a drop is pending, and while a paced input queue is long.
             short events = (conn.closing || conn.eof || conn.input.size() > 65536) ? 0 : POLLIN;
-            int outWait = conn.output.empty() ? -1 : outPacer.WaitMs();
-            if (outWait == 0) events |= POLLOUT;
-            if (outWait > 0) timeout = outWait;
+            const auto now = Clock::now();
+            if (!conn.output.empty()) {
+                const auto outWait = outPacer.Wait(now);
+                if (outWait == LinePacer::Clock::duration::zero()) {
+                    events |= POLLOUT;
+                } else {
+                    timeout = outWait;
+                }
+            }
             if (!conn.input.empty() && !conn.closing) {
-                int inWait = std::max(1, inPacer.WaitMs());
-                timeout = timeout < 0 ? inWait : std::min(timeout, inWait);
+                const auto inWait = inPacer.Wait(now);
+                timeout = timeout ? std::min(*timeout, inWait) : inWait;
             }
             connSlot = static_cast<int>(count);
             fds[count++] = {conn.fd, events, 0};
         }
-        if (poll(fds, count, timeout) < 0) {
+        const timespec wait = timeout ? ToTimespec(*timeout) : timespec{};
+        if (ppoll(fds, count, timeout ? &wait : nullptr, nullptr) < 0) {
             if (errno == EINTR) continue;
             std::perror("velkan-phone-sim: poll");
             return 1;
@@ -380,6 +362,7 @@ int main(int argc, char** argv) {
             char buffer[4096];
             ssize_t n = read(conn.fd, buffer, sizeof buffer);
             if (n > 0) {
+                if (conn.input.empty()) inPacer.Queued(Clock::now());
                 conn.input.append(buffer, static_cast<std::size_t>(n));
             } else if (n == 0) {
                 conn.eof = true;
@@ -388,7 +371,7 @@ int main(int argc, char** argv) {
             }
         }
         if (!failed) {
-            FeedInput(&conn, &model, &inPacer);
+            FeedInput(&conn, &model, &inPacer, &outPacer);
             if (conn.eof && conn.input.empty()) conn.closing = true;
             failed = !WriteOutput(&conn, &outPacer, options.byteAtATime);
         }
