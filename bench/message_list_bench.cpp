@@ -4,7 +4,7 @@
 //   build/default/bench/velkan_message_list_bench
 //
 // Open: a new list screen is created, opens the store, lists the folder and draws its first
-// screen. Reload: the list is rebuilt with a message selected (as after every dialog). Scroll:
+// screen. Switch: another folder chosen and its first screen drawn. Reload: the list is rebuilt with a message selected (as after every dialog). Scroll:
 // one screen further down and drawn, each screen new to the cache of read rows. Filling the
 // store is not timed.
 #include <benchmark/benchmark.h>
@@ -103,6 +103,25 @@ void BM_ReloadWithSelection(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_ReloadWithSelection)->Unit(benchmark::kMillisecond);
+
+// Switching from the Outbox (2,000 messages) to a large folder and drawing its first screen:
+// the Inbox (98,000) or the Log (Inbox and Sent together).
+void BM_SwitchFolder(benchmark::State& state) {
+    const FolderId to = static_cast<FolderId>(state.range(0));
+    BenchList list;
+    Prepare(list);
+    for (auto _ : state) {
+        state.PauseTiming();
+        list.SwitchFolder(kFolderOutbox);
+        state.ResumeTiming();
+        list.SwitchFolder(to);
+        list.List()->viewport()->grab();
+        benchmark::DoNotOptimize(list.Model()->rowCount());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_SwitchFolder)->Arg(kFolderInbox)->Arg(kFolderLog)->ArgName("folder")
+    ->Unit(benchmark::kMillisecond);
 
 void BM_ScrollOneScreen(benchmark::State& state) {
     BenchList list;
