@@ -139,6 +139,21 @@ void BM_ScrollOneScreen(benchmark::State& state) {
 }
 BENCHMARK(BM_ScrollOneScreen)->Unit(benchmark::kMicrosecond);
 
+// The same screen drawn again, its rows already read: what drawing alone costs.
+void BM_RepaintOneScreen(benchmark::State& state) {
+    BenchList list;
+    Prepare(list);
+    MessageListControl* l = list.List();
+    l->viewport()->grab();
+    const std::size_t reads = list.Model()->ReadsSinceLoad();
+    for (auto _ : state) {
+        l->viewport()->grab();
+    }
+    if (list.Model()->ReadsSinceLoad() != reads) state.SkipWithError("a repaint read rows again");
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_RepaintOneScreen)->Unit(benchmark::kMicrosecond);
+
 }  // namespace
 
 int main(int argc, char** argv) {

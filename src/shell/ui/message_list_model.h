@@ -69,6 +69,4 @@ class MessageListModel : public QAbstractListModel {
     mutable std::unordered_map<Oid, std::list<Entry>::iterator> cache_;
     mutable std::size_t reads_ = 0;
     std::size_t capacity_ = kDefaultCacheCapacity;
-    // Row positions of the ids, built on first use after a load.
-    mutable std::unordered_map<Oid, int> rowOf_;
 };
