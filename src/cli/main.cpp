@@ -20,7 +20,7 @@ const Verb kVerbs[] = {
      "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
      &RunPduVerb},
     {"send-get", "velkan send-get", &RunSendGetVerb},
-    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash]", &RunSendVerb},
+    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]", &RunSendVerb},
     {"compose",
      "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
      &RunComposeVerb},

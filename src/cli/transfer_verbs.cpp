@@ -1,5 +1,5 @@
 // velkan send-get
-// velkan send --to NUMBER --text TEXT [--name NAME] [--flash]
+// velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]
 //
 // The transfers of the program without its windows. The session runs on its worker thread as
 // it does under the progress dialog; this thread follows its notifications and prints one line
@@ -26,6 +26,7 @@
 #include "session/notification_queue.h"
 #include "session/result_messages.h"
 #include "session/transfer_session.h"
+#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/recent_store.h"
 
@@ -144,11 +145,13 @@ int RunSendVerb(int argc, char** argv) {
     const char* to = nullptr;
     const char* text = nullptr;
     const char* name = "";
-    bool flash = false;
+    int flash = -1;  // -1: as the Flash setting says
     for (int i = 1; i < argc; ++i) {
         const char* a = argv[i];
         if (std::strcmp(a, "--flash") == 0) {
-            flash = true;
+            flash = 1;
+        } else if (std::strcmp(a, "--no-flash") == 0) {
+            flash = 0;
         } else if (std::strcmp(a, "--to") == 0 && i + 1 < argc) {
             to = argv[++i];
         } else if (std::strcmp(a, "--text") == 0 && i + 1 < argc) {
@@ -167,11 +170,16 @@ int RunSendVerb(int argc, char** argv) {
     std::u16string body = Utf8ToUtf16(text);
     CountedText(message.text, body);
     message.name = Utf8ToUtf16(name);
-    if (flash) message.flags |= kFlagFlash;
     if (message.number.empty() || message.text.empty()) {
         std::fprintf(stderr, "velkan: a message needs a number and a text\n");
         return 2;
     }
+    if (flash < 0) {
+        // A new message starts with the Flash preference, as in the compose dialog.
+        RegistryKey key;
+        flash = OpenSettings(key) && ReadSettingFlag(key, kValueFlash) ? 1 : 0;
+    }
+    if (flash != 0) message.flags |= kFlagFlash;
     message.folder = kFolderSent;
 
     TransferSession session;

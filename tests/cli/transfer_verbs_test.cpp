@@ -176,6 +176,42 @@ TEST_F(CliTransferTest, FlashAndStatusReportChangeOnlyTheirOctets) {
     EXPECT_EQ(std::count(log.begin(), log.end(), "0021000A91940321436500F005C8329BFD06<ctrl-z>"), 1);
 }
 
+// Without --flash or --no-flash a message sent at once takes the Flash setting, as a new
+// message in the compose window does; either option overrides it.
+TEST_F(CliTransferTest, SendTakesTheFlashSettingUnlessToldOtherwise) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    const std::string flashPdu = "0001000A91940321436500F005C8329BFD06<ctrl-z>";
+    const std::string plainPdu = "0001000A91940321436500" "0005C8329BFD06<ctrl-z>";
+    const std::vector<std::string> send = {"send", "--to", "+4930123456", "--text", "Hello"};
+    auto with = [&](std::vector<std::string> extra) {
+        std::vector<std::string> args = send;
+        args.insert(args.end(), extra.begin(), extra.end());
+        return args;
+    };
+
+    ASSERT_EQ(Velkan(send).exitStatus, 0);
+    Set("Flash", "1");
+    ASSERT_EQ(Velkan(send).exitStatus, 0);
+    ASSERT_EQ(Velkan(with({"--no-flash"})).exitStatus, 0);
+    Set("Flash", "0");
+    ASSERT_EQ(Velkan(with({"--flash"})).exitStatus, 0);
+
+    std::vector<std::string> pdus;
+    for (const std::string& line : sim.Log()) {
+        if (line.find("<ctrl-z>") != std::string::npos) pdus.push_back(line);
+    }
+    EXPECT_EQ(pdus, (std::vector<std::string>{plainPdu, flashPdu, plainPdu, flashPdu}));
+    // Sent keeps each message as it went: two of the four marked as flash messages.
+    const auto sent = Folder("sent");
+    ASSERT_EQ(sent.size(), 4u);
+    const std::string flashFlags = "\"flags\":2";  // the flash flag alone, as the store keeps it
+    EXPECT_EQ(std::count_if(sent.begin(), sent.end(),
+                            [&](const std::string& l) { return Contains(l, flashFlags); }),
+              2);
+}
+
 TEST_F(CliTransferTest, ACustomServiceCentreLeadsThePduButNotTheLength) {
     PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
     ASSERT_TRUE(sim.Ok());
