@@ -6,17 +6,35 @@
 //   Encode            EncodePdu alone, on a prepared SMS-SUBMIT record.
 //   PrepareSubmit     the whole send-side preparation: fresh record, alphabet look-up of every
 //                     character, packing, copy into the message.
+//
+// allocs_per_op is the number of heap allocations of one operation, counted over kCountedRuns
+// runs after the timed loop (allocation_counter.h), so that counting does not touch the timing.
+// Decode, DecodeAndApply and Encode work in records and messages made beforehand and must show
+// 0; PrepareSubmit shows 1, the fresh record it gives the message.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "allocation_counter.h"
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
 
 namespace {
+
+constexpr int kCountedRuns = 100;
+
+// Heap allocations per run of `operation`, as the counter reported in allocs_per_op.
+template <typename Operation>
+void CountAllocations(benchmark::State& state, Operation&& operation) {
+    if (!allocations::CountingAvailable()) return;
+    const std::uint64_t count = allocations::During([&] {
+        for (int k = 0; k < kCountedRuns; ++k) operation();
+    });
+    state.counters["allocs_per_op"] = benchmark::Counter(static_cast<double>(count) / kCountedRuns);
+}
 
 // A typical message: plain text with spaces and punctuation, as users write it.
 std::u16string SampleText(std::size_t length) {
@@ -56,6 +74,10 @@ void BM_Decode(benchmark::State& state) {
         benchmark::DoNotOptimize(err);
         benchmark::ClobberMemory();
     }
+    CountAllocations(state, [&] {
+        benchmark::DoNotOptimize(
+            DecodePdu(record.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()), tpdu));
+    });
     if (record->userDataLength != static_cast<std::uint32_t>(state.range(0))) {
         state.SkipWithError("wrong decode");
     }
@@ -74,6 +96,12 @@ void BM_DecodeAndApply(benchmark::State& state) {
         ApplyPduRecord(&message);
         benchmark::DoNotOptimize(message.text.data());
     }
+    CountAllocations(state, [&] {
+        benchmark::DoNotOptimize(DecodePdu(message.pduRecord.get(), bytes.data(),
+                                           static_cast<std::uint32_t>(bytes.size()), tpdu));
+        ApplyPduRecord(&message);
+        benchmark::DoNotOptimize(message.text.data());
+    });
     if (message.text != SampleText(static_cast<std::size_t>(state.range(0)))) {
         state.SkipWithError("wrong text");
     }
@@ -91,6 +119,7 @@ void BM_Encode(benchmark::State& state) {
         benchmark::DoNotOptimize(err);
         benchmark::ClobberMemory();
     }
+    CountAllocations(state, [&] { benchmark::DoNotOptimize(EncodePdu(m.pduRecord.get())); });
     state.SetItemsProcessed(state.iterations());
 }
 
@@ -101,6 +130,10 @@ void BM_PrepareSubmit(benchmark::State& state) {
         benchmark::DoNotOptimize(ok);
         benchmark::DoNotOptimize(m.pdu.data());
     }
+    CountAllocations(state, [&] {
+        benchmark::DoNotOptimize(PrepareSubmit(&m));
+        benchmark::DoNotOptimize(m.pdu.data());
+    });
     if (m.codecResult != kErrNone) state.SkipWithError("prepare failed");
     state.SetItemsProcessed(state.iterations());
 }
