@@ -104,6 +104,40 @@ void BM_WalkAndReadOutbox(benchmark::State& state) {
 }
 BENCHMARK(BM_WalkAndReadOutbox)->Unit(benchmark::kMillisecond);
 
+// The send loop's look for the next Outbox message (ReadFirst) when the Outbox holds only a
+// message newer than every other one, as a message just composed is (1), and its last look,
+// which finds the Outbox empty (0). The Outbox of the store is set aside in another folder
+// meanwhile, untimed, and put back afterwards.
+void BM_ReadFirstOfTheOutbox(benchmark::State& state) {
+    MessageDatabase& db = Store().db;
+    constexpr std::uint32_t kAside = 100 + kFolderOutbox;
+    std::vector<Oid> outbox;
+    auto moveAll = [&](std::uint32_t folder) {
+        MessageStoreBatch batch(db);
+        CePropVal value;
+        value.propId = kPropFolder;
+        value.ui4 = folder;
+        for (Oid oid : outbox) {
+            if (db.WriteRecord(oid, &value, 1) == 0) state.SkipWithError("move failed");
+        }
+        if (!batch.Commit()) state.SkipWithError("commit failed");
+    };
+    if (!db.FolderOidsNewestFirst(kFolderOutbox, &outbox)) state.SkipWithError("list failed");
+    moveAll(kAside);
+    SmsMessage waiting = MessageNumber(kMessages);
+    waiting.folder = kFolderOutbox;
+    if (state.range(0) != 0 && !WriteMessage(db, waiting)) state.SkipWithError("write failed");
+    SmsMessage m;
+    for (auto _ : state) {
+        db.folderFilter = kFolderOutbox;
+        if (ReadFirst(db, m) != (state.range(0) != 0)) state.SkipWithError("wrong answer");
+    }
+    DeleteStoredMessage(waiting);
+    moveAll(kFolderOutbox);
+    state.SetLabel(state.range(0) != 0 ? "one new message" : "empty");
+}
+BENCHMARK(BM_ReadFirstOfTheOutbox)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
+
 void BM_CountFolder(benchmark::State& state) {
     MessageDatabase& db = Store().db;
     const FolderId folder = static_cast<FolderId>(state.range(0));

@@ -741,6 +741,126 @@ bool CeDatabase::KeyOf(CeOid target, Key* key, bool* exists) {
     return true;
 }
 
+// The first record after (from, fromOid) that `match` selects, in the handle's order: records
+// with a sort value first, in value and id order, then those without one in id order.
+bool CeDatabase::FetchMatching(const RecordFilter& match, bool haveFrom, const Key& from,
+                               CeOid fromOid, CeOid* oid, Key* key) {
+    const std::string source =
+        " FROM " + table_ + (match.index.empty() ? std::string() : " INDEXED BY " + match.index) +
+        " WHERE (" + match.condition + ")";
+    const std::string& c = sortColumn_;
+    if (c.empty()) {
+        return Fetch(
+            "SELECT oid" + source + (haveFrom ? " AND oid > ?2" : "") + " ORDER BY oid ASC LIMIT 1",
+            Key{}, fromOid, oid, key);
+    }
+    const bool fromUnknown = haveFrom && std::holds_alternative<std::monostate>(from);
+    if (!fromUnknown) {
+        const std::string after =
+            haveFrom ? c + " >= ?1 AND (" + c + " > ?1 OR oid > ?2)" : c + " IS NOT NULL";
+        if (!Fetch("SELECT oid, " + c + source + " AND " + after + " ORDER BY " + c +
+                       " ASC, oid ASC LIMIT 1",
+                   from, fromOid, oid, key)) {
+            return false;
+        }
+        if (*oid != 0) return true;
+    }
+    return Fetch("SELECT oid" + source + " AND " + c + " IS NULL" +
+                     (fromUnknown ? " AND oid > ?2" : "") + " ORDER BY oid ASC LIMIT 1",
+                 Key{}, fromOid, oid, key);
+}
+
+// The records `tally` selects after (from, fromOid) up to and including (to, toOid), or up to
+// the end when !haveTo. Each part of the order is one range of an index: the bounds are
+// written as ranges of the sort column (a bare "IS NOT NULL" only when there is no bound, as it
+// would otherwise compete with them for the index).
+bool CeDatabase::CountBetween(const RecordFilter& tally, bool haveFrom, const Key& from,
+                              CeOid fromOid, bool haveTo, const Key& to, CeOid toOid,
+                              std::uint32_t* count) {
+    *count = 0;
+    const std::string source =
+        "SELECT count(*) FROM " + table_ +
+        (tally.index.empty() ? std::string() : " INDEXED BY " + tally.index) + " WHERE (" +
+        tally.condition + ")";
+    const std::string& c = sortColumn_;
+    std::vector<std::string> parts;
+    if (c.empty()) {
+        parts.push_back(source + (haveFrom ? " AND oid > ?2" : "") +
+                        (haveTo ? " AND oid <= ?4" : ""));
+    } else {
+        const bool fromUnknown = haveFrom && std::holds_alternative<std::monostate>(from);
+        const bool toKnown = haveTo && !std::holds_alternative<std::monostate>(to);
+        if (!fromUnknown) {
+            std::string known = source;
+            if (haveFrom) known += " AND " + c + " >= ?1 AND (" + c + " > ?1 OR oid > ?2)";
+            if (toKnown) known += " AND " + c + " <= ?3 AND (" + c + " < ?3 OR oid <= ?4)";
+            if (!haveFrom && !toKnown) known += " AND " + c + " IS NOT NULL";
+            parts.push_back(known);
+        }
+        if (!toKnown) {
+            parts.push_back(source + " AND " + c + " IS NULL" +
+                            (fromUnknown ? " AND oid > ?2" : "") +
+                            (haveTo ? " AND oid <= ?4" : ""));
+        }
+    }
+    for (const std::string& sql : parts) {
+        sqlite3_stmt* stmt = Statement(sql);
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        const int params = sqlite3_bind_parameter_count(stmt);
+        if (params >= 1) BindKey(stmt, 1, from);
+        if (params >= 2) sqlite3_bind_int64(stmt, 2, fromOid);
+        if (params >= 3) BindKey(stmt, 3, to);
+        if (params >= 4) sqlite3_bind_int64(stmt, 4, toOid);
+        const int rc = sqlite3_step(stmt);
+        if (rc != SQLITE_ROW) {
+            Fail(rc);
+            return false;
+        }
+        *count += static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+    }
+    return true;
+}
+
+CeOid CeDatabase::SeekForwardTo(bool fromStart, const RecordFilter& match,
+                                const RecordFilter* tally, std::uint32_t* tallied) {
+    currentId = 0;
+    if (tallied != nullptr) *tallied = 0;
+    if (!open_) {
+        SetError(kCeErrorInvalidParameter);
+        return 0;
+    }
+    const bool have = positioned_ && !fromStart;
+    const Key from = have ? positionKey_ : Key{};
+    const CeOid fromOid = have ? positionOid_ : 0;
+    CeOid oid = 0;
+    Key key;
+    if (!FetchMatching(match, have, from, fromOid, &oid, &key)) return 0;
+    if (tally != nullptr && tallied != nullptr &&
+        !CountBetween(*tally, have, from, fromOid, oid != 0, key, oid, tallied)) {
+        return 0;
+    }
+    if (oid == 0) {
+        // Nothing selected lies ahead: the cursor goes to the last record, unless it is
+        // already past every record (or the database is empty) and stays.
+        CeOid next = 0;
+        Key nextKey;
+        if (!StepFrom(have, from, fromOid, true, &next, &nextKey)) return 0;
+        if (next != 0) {
+            CeOid last = 0;
+            Key lastKey;
+            if (!Edge(false, &last, &lastKey)) return 0;
+            if (last != 0) Position(last, std::move(lastKey));
+        }
+        SetError(kCeErrorNoRecord);
+        return 0;
+    }
+    Position(oid, std::move(key));
+    currentId = oid;
+    SetError(kCeErrorNone);
+    return oid;
+}
+
 void CeDatabase::Position(CeOid oid, Key key) {
     positioned_ = true;
     positionOid_ = oid;

@@ -165,6 +165,22 @@ class CeDatabase {
     // Runs `sql` without results inside the connection; false (and LastError) on failure.
     bool Execute(const std::string& sql);
 
+    // Records for which an SQL condition on their columns holds, read through `index` when it
+    // is not empty (else through whatever index the planner chooses).
+    struct RecordFilter {
+        std::string condition;
+        std::string index;
+    };
+    // Moves the cursor forward, from the current record (from before the first when
+    // `fromStart` or when the cursor has no place yet), to the next record of the handle's
+    // order that `match` selects: one indexed look-up, however many records lie in between.
+    // The record id, or 0 when there is none; the cursor then rests on the last record of the
+    // order, where a walk record by record would have left it. When `tally` is given,
+    // *tallied counts the records it selects from the old place (not included) to the new one
+    // (included), or to the end of the order when nothing matched.
+    CeOid SeekForwardTo(bool fromStart, const RecordFilter& match, const RecordFilter* tally,
+                        std::uint32_t* tallied);
+
   private:
     using Key = std::variant<std::monostate, std::int64_t, std::string>;
 
@@ -186,6 +202,10 @@ class CeDatabase {
     bool Edge(bool first, CeOid* oid, Key* key);
     bool Fetch(const std::string& sql, const Key& from, CeOid fromOid, CeOid* oid, Key* key);
     bool KeyOf(CeOid oid, Key* key, bool* exists);
+    bool FetchMatching(const RecordFilter& match, bool haveFrom, const Key& from, CeOid fromOid,
+                       CeOid* oid, Key* key);
+    bool CountBetween(const RecordFilter& tally, bool haveFrom, const Key& from, CeOid fromOid,
+                      bool haveTo, const Key& to, CeOid toOid, std::uint32_t* count);
     void Position(CeOid oid, Key key);
     void FinalizeStatements();
 

@@ -48,7 +48,10 @@ class MessageDatabase : public CeDatabase {
 
   private:
     friend bool OpenMessageStore(MessageDatabase& db);
+    friend bool SeekFirstInFolder(MessageDatabase& db);
+    friend bool SeekNextInFolder(MessageDatabase& db);
     bool EnsureListIndexes();
+    bool StepInFolder(bool fromStart);
     bool ReadRow(sqlite3_stmt* stmt, SmsMessage* message);
 };
 
@@ -90,7 +93,8 @@ bool ReadFirst(MessageDatabase& db, SmsMessage& message);
 bool ReadById(MessageDatabase& db, SmsMessage& message);
 
 // Cursor walks through db.folderFilter (kFolderLog: Inbox and Sent), oldest first; every
-// Outbox record passed is counted in db.outboxSeen.
+// Outbox record passed is counted in db.outboxSeen. Each step is a look-up in the folder's
+// index, whatever the other folders hold; at the end the cursor rests on the last record.
 bool SeekFirstInFolder(MessageDatabase& db);
 bool SeekNextInFolder(MessageDatabase& db);
 

@@ -197,6 +197,110 @@ TEST_F(CeDatabaseTest, EqualValuesRunInIdOrderAndRecordsWithoutTheValueComeLast)
     EXPECT_EQ(db.Seek(CeSeek::kOid, 999), 0u);
 }
 
+// The filtered cursor of the stores built on this layer, in reach of the tests.
+class FilterProbe : public CeDatabase {
+  public:
+    using CeDatabase::RecordFilter;
+    using CeDatabase::SeekForwardTo;
+};
+
+// The selected records of a walk in the handle's order, and before each of them (and after
+// the last) how many tallied records were passed.
+struct FilteredWalk {
+    std::vector<CeOid> selected;
+    std::vector<std::uint32_t> tallies;
+    CeOid restsOn = 0;  // where the cursor is once nothing more is selected
+    bool operator==(const FilteredWalk& o) const {
+        return selected == o.selected && tallies == o.tallies && restsOn == o.restsOn;
+    }
+};
+
+// Record by record: kCount % 3 == 0 is selected, kCount % 3 == 1 is tallied.
+FilteredWalk WalkRecordByRecord(CeDatabase& db) {
+    FilteredWalk out;
+    std::uint32_t tally = 0;
+    for (CeOid id = db.Seek(CeSeek::kBeginning, 0); id != 0; id = db.Seek(CeSeek::kCurrent, 1)) {
+        CePropVal count;
+        EXPECT_EQ(db.ReadProperty(kCount, &count), id);
+        const bool found = !(count.flags & kPropNotFound);
+        if (found && count.ui4 % 3 == 1) ++tally;
+        if (found && count.ui4 % 3 == 0) {
+            out.selected.push_back(id);
+            out.tallies.push_back(tally);
+            tally = 0;
+        }
+    }
+    out.tallies.push_back(tally);
+    out.restsOn = db.Seek(CeSeek::kCurrent, 0);
+    return out;
+}
+
+FilteredWalk WalkSelected(FilterProbe& db) {
+    const FilterProbe::RecordFilter match{"p_00100013 % 3 = 0", ""};
+    const FilterProbe::RecordFilter tally{"p_00100013 % 3 = 1", ""};
+    FilteredWalk out;
+    std::uint32_t passed = 0;
+    for (CeOid id = db.SeekForwardTo(true, match, &tally, &passed); id != 0;
+         id = db.SeekForwardTo(false, match, &tally, &passed)) {
+        EXPECT_EQ(db.currentId, id);
+        out.selected.push_back(id);
+        out.tallies.push_back(passed);
+    }
+    EXPECT_EQ(db.currentId, 0u);
+    EXPECT_EQ(db.LastError(), kCeErrorNoRecord);
+    out.tallies.push_back(passed);
+    out.restsOn = db.Seek(CeSeek::kCurrent, 0);
+    return out;
+}
+
+TEST_F(CeDatabaseTest, AFilteredWalkMeetsWhatAWalkRecordByRecordMeets) {
+    const CeSortOrder order{kTime, 0};
+    FilterProbe db;
+    ASSERT_NE(db.CreateDatabase(u"D", 0, &order, 1), 0u);
+    ASSERT_TRUE(db.Open(u"D", kTime, 0));
+    // Equal times, records without a time or without a count, ids out of time order.
+    std::uint32_t seed = 7;
+    for (int i = 0; i < 300; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        const std::uint32_t r = seed >> 8;
+        std::vector<CePropVal> values;
+        if (r % 7 != 0) values.push_back(TimeValue(r % 40));
+        if (r % 11 != 0) values.push_back(CountValue((r >> 6) % 10));
+        if (values.empty()) values.push_back(NameValue(u"neither"));
+        ASSERT_NE(db.WriteRecord(0, values.data(), static_cast<unsigned>(values.size())), 0u);
+    }
+    const FilteredWalk expected = WalkRecordByRecord(db);
+    ASSERT_GT(expected.selected.size(), 50u);
+    EXPECT_EQ(WalkSelected(db), expected);
+    // The same in id order, on a handle without a sort order.
+    ASSERT_TRUE(db.Open(u"D", 0, 0));
+    const FilteredWalk byId = WalkRecordByRecord(db);
+    EXPECT_NE(byId.selected, expected.selected);
+    EXPECT_EQ(WalkSelected(db), byId);
+}
+
+TEST_F(CeDatabaseTest, AFilteredWalkThatSelectsNothingLeavesAnEmptyDatabaseAlone) {
+    const CeSortOrder order{kTime, 0};
+    FilterProbe db;
+    ASSERT_NE(db.CreateDatabase(u"D", 0, &order, 1), 0u);
+    ASSERT_TRUE(db.Open(u"D", kTime, 0));
+    const FilterProbe::RecordFilter all{"1", ""};
+    std::uint32_t passed = 99;
+    EXPECT_EQ(db.SeekForwardTo(true, all, &all, &passed), 0u);
+    EXPECT_EQ(passed, 0u);
+    EXPECT_EQ(db.LastError(), kCeErrorNoRecord);
+    EXPECT_EQ(db.Seek(CeSeek::kCurrent, 0), 0u);
+    const CeOid only = Write(db, {TimeValue(3)});
+    EXPECT_EQ(db.SeekForwardTo(true, all, &all, &passed), only);
+    EXPECT_EQ(passed, 1u);
+    EXPECT_EQ(db.SeekForwardTo(false, all, &all, &passed), 0u);
+    EXPECT_EQ(passed, 0u);
+    EXPECT_EQ(db.Seek(CeSeek::kCurrent, 0), only);
+    ASSERT_TRUE(db.Close());
+    EXPECT_EQ(db.SeekForwardTo(true, all, nullptr, nullptr), 0u);
+    EXPECT_EQ(db.LastError(), kCeErrorInvalidParameter);
+}
+
 TEST_F(CeDatabaseTest, StringOrderFollowsTheCodeUnits) {
     const CeSortOrder order{kName, 0};
     CeDatabase db;

@@ -302,6 +302,101 @@ TEST_F(MessageStoreTest, FindDuplicateIsAnIndexLookUpThatLeavesTheCursorAlone) {
     EXPECT_TRUE(SeekNextInFolder(db_));
 }
 
+TEST_F(MessageStoreTest, TheSendLoopFindsTheOutboxWithoutWalkingTheHistory) {
+    auto history = [&](int from, int to) {
+        MessageStoreBatch batch(db_);
+        ASSERT_TRUE(batch.Started());
+        for (int i = from; i < to; ++i) {
+            SmsMessage m = Make(i % 2 ? kFolderInbox : kFolderSent,
+                                At(2003, 1, 1) + static_cast<FileTime>(i) * 10'000'000, u"old");
+            ASSERT_TRUE(WriteMessage(db_, m));
+        }
+        ASSERT_TRUE(batch.Commit());
+    };
+    // A message just composed: newer than every message of the history.
+    SmsMessage waiting = Make(kFolderOutbox, At(2004, 1, 1), u"to send");
+    ASSERT_TRUE(WriteMessage(db_, waiting));
+    // What the send loop does with it: finds it, moves it to Sent, finds the Outbox empty.
+    auto sendLoop = [&]() {
+        db_.folderFilter = kFolderOutbox;
+        SmsMessage m;
+        ASSERT_TRUE(ReadFirst(db_, m));
+        ASSERT_EQ(m.oid, waiting.oid);
+        m.folder = kFolderSent;
+        ASSERT_TRUE(WriteMessage(db_, m));
+        EXPECT_FALSE(ReadFirst(db_, m));
+        EXPECT_EQ(db_.outboxSeen, 0u);
+        ASSERT_TRUE(WriteMessage(db_, waiting));  // back into the Outbox for the next round
+    };
+    history(0, 500);
+    sendLoop();  // prepares the statements
+    TakeSteps(db_.Connection());
+    sendLoop();
+    const StepCounts small = TakeSteps(db_.Connection());
+    history(500, 5000);
+    TakeSteps(db_.Connection());
+    sendLoop();
+    const StepCounts large = TakeSteps(db_.Connection());
+    EXPECT_EQ(small.fullScan, 0);
+    EXPECT_EQ(large.fullScan, 0);
+    EXPECT_LT(small.vm, 1000);
+    EXPECT_EQ(large.vm, small.vm);  // ten times the history, the same work
+}
+
+TEST_F(MessageStoreTest, AFolderWalkCountsTheOutboxRecordsItPassesAndEndsOnTheLastRecord) {
+    // Records without a time come after all others, in id order.
+    CePropVal folderOnly;
+    folderOnly.propId = kPropFolder;
+    folderOnly.ui4 = kFolderOutbox;
+    const CeOid timelessOutbox = db_.WriteRecord(0, &folderOnly, 1);
+    ASSERT_NE(timelessOutbox, 0u);
+    folderOnly.ui4 = kFolderDraft;
+    const CeOid timelessDraft = db_.WriteRecord(0, &folderOnly, 1);
+    ASSERT_NE(timelessDraft, 0u);
+    SmsMessage out1 = Make(kFolderOutbox, At(2003, 1, 1), u"out 1");
+    SmsMessage draft1 = Make(kFolderDraft, At(2003, 1, 2), u"draft 1");
+    SmsMessage out2 = Make(kFolderOutbox, At(2003, 1, 3), u"out 2");
+    SmsMessage out3 = Make(kFolderOutbox, At(2003, 1, 3), u"out 3");  // the same time
+    SmsMessage draft2 = Make(kFolderDraft, At(2003, 1, 3), u"draft 2");
+    SmsMessage inbox = Make(kFolderInbox, At(2003, 1, 4), u"in");
+    for (SmsMessage* m : {&out1, &draft1, &out2, &out3, &draft2, &inbox}) {
+        ASSERT_TRUE(WriteMessage(db_, *m));
+    }
+    db_.folderFilter = kFolderDraft;
+    ASSERT_TRUE(SeekFirstInFolder(db_));
+    EXPECT_EQ(db_.currentId, draft1.oid);
+    EXPECT_EQ(db_.outboxSeen, 1u);
+    ASSERT_TRUE(SeekNextInFolder(db_));
+    EXPECT_EQ(db_.currentId, draft2.oid);
+    EXPECT_EQ(db_.outboxSeen, 3u);
+    ASSERT_TRUE(SeekNextInFolder(db_));
+    EXPECT_EQ(db_.currentId, timelessDraft);
+    EXPECT_EQ(db_.outboxSeen, 4u);
+    EXPECT_FALSE(SeekNextInFolder(db_));
+    EXPECT_EQ(db_.currentId, 0u);
+    EXPECT_EQ(db_.outboxSeen, 4u);
+    // The walk ended on the last record, as a walk record by record does: one step back is the
+    // record before it.
+    EXPECT_EQ(db_.Seek(CeSeek::kCurrent, 0), timelessDraft);
+    EXPECT_EQ(db_.Seek(CeSeek::kCurrent, static_cast<std::uint32_t>(-1)), timelessOutbox);
+
+    db_.folderFilter = kFolderInbox;
+    ASSERT_TRUE(SeekFirstInFolder(db_));
+    EXPECT_EQ(db_.currentId, inbox.oid);
+    EXPECT_EQ(db_.outboxSeen, 3u);
+    EXPECT_FALSE(SeekNextInFolder(db_));
+    EXPECT_EQ(db_.outboxSeen, 4u);
+    EXPECT_EQ(db_.Seek(CeSeek::kCurrent, 0), timelessDraft);
+
+    db_.folderFilter = kFolderOutbox;
+    std::vector<Oid> walked;
+    for (bool more = SeekFirstInFolder(db_); more; more = SeekNextInFolder(db_)) {
+        walked.push_back(db_.currentId);
+    }
+    EXPECT_EQ(walked, (std::vector<Oid>{out1.oid, out2.oid, out3.oid, timelessOutbox}));
+    EXPECT_EQ(db_.outboxSeen, 4u);
+}
+
 TEST_F(MessageStoreTest, DeletingANeverStoredMessageSucceedsAndChangesNothing) {
     SmsMessage kept = Make(kFolderInbox, At(2003, 1, 1), u"kept");
     ASSERT_TRUE(WriteMessage(db_, kept));

@@ -1,0 +1,486 @@
+// Every statement the message store runs is served by an index. The tests run each operation
+// of the store on a real store file while the connection's trace records the statements it
+// runs, then ask SQLite how it would run each of them (EXPLAIN QUERY PLAN) and look at the plan:
+// a statement must search an index or the record id, never read a whole table or a whole
+// index (but for a partial index that alone answers it), and never sort. A missing or unusable
+// index shows there long before the store holds enough messages for anyone to notice.
+//
+// VELKAN_PRINT_QUERY_PLANS=1 prints every statement with its plan.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "store/message_store.h"
+#include "store/recent_store.h"
+#include "store_test_util.h"
+
+namespace {
+
+// The two stores with their connection and table in reach of the tests.
+class ProbeMessages : public MessageDatabase {
+  public:
+    using MessageDatabase::Connection;
+    using MessageDatabase::TableName;
+};
+
+class ProbeRecent : public RecentDatabase {
+  public:
+    using RecentDatabase::Connection;
+    using RecentDatabase::TableName;
+};
+
+// The text of every statement run on a connection while it lives, in the order first run.
+class StatementLog {
+  public:
+    explicit StatementLog(sqlite3* db) : db_(db) {
+        sqlite3_trace_v2(db_, SQLITE_TRACE_STMT, &StatementLog::OnStatement, this);
+    }
+    ~StatementLog() { sqlite3_trace_v2(db_, 0, nullptr, nullptr); }
+    StatementLog(const StatementLog&) = delete;
+    StatementLog& operator=(const StatementLog&) = delete;
+
+    // The statements run since the last call.
+    std::vector<std::string> Take() {
+        std::vector<std::string> out;
+        out.swap(run_);
+        seen_.clear();
+        return out;
+    }
+
+  private:
+    static int OnStatement(unsigned /*type*/, void* self, void* stmt, void* /*text*/) {
+        auto* log = static_cast<StatementLog*>(self);
+        const char* sql = sqlite3_sql(static_cast<sqlite3_stmt*>(stmt));
+        if (sql != nullptr && log->seen_.insert(sql).second) log->run_.push_back(sql);
+        return 0;
+    }
+
+    sqlite3* db_;
+    std::vector<std::string> run_;
+    std::set<std::string> seen_;
+};
+
+// The detail lines of the statement's query plan; empty for a statement without one (an
+// INSERT of values, a transaction or schema statement).
+std::vector<std::string> QueryPlan(sqlite3* db, const std::string& sql) {
+    std::vector<std::string> out;
+    sqlite3_stmt* stmt = nullptr;
+    const std::string explain = "EXPLAIN QUERY PLAN " + sql;
+    if (sqlite3_prepare_v2(db, explain.c_str(), -1, &stmt, nullptr) != SQLITE_OK) {
+        ADD_FAILURE() << "cannot explain: " << sql << ": " << sqlite3_errmsg(db);
+        return out;
+    }
+    while (sqlite3_step(stmt) == SQLITE_ROW) {
+        const unsigned char* detail = sqlite3_column_text(stmt, 3);
+        out.emplace_back(detail != nullptr ? reinterpret_cast<const char*>(detail) : "");
+    }
+    sqlite3_finalize(stmt);
+    return out;
+}
+
+bool IsPartialIndex(sqlite3* db, const std::string& table, const std::string& index) {
+    sqlite3_stmt* stmt = nullptr;
+    const std::string sql =
+        "SELECT partial FROM pragma_index_list('" + table + "') WHERE name = ?1";
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK) return false;
+    sqlite3_bind_text(stmt, 1, index.c_str(), -1, SQLITE_TRANSIENT);
+    const bool partial = sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_int(stmt, 0) == 1;
+    sqlite3_finalize(stmt);
+    return partial;
+}
+
+// A statement that reads or changes rows (schema statements, pragmas and transactions do not).
+bool IsRowStatement(const std::string& sql) {
+    static const std::regex row("^\\s*(SELECT|INSERT|UPDATE|DELETE|REPLACE|WITH)\\b",
+                                std::regex::icase);
+    return std::regex_search(sql, row);
+}
+
+bool Names(const std::string& sql, const std::string& table) {
+    return std::regex_search(sql, std::regex("\\b" + table + "\\b"));
+}
+
+struct Problem {
+    std::string table;
+    std::string what;
+};
+
+// What in a plan makes a statement's cost grow with the size of a table: reading every row of
+// it, or every entry of an index that holds every row; a sort; an index built for the one
+// statement. Reading a whole partial index is fine when the index alone answers the statement:
+// it holds exactly the rows wanted (the Log view's index), and a look at the row behind every
+// entry would cost as much as the table.
+std::vector<Problem> PlanProblems(sqlite3* db, const std::vector<std::string>& plan) {
+    static const std::regex scan("^SCAN (\\S+)(?: USING (COVERING )?INDEX (\\S+))?");
+    static const std::regex other("^(?:SEARCH|SCAN) (\\S+)");
+    std::vector<Problem> problems;
+    for (const std::string& line : plan) {
+        // The table-valued pragmas read the schema, not rows.
+        if (line.find("VIRTUAL TABLE") != std::string::npos) continue;
+        std::smatch m;
+        if (std::regex_search(line, m, scan)) {
+            const std::string table = m[1];
+            if (!m[3].matched) {
+                problems.push_back({table, "reads the whole table: " + line});
+            } else if (!IsPartialIndex(db, table, m[3])) {
+                problems.push_back({table, "reads the whole index: " + line});
+            } else if (!m[2].matched) {
+                problems.push_back({table, "reads the row of every entry of the index: " + line});
+            }
+        }
+        std::smatch t;
+        const std::string table = std::regex_search(line, t, other) ? std::string(t[1]) : "";
+        if (line.find("TEMP B-TREE") != std::string::npos) {
+            problems.push_back({table, "sorts: " + line});
+        }
+        if (line.find("AUTOMATIC") != std::string::npos) {
+            problems.push_back({table, "builds an index of its own: " + line});
+        }
+    }
+    return problems;
+}
+
+bool PrintPlans() {
+    const char* value = std::getenv("VELKAN_PRINT_QUERY_PLANS");
+    return value != nullptr && *value != '\0' && std::string(value) != "0";
+}
+
+struct Checked {
+    std::string operation;  // the first operation that ran the statement
+    std::string sql;
+    std::vector<std::string> plan;
+    std::vector<Problem> problems;
+};
+
+std::string Describe(const Checked& c) {
+    std::string out = "[" + c.operation + "] " + c.sql;
+    for (const std::string& line : c.plan) out += "\n    " + line;
+    if (c.plan.empty()) out += "\n    (no plan)";
+    for (const Problem& p : c.problems) out += "\n  " + p.what;
+    return out;
+}
+
+using Operations = std::vector<std::pair<std::string, std::function<void()>>>;
+
+// Runs each named operation with the connection traced, then explains every statement that
+// read or changed rows. Each operation must have run at least one.
+std::vector<Checked> CheckOperations(sqlite3* db, const Operations& operations) {
+    std::vector<Checked> out;
+    std::set<std::string> done;
+    StatementLog log(db);
+    for (const auto& [name, run] : operations) {
+        log.Take();
+        run();
+        int rowStatements = 0;
+        for (const std::string& sql : log.Take()) {
+            if (!IsRowStatement(sql)) continue;
+            ++rowStatements;
+            if (!done.insert(sql).second) continue;
+            Checked c{name, sql, QueryPlan(db, sql), {}};
+            c.problems = PlanProblems(db, c.plan);
+            out.push_back(std::move(c));
+        }
+        EXPECT_GT(rowStatements, 0) << name << " ran no statement on rows";
+    }
+    if (PrintPlans()) {
+        for (const Checked& c : out) std::cout << Describe(c) << "\n";
+    }
+    return out;
+}
+
+SmsMessage Make(FolderId folder, FileTime time, std::u16string text,
+                std::u16string number = u"+4917") {
+    SmsMessage m;
+    m.folder = folder;
+    m.time = time;
+    m.text = std::move(text);
+    m.number = std::move(number);
+    m.name = u"Anna";
+    return m;
+}
+
+constexpr FileTime kStart = 126'000'000'000'000'000ull;
+constexpr FileTime kSecond = 10'000'000ull;
+
+FolderId FolderOf(int i) {
+    const int r = i % 10;
+    return r < 5 ? kFolderInbox : r < 8 ? kFolderSent : r < 9 ? kFolderOutbox : kFolderDraft;
+}
+
+class QueryPlanTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        // The first opening connects; the store's database does not exist yet.
+        ASSERT_FALSE(db_.Open(kMessageDatabaseName, kPropTime, 0));
+        ASSERT_EQ(db_.LastError(), kCeErrorFileNotFound);
+    }
+
+    // `count` messages spread over the folders, oldest first.
+    void Fill(int first, int count) {
+        MessageStoreBatch batch(db_);
+        EXPECT_TRUE(batch.Started());
+        for (int i = first; i < first + count; ++i) {
+            SmsMessage m = Make(FolderOf(i), kStart + static_cast<FileTime>(i) * kSecond,
+                                u"text " + std::u16string(1, static_cast<char16_t>(u'A' + i % 26)));
+            EXPECT_TRUE(WriteMessage(db_, m));
+        }
+        EXPECT_TRUE(batch.Commit());
+    }
+
+    // Every operation of the message store that the program uses, each folder and the Log view
+    // where the operation takes one.
+    Operations MessageOperations() {
+        Operations ops;
+        ops.emplace_back("OpenMessageStore (creating)", [this] {
+            ASSERT_TRUE(OpenMessageStore(db_));
+            Fill(0, 200);
+            // A record without a time sorts after all others; the cursor walks reach it.
+            CePropVal folder;
+            folder.propId = kPropFolder;
+            folder.ui4 = kFolderDraft;
+            ASSERT_NE(db_.WriteRecord(0, &folder, 1), 0u);
+        });
+        ops.emplace_back("OpenMessageStore (existing)", [this] {
+            ASSERT_TRUE(db_.Close());
+            ASSERT_TRUE(OpenMessageStore(db_));
+        });
+        ops.emplace_back("WriteMessage (new)", [this] {
+            SmsMessage m = Make(kFolderOutbox, 0, u"new");
+            ASSERT_TRUE(WriteMessage(db_, m));
+            written_ = std::move(m);
+        });
+        ops.emplace_back("WriteMessage (rewrite)", [this] {
+            written_.folder = kFolderSent;
+            ASSERT_TRUE(WriteMessage(db_, written_));
+        });
+        ops.emplace_back("MessageStoreBatch", [this] { Fill(1000, 10); });
+        ops.emplace_back("ReadById", [this] {
+            SmsMessage m;
+            m.oid = written_.oid - 5;
+            ASSERT_TRUE(ReadById(db_, m));
+        });
+        ops.emplace_back("ReadCurrent", [this] {
+            SmsMessage m;
+            ASSERT_TRUE(ReadCurrent(db_, m));
+        });
+        for (FolderId f : kFolders) {
+            ops.emplace_back("ReadFirst " + std::to_string(f), [this, f] {
+                db_.folderFilter = f;
+                SmsMessage m;
+                ASSERT_TRUE(ReadFirst(db_, m));
+            });
+            ops.emplace_back("walk " + std::to_string(f), [this, f] {
+                db_.folderFilter = f;
+                int n = 0;
+                for (bool more = SeekFirstInFolder(db_); more; more = SeekNextInFolder(db_)) ++n;
+                EXPECT_GT(n, 10);
+            });
+            ops.emplace_back("CountFolder " + std::to_string(f), [this, f] {
+                std::uint32_t n = 0;
+                ASSERT_TRUE(db_.CountFolder(f, &n));
+                EXPECT_GT(n, 10u);
+            });
+            ops.emplace_back("FolderOidsNewestFirst " + std::to_string(f), [this, f] {
+                std::vector<Oid> oids;
+                ASSERT_TRUE(db_.FolderOidsNewestFirst(f, &oids));
+                EXPECT_GT(oids.size(), 10u);
+            });
+            ops.emplace_back("ReadFolderPage " + std::to_string(f), [this, f] {
+                std::vector<SmsMessage> page;
+                ASSERT_TRUE(db_.ReadFolderPage(f, 5, 5, &page));
+                EXPECT_EQ(page.size(), 5u);
+            });
+        }
+        ops.emplace_back("FindDuplicate", [this] {
+            EXPECT_TRUE(FindDuplicate(db_, Make(kFolderInbox, kStart + 10 * kSecond, u"text K")));
+            EXPECT_FALSE(FindDuplicate(db_, Make(kFolderInbox, kStart + 10 * kSecond, u"new")));
+        });
+        ops.emplace_back("cursor steps back", [this] {
+            ASSERT_NE(db_.Seek(CeSeek::kEnd, 3), 0u);
+            ASSERT_NE(db_.Seek(CeSeek::kCurrent, static_cast<std::uint32_t>(-2)), 0u);
+            CePropVal time;
+            ASSERT_NE(db_.ReadProperty(kPropTime, &time), 0u);
+        });
+        ops.emplace_back("DeleteStoredMessage",
+                         [this] { ASSERT_TRUE(DeleteStoredMessage(written_)); });
+        ops.emplace_back("DeleteRecords", [this] {
+            Oid missing = 0;
+            ASSERT_TRUE(db_.DeleteRecords({1, 2, 3}, &missing));
+        });
+        return ops;
+    }
+
+    static constexpr FolderId kFolders[] = {kFolderInbox, kFolderOutbox, kFolderDraft, kFolderSent,
+                                            kFolderLog};
+
+    TempDataDir dir_;
+    FakeLocalTime clock_{{2003, 6, 1, 1, 9, 0, 0, 0}, 1000};
+    ProbeMessages db_;
+    SmsMessage written_;
+};
+
+TEST_F(QueryPlanTest, EveryStatementOfTheMessageStoreSearchesAnIndex) {
+    const std::vector<Checked> checked = CheckOperations(db_.Connection(), MessageOperations());
+    const std::string table = db_.TableName();
+    int onMessages = 0;
+    int onCatalogue = 0;
+    for (const Checked& c : checked) {
+        EXPECT_TRUE(c.problems.empty()) << Describe(c);
+        if (Names(c.sql, table) && !c.plan.empty()) ++onMessages;
+        if (Names(c.sql, "object_databases")) ++onCatalogue;
+    }
+    // The cursor, the walks, the lists, the pages, the counts, the duplicate check, the reads,
+    // the rewrite and the deletion; the look-ups in the catalogue of databases.
+    EXPECT_GE(onMessages, 30);
+    EXPECT_GE(onCatalogue, 3);
+}
+
+// The check sees a missing index: without the folder index a folder's count and lists read
+// the whole table or the whole time index, and with the Log view's index on the time alone
+// every entry of the view costs a look at its row.
+TEST_F(QueryPlanTest, AMissingOrNarrowerIndexShowsInThePlans) {
+    const std::vector<Checked> checked = CheckOperations(db_.Connection(), MessageOperations());
+    const std::string t = db_.TableName();
+    ASSERT_EQ(sqlite3_exec(
+                  db_.Connection(),
+                  ("DROP INDEX " + t + "_folder_time;DROP INDEX " + t + "_log_time;CREATE INDEX " +
+                   t + "_log_time ON " + t + "(p_000B0040) WHERE p_000A0013 IN (1, 4);")
+                      .c_str(),
+                  nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    std::set<std::string> flagged;
+    for (const Checked& c : checked) {
+        if (!PlanProblems(db_.Connection(), QueryPlan(db_.Connection(), c.sql)).empty()) {
+            flagged.insert(c.sql);
+        }
+    }
+    for (const std::string& source :
+         {" FROM " + t + " WHERE p_000A0013 = ?1",
+          " FROM " + t + " INDEXED BY " + t + "_log_time WHERE p_000A0013 IN (1, 4)"}) {
+        EXPECT_EQ(flagged.count("SELECT count(*)" + source), 1u) << source;
+        EXPECT_EQ(flagged.count("SELECT oid" + source + " ORDER BY p_000B0040 DESC, oid DESC"), 1u)
+            << source;
+        EXPECT_EQ(flagged.count("SELECT oid" + source +
+                                " ORDER BY p_000B0040 DESC, oid DESC LIMIT ?2 OFFSET ?3"),
+                  1u)
+            << source;
+    }
+}
+
+int IndexColumns(sqlite3* db, const std::string& index) {
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(db, "SELECT count(*) FROM pragma_index_info(?1)", -1, &stmt, nullptr) !=
+        SQLITE_OK) {
+        return -1;
+    }
+    sqlite3_bind_text(stmt, 1, index.c_str(), -1, SQLITE_TRANSIENT);
+    const int n = sqlite3_step(stmt) == SQLITE_ROW ? sqlite3_column_int(stmt, 0) : -1;
+    sqlite3_finalize(stmt);
+    return n;
+}
+
+std::int64_t SchemaVersion(sqlite3* db) {
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(db, "PRAGMA schema_version", -1, &stmt, nullptr) != SQLITE_OK) return -1;
+    const std::int64_t v = sqlite3_step(stmt) == SQLITE_ROW ? sqlite3_column_int64(stmt, 0) : -1;
+    sqlite3_finalize(stmt);
+    return v;
+}
+
+// A store made when the Log index held the time alone gets the wider index, under the same
+// name, when it is opened; its messages and their order stay. A store that has it is left as
+// it is.
+TEST(LogIndexTest, TheFormerLogIndexIsReplacedWhenTheStoreIsOpened) {
+    TempDataDir dir;
+    std::string index;
+    {
+        ProbeMessages db;
+        ASSERT_TRUE(OpenMessageStore(db));
+        // Ids 1 to 4; the Log view newest first is 4, 2 (the same time: the higher id first), 1.
+        const FolderId folders[] = {kFolderInbox, kFolderSent, kFolderDraft, kFolderInbox};
+        for (int i = 0; i < 4; ++i) {
+            SmsMessage m = Make(folders[i], kStart + static_cast<FileTime>(i % 2) * kSecond, u"x");
+            ASSERT_TRUE(WriteMessage(db, m));
+            ASSERT_EQ(m.oid, static_cast<Oid>(i + 1));
+        }
+        const std::string t = db.TableName();
+        index = t + "_log_time";
+        ASSERT_EQ(sqlite3_exec(db.Connection(),
+                               ("DROP INDEX " + index + ";CREATE INDEX " + index + " ON " + t +
+                                "(p_000B0040) WHERE p_000A0013 IN (1, 4);")
+                                   .c_str(),
+                               nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        ASSERT_EQ(IndexColumns(db.Connection(), index), 1);
+    }
+    ProbeMessages db;
+    ASSERT_TRUE(OpenMessageStore(db));
+    EXPECT_EQ(IndexColumns(db.Connection(), index), 3);
+    const std::string count = "SELECT count(*) FROM " + db.TableName() + " INDEXED BY " + index +
+                              " WHERE p_000A0013 IN (1, 4)";
+    const std::vector<std::string> plan = QueryPlan(db.Connection(), count);
+    EXPECT_EQ(plan, (std::vector<std::string>{"SCAN " + db.TableName() + " USING COVERING INDEX " +
+                                              index}));
+    EXPECT_TRUE(PlanProblems(db.Connection(), plan).empty());
+    std::uint32_t n = 0;
+    ASSERT_TRUE(db.CountFolder(kFolderLog, &n));
+    EXPECT_EQ(n, 3u);
+    std::vector<Oid> oids;
+    ASSERT_TRUE(db.FolderOidsNewestFirst(kFolderLog, &oids));
+    EXPECT_EQ(oids, (std::vector<Oid>{4, 2, 1}));
+
+    const std::int64_t schema = SchemaVersion(db.Connection());
+    ProbeMessages again;
+    ASSERT_TRUE(OpenMessageStore(again));
+    EXPECT_EQ(SchemaVersion(again.Connection()), schema);
+}
+
+// The recent recipients are at most ten: their statements may read the whole table (the
+// count that decides which entries go reads every entry), and no statement reads more than
+// that table, or reads the catalogue other than through its keys.
+TEST(RecentQueryPlanTest, OnlyTheTenRecentRecipientsAreReadWhole) {
+    TempDataDir dir;
+    FakeLocalTime clock({2003, 6, 1, 1, 9, 0, 0, 0}, 1000);
+    ProbeRecent db;
+    ASSERT_FALSE(db.Open(kRecentDatabaseName, 0, 0));  // connects
+    Operations ops;
+    ops.emplace_back("AddRecent (creating)", [&] {
+        RecentRecipient e;
+        e.name = u"Person";
+        e.number = u"+491";
+        ASSERT_TRUE(AddRecent(db, e));
+    });
+    ops.emplace_back("AddRecent (twelve more)", [&] {
+        for (int i = 0; i < 12; ++i) {
+            RecentRecipient e;
+            e.name = u"Person " + std::u16string(1, static_cast<char16_t>(u'A' + i));
+            e.number = u"+4910" + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+            ASSERT_TRUE(AddRecent(db, e));
+        }
+    });
+    ops.emplace_back("ListRecentByName", [&] {
+        std::vector<RecentRecipient> entries;
+        ASSERT_TRUE(ListRecentByName(db, &entries));
+        EXPECT_EQ(entries.size(), kMaxRecentRecipients);
+    });
+    const std::vector<Checked> checked = CheckOperations(db.Connection(), ops);
+    const std::string table = db.TableName();
+    int onTable = 0;
+    for (const Checked& c : checked) {
+        if (Names(c.sql, table)) ++onTable;
+        for (const Problem& p : c.problems) EXPECT_EQ(p.table, table) << Describe(c);
+    }
+    EXPECT_GE(onTable, 5);
+    std::uint32_t count = 0;
+    ASSERT_TRUE(db.GetRecordCount(&count));
+    EXPECT_EQ(count, kMaxRecentRecipients);
+}
+
+}  // namespace
