@@ -142,6 +142,19 @@ QStringList ActionNames(const QMenu* menu) {
     return names;
 }
 
+// Collects the regions a widget is asked to paint.
+class PaintRecorder : public QObject {
+  public:
+    explicit PaintRecorder(QWidget* widget) { widget->installEventFilter(this); }
+    QRegion region;
+
+  protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Paint) region += static_cast<QPaintEvent*>(event)->region();
+        return false;
+    }
+};
+
 }  // namespace
 
 class MessageListViewTest : public QObject {
@@ -336,6 +349,35 @@ class MessageListViewTest : public QObject {
                 }
             }
             QVERIFY(blue > 10);
+        });
+    }
+
+    // Moving the selection redraws the two rows it leaves and enters, not the whole list.
+    void movingTheSelectionRedrawsOnlyTheRowsItChanges() {
+        for (int i = 0; i < 8; ++i) {
+            StoreMessage(MakeMessage(1, u"A", u"1", u"x", MakeTime(2024, 5, 1, 8, i)));
+        }
+        TestList list;
+        RunList(list, [&] {
+            MessageListControl* l = list.List();
+            PaintRecorder painted(l->viewport());
+            l->setFocus();
+            l->selectionModel()->setCurrentIndex(l->model()->index(2, 0),
+                                                 QItemSelectionModel::ClearAndSelect);
+            QTRY_VERIFY(!painted.region.isEmpty());
+            QCoreApplication::processEvents();
+            painted.region = QRegion();
+
+            QTest::keyClick(l, Qt::Key_Down);
+            QCOMPARE(l->currentIndex().row(), 3);
+            QTRY_VERIFY(!painted.region.isEmpty());
+            QCoreApplication::processEvents();
+            const QRect left = l->visualRect(l->model()->index(2, 0));
+            const QRect entered = l->visualRect(l->model()->index(3, 0));
+            QVERIFY(painted.region.intersects(left));
+            QVERIFY(painted.region.intersects(entered));
+            QVERIFY2((painted.region - QRegion(left) - QRegion(entered)).isEmpty(),
+                     "rows other than the two were redrawn");
         });
     }
 
