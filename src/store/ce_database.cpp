@@ -855,16 +855,20 @@ CeOid CeDatabase::SeekForwardTo(bool fromStart, const RecordFilter& match,
         SetError(kCeErrorNoRecord);
         return 0;
     }
-    Position(oid, std::move(key));
-    currentId = oid;
-    SetError(kCeErrorNone);
-    return oid;
+    return Arrive(oid, std::move(key));
 }
 
 void CeDatabase::Position(CeOid oid, Key key) {
     positioned_ = true;
     positionOid_ = oid;
     positionKey_ = std::move(key);
+}
+
+CeOid CeDatabase::Arrive(CeOid oid, Key key) {
+    Position(oid, std::move(key));
+    currentId = oid;
+    SetError(kCeErrorNone);
+    return oid;
 }
 
 CeOid CeDatabase::Seek(CeSeek type, std::uint32_t value) {
@@ -924,10 +928,7 @@ CeOid CeDatabase::Seek(CeSeek type, std::uint32_t value) {
         SetError(kCeErrorNoRecord);
         return 0;
     }
-    Position(oid, std::move(key));
-    currentId = oid;
-    SetError(kCeErrorNone);
-    return oid;
+    return Arrive(oid, std::move(key));
 }
 
 CeOid CeDatabase::ReadProperty(CePropId propId, CePropVal* out) {

@@ -207,6 +207,8 @@ class CeDatabase {
     bool CountBetween(const RecordFilter& tally, bool haveFrom, const Key& from, CeOid fromOid,
                       bool haveTo, const Key& to, CeOid toOid, std::uint32_t* count);
     void Position(CeOid oid, Key key);
+    // A seek that found `oid`: the cursor rests on it and it becomes the current record.
+    CeOid Arrive(CeOid oid, Key key);
     void FinalizeStatements();
 
     sqlite3* db_ = nullptr;
