@@ -51,18 +51,22 @@ void FillDeliver(PduRecord* r, std::uint8_t dcs) {
     r->timeStamp = {2003, 11, 15, 9, 30, 5, 60};
 }
 
+// The text as septets in the record's user data, as the encoder takes them.
+void PutSeptets(PduRecord* r, const std::u16string& text) {
+    std::uint8_t septets[161];
+    std::size_t count = 0;
+    TextToSeptets(text.data(), text.size(), septets, &count);
+    std::memcpy(r->userData, septets, count);
+    r->userDataLength = static_cast<std::uint32_t>(count);
+}
+
 // 160 characters in the default alphabet, with a service-centre part.
 std::vector<std::uint8_t> SevenBitDeliver() {
     auto r = NewRecord();
     FillDeliver(r.get(), 0x00);
     r->scaType = 0x91;
     std::strcpy(r->scaDigits, "491720000000");
-    const std::u16string text = Text(160);
-    std::uint8_t septets[161];
-    std::size_t count = 0;
-    TextToSeptets(text.data(), text.size(), septets, &count);
-    std::memcpy(r->userData, septets, count);
-    r->userDataLength = static_cast<std::uint32_t>(count);
+    PutSeptets(r.get(), Text(160));
     EXPECT_EQ(EncodePdu(r.get()), kErrNone);
     return Listed(*r);
 }
@@ -75,12 +79,7 @@ std::vector<std::uint8_t> SevenBitWithHeader() {
     const std::uint8_t header[] = {0x00, 0x03, 0x2A, 0x02, 0x02};
     std::memcpy(r->header, header, sizeof header);
     r->headerLength = sizeof header;
-    const std::u16string text = Text(153);
-    std::uint8_t septets[161];
-    std::size_t count = 0;
-    TextToSeptets(text.data(), text.size(), septets, &count);
-    std::memcpy(r->userData, septets, count);
-    r->userDataLength = static_cast<std::uint32_t>(count);
+    PutSeptets(r.get(), Text(153));
     EXPECT_EQ(EncodePdu(r.get()), kErrNone);
     return Listed(*r);
 }
@@ -275,12 +274,7 @@ TEST_F(NoAllocation, EncodePduWritesIntoItsRecord) {
     r->scaType = 0x91;
     std::strcpy(r->scaDigits, "491720000000");
     r->validityPeriod[0] = 0xA7;
-    const std::u16string text = Text(160);
-    std::uint8_t septets[161];
-    std::size_t count = 0;
-    TextToSeptets(text.data(), text.size(), septets, &count);
-    std::memcpy(r->userData, septets, count);
-    r->userDataLength = static_cast<std::uint32_t>(count);
+    PutSeptets(r, Text(160));
 
     TransferError submit = 1;
     std::uint64_t submitAllocations = allocations::During([&] { submit = EncodePdu(r); });
