@@ -133,7 +133,8 @@ double PeakRssMb() {
 // A fresh settings file and message store of its own, with the Outbox filled.
 class BenchHome {
 public:
-    BenchHome() {
+    // `stored`: messages already in the Inbox, oldest first, before the Outbox's.
+    explicit BenchHome(int stored = 0) {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "velkan-transfer-bench-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) std::abort();
@@ -142,6 +143,18 @@ public:
         SetStoreDataDirectory(dir_ + "/data");
         MessageDatabase db;
         if (!OpenMessageStore(db)) std::abort();
+        if (stored > 0) {
+            MessageStoreBatch batch(db);
+            for (int i = 0; i < stored; ++i) {
+                SmsMessage m;
+                m.folder = kFolderInbox;
+                m.time = 126'000'000'000'000'000ull + static_cast<FileTime>(i) * 370'000'000ull;
+                m.number = u"+491701234567";
+                m.text = u"An old message, number " + Utf8ToUtf16(std::to_string(i)) + u".";
+                if (!WriteMessage(db, m)) std::abort();
+            }
+            if (!batch.Commit()) std::abort();
+        }
         for (int i = 0; i < kOutbox; ++i) {
             SmsMessage m;
             m.folder = kFolderOutbox;
@@ -264,6 +277,28 @@ void BM_SendAndGetOverAPseudoTerminal(benchmark::State& state) {
 }
 BENCHMARK(BM_SendAndGetOverAPseudoTerminal)->Iterations(1)->Unit(benchmark::kSecond)
     ->UseRealTime();
+
+// Unpaced over TCP with 100,000 older messages in the store: the same run should take about
+// as long as with an empty store, since each step of it looks up what it needs in an index.
+void BM_SendAndGetWithAFullStore(benchmark::State& state) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        BenchHome home(static_cast<int>(state.range(0)));
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, SimArgs(false));
+        if (!sim.Ok()) {
+            state.SkipWithError("the simulated phone did not start");
+            return;
+        }
+        home.Connect("TCP", sim.Address());
+
+        double wall = 0, cpu = 0;
+        if (!MeasureSendAndGet(state, &wall, &cpu)) return;
+        Report(state, false, wall, cpu, 0, sim.Log().size());
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_SendAndGetWithAFullStore)->Arg(100000)->ArgName("stored")->Iterations(1)
+    ->Unit(benchmark::kSecond)->UseRealTime();
 
 }  // namespace
 
