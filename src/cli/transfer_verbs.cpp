@@ -152,12 +152,18 @@ int RunSendVerb(int argc, char** argv) {
             flash = 1;
         } else if (std::strcmp(a, "--no-flash") == 0) {
             flash = 0;
-        } else if (std::strcmp(a, "--to") == 0 && i + 1 < argc) {
-            to = argv[++i];
-        } else if (std::strcmp(a, "--text") == 0 && i + 1 < argc) {
-            text = argv[++i];
-        } else if (std::strcmp(a, "--name") == 0 && i + 1 < argc) {
-            name = argv[++i];
+        } else if (std::strcmp(a, "--to") == 0 || std::strcmp(a, "--text") == 0 ||
+                   std::strcmp(a, "--name") == 0) {
+            if (i + 1 >= argc)
+                return UsageError("send", (std::string(a) + " needs a value").c_str());
+            const char* v = argv[++i];
+            if (std::strcmp(a, "--to") == 0) {
+                to = v;
+            } else if (std::strcmp(a, "--text") == 0) {
+                text = v;
+            } else {
+                name = v;
+            }
         } else {
             return UsageError("send", (std::string("unexpected argument '") + a + "'").c_str());
         }

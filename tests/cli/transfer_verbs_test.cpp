@@ -359,6 +359,10 @@ TEST_F(CliTransferTest, BadArgumentsAreAUsageErrorAndSendNothing) {
     EXPECT_EQ(Velkan({"send", "--to", "+4930123456"}).exitStatus, 2);
     EXPECT_EQ(Velkan({"send", "--text", "Hi"}).exitStatus, 2);
     EXPECT_EQ(Velkan({"send", "--to", "+4930123456", "--text", "Hi", "--bogus"}).exitStatus, 2);
+    // An option at the end without its value says which one.
+    const ProcessResult noText = Velkan({"send", "--to", "+4930123456", "--text"});
+    EXPECT_EQ(noText.exitStatus, 2);
+    EXPECT_TRUE(Contains(noText.err, "--text needs a value")) << noText.err;
     const ProcessResult r = Velkan({"send", "--to", "no digits", "--text", "Hi"});
     EXPECT_EQ(r.exitStatus, 2);
     EXPECT_TRUE(Contains(r.err, "a message needs a number and a text"));
