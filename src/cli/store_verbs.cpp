@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "cli/json.h"
+#include "cli/message_options.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
-#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/recent_store.h"
@@ -127,35 +127,22 @@ std::string Cell(const std::u16string& text, std::size_t width) {
 // --- compose ---------------------------------------------------------------------------------
 
 int RunCompose(int argc, char** argv) {
-    const char* to = nullptr;
-    const char* text = nullptr;
-    const char* name = nullptr;
-    int flash = -1;  // -1: as the Flash setting says
+    MessageOptions options;
     bool draft = false;
     for (int i = 1; i < argc; ++i) {
-        const char* a = argv[i];
-        if (std::strcmp(a, "--flash") == 0) {
-            flash = 1;
-        } else if (std::strcmp(a, "--no-flash") == 0) {
-            flash = 0;
-        } else if (std::strcmp(a, "--draft") == 0) {
+        const OptionTaken taken = TakeMessageOption("compose", argc, argv, &i, &options);
+        if (taken == OptionTaken::kUsageError) return 2;
+        if (taken == OptionTaken::kYes) continue;
+        if (std::strcmp(argv[i], "--draft") == 0) {
             draft = true;
-        } else if (std::strcmp(a, "--to") == 0 || std::strcmp(a, "--text") == 0 ||
-                   std::strcmp(a, "--name") == 0) {
-            if (i + 1 >= argc)
-                return UsageError("compose", (std::string(a) + " needs a value").c_str());
-            const char* v = argv[++i];
-            if (std::strcmp(a, "--to") == 0) {
-                to = v;
-            } else if (std::strcmp(a, "--text") == 0) {
-                text = v;
-            } else {
-                name = v;
-            }
         } else {
-            return UsageError("compose", (std::string("unexpected argument '") + a + "'").c_str());
+            return UsageError("compose",
+                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
         }
     }
+    const char* to = options.to;
+    const char* text = options.text;
+    const char* name = options.name;
 
     // The fields as the compose dialog collects them.
     SmsMessage message;
@@ -187,12 +174,7 @@ int RunCompose(int argc, char** argv) {
         return 2;
     }
 
-    if (flash < 0) {
-        // A new message starts with the Flash preference, as in the compose dialog.
-        RegistryKey key;
-        flash = OpenSettings(key) && ReadSettingFlag(key, kValueFlash) ? 1 : 0;
-    }
-    if (flash != 0) message.flags |= kFlagFlash;
+    if (FlashOf(options)) message.flags |= kFlagFlash;
 
     MessageDatabase db;
     if (!OpenStore(db)) return 1;

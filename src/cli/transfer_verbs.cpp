@@ -18,6 +18,7 @@
 #include <cstring>
 #include <string>
 
+#include "cli/message_options.h"
 #include "cli/verbs.h"
 #include "common/tick_clock.h"
 #include "common/text_convert.h"
@@ -26,7 +27,6 @@
 #include "session/notification_queue.h"
 #include "session/result_messages.h"
 #include "session/transfer_session.h"
-#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/recent_store.h"
 
@@ -142,32 +142,17 @@ int RunSendGetVerb(int argc, char**) {
 }
 
 int RunSendVerb(int argc, char** argv) {
-    const char* to = nullptr;
-    const char* text = nullptr;
-    const char* name = "";
-    int flash = -1;  // -1: as the Flash setting says
+    MessageOptions options;
     for (int i = 1; i < argc; ++i) {
-        const char* a = argv[i];
-        if (std::strcmp(a, "--flash") == 0) {
-            flash = 1;
-        } else if (std::strcmp(a, "--no-flash") == 0) {
-            flash = 0;
-        } else if (std::strcmp(a, "--to") == 0 || std::strcmp(a, "--text") == 0 ||
-                   std::strcmp(a, "--name") == 0) {
-            if (i + 1 >= argc)
-                return UsageError("send", (std::string(a) + " needs a value").c_str());
-            const char* v = argv[++i];
-            if (std::strcmp(a, "--to") == 0) {
-                to = v;
-            } else if (std::strcmp(a, "--text") == 0) {
-                text = v;
-            } else {
-                name = v;
-            }
-        } else {
-            return UsageError("send", (std::string("unexpected argument '") + a + "'").c_str());
+        const OptionTaken taken = TakeMessageOption("send", argc, argv, &i, &options);
+        if (taken == OptionTaken::kUsageError) return 2;
+        if (taken == OptionTaken::kNo) {
+            return UsageError("send",
+                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
         }
     }
+    const char* to = options.to;
+    const char* text = options.text;
     if (to == nullptr || text == nullptr) return UsageError("send", "--to and --text are required");
 
     SmsMessage message;
@@ -175,17 +160,12 @@ int RunSendVerb(int argc, char** argv) {
     NormalizePhoneNumber(message.number);
     std::u16string body = Utf8ToUtf16(text);
     CountedText(message.text, body);
-    message.name = Utf8ToUtf16(name);
+    message.name = Utf8ToUtf16(options.name != nullptr ? options.name : "");
     if (message.number.empty() || message.text.empty()) {
         std::fprintf(stderr, "velkan: a message needs a number and a text\n");
         return 2;
     }
-    if (flash < 0) {
-        // A new message starts with the Flash preference, as in the compose dialog.
-        RegistryKey key;
-        flash = OpenSettings(key) && ReadSettingFlag(key, kValueFlash) ? 1 : 0;
-    }
-    if (flash != 0) message.flags |= kFlagFlash;
+    if (FlashOf(options)) message.flags |= kFlagFlash;
     message.folder = kFolderSent;
 
     TransferSession session;
