@@ -628,6 +628,20 @@ void BindKey(sqlite3_stmt* stmt, int index,
     }
 }
 
+// Binds the bounds of a cursor query, as many as it has: ?1 and ?2 the position it starts
+// after, ?3 and ?4 the last position it may reach.
+void BindBounds(sqlite3_stmt* stmt,
+                const std::variant<std::monostate, std::int64_t, std::string>& from,
+                std::int64_t fromOid,
+                const std::variant<std::monostate, std::int64_t, std::string>& to = {},
+                std::int64_t toOid = 0) {
+    const int params = sqlite3_bind_parameter_count(stmt);
+    if (params >= 1) BindKey(stmt, 1, from);
+    if (params >= 2) sqlite3_bind_int64(stmt, 2, fromOid);
+    if (params >= 3) BindKey(stmt, 3, to);
+    if (params >= 4) sqlite3_bind_int64(stmt, 4, toOid);
+}
+
 std::variant<std::monostate, std::int64_t, std::string> ColumnKey(sqlite3_stmt* stmt, int col) {
     switch (sqlite3_column_type(stmt, col)) {
         case SQLITE_INTEGER:
@@ -652,9 +666,7 @@ bool CeDatabase::Fetch(const std::string& sql, const Key& from, CeOid fromOid, C
     sqlite3_stmt* stmt = Statement(sql);
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
-    const int params = sqlite3_bind_parameter_count(stmt);
-    if (params >= 1) BindKey(stmt, 1, from);
-    if (params >= 2) sqlite3_bind_int64(stmt, 2, fromOid);
+    BindBounds(stmt, from, fromOid);
     const int rc = sqlite3_step(stmt);
     if (rc == SQLITE_ROW) {
         *oid = static_cast<CeOid>(sqlite3_column_int64(stmt, 0));
@@ -807,11 +819,7 @@ bool CeDatabase::CountBetween(const RecordFilter& tally, bool haveFrom, const Ke
         sqlite3_stmt* stmt = Statement(sql);
         if (stmt == nullptr) return false;
         StmtScope scope(stmt);
-        const int params = sqlite3_bind_parameter_count(stmt);
-        if (params >= 1) BindKey(stmt, 1, from);
-        if (params >= 2) sqlite3_bind_int64(stmt, 2, fromOid);
-        if (params >= 3) BindKey(stmt, 3, to);
-        if (params >= 4) sqlite3_bind_int64(stmt, 4, toOid);
+        BindBounds(stmt, from, fromOid, to, toOid);
         const int rc = sqlite3_step(stmt);
         if (rc != SQLITE_ROW) {
             Fail(rc);
