@@ -18,6 +18,13 @@ constexpr FolderId kFolderLog = 255;
 
 constexpr std::uint32_t kFlagUnread = 1;  // taken from the phone and not yet opened
 constexpr std::uint32_t kFlagFlash = 2;   // sent or received as a Flash SMS (class 0)
+// An Outbox message handed to the phone whose acceptance was never recorded: the phone may
+// have sent it. Written durably before the message goes to the phone and cleared when it
+// moves to Sent; a message still carrying it is never sent again without the person's word.
+constexpr std::uint32_t kFlagMayHaveBeenSent = 4;
+// An Outbox message that cannot be encoded as an SMS (its number or service centre is not a
+// valid address); it stays in the Outbox, and the transfer goes on with the next message.
+constexpr std::uint32_t kFlagNotEncodable = 8;
 
 // Record id in the message store; 0 while the message is not stored.
 using Oid = std::uint32_t;
