@@ -5,7 +5,8 @@
 #include "pdu/submit.h"
 #include "phonelink/response_buffer.h"
 
-TransferError SubmitPdu(PhoneSession* session, PduRecord* record) {
+TransferError SubmitPdu(PhoneSession* session, PduRecord* record, bool* pduWritten) {
+    if (pduWritten != nullptr) *pduWritten = false;
     if (session == nullptr || record == nullptr) return kErrInvalidParameter;
     TransferError result = EncodePdu(record);
     if (result != kErrNone) return result;
@@ -29,21 +30,30 @@ TransferError SubmitPdu(PhoneSession* session, PduRecord* record) {
     request.command = pduCommand;
     request.commandLength = 0;
     request.timeoutMs = kAtPduTimeoutMs;
+    // From here on a failure may come after the phone took the PDU: a write cut short or a
+    // silence does not say that nothing went out.
+    if (pduWritten != nullptr) *pduWritten = true;
     return AtSimple(&request);
+}
+
+TransferError PrepareForSending(PhoneSession* session, SmsMessage* message) {
+    if (session == nullptr || message == nullptr) return kErrInvalidParameter;
+    // A destination without a digit (empty, or a lone "+") encodes, but no network delivers
+    // it: it is refused here like a number the encoder refuses.
+    const std::u16string& number = message->number;
+    if (number.empty() || (number.size() == 1 && number[0] == u'+')) return kErrInvalidParameter;
+    if (PrepareSubmit(message) == 0 || !message->pduRecord) {
+        return message->codecResult != kErrNone ? message->codecResult : kErrInvalidParameter;
+    }
+    ApplySubmitOptions(message->pduRecord.get(), session->serviceCentre, session->statusReport);
+    // The options can make the record unencodable (a centre too long): find out now.
+    return EncodePdu(message->pduRecord.get());
 }
 
 bool SendMessage(PhoneSession* session, SmsMessage* message) {
     if (session == nullptr) return false;
-    if (message == nullptr) {
-        session->lastError = kErrInvalidParameter;
-        return false;
-    }
-    if (PrepareSubmit(message) == 0 || !message->pduRecord) {
-        session->lastError =
-            message->codecResult != kErrNone ? message->codecResult : kErrInvalidParameter;
-        return false;
-    }
-    ApplySubmitOptions(message->pduRecord.get(), session->serviceCentre, session->statusReport);
+    session->lastError = PrepareForSending(session, message);
+    if (session->lastError != kErrNone) return false;
     session->lastError = SubmitPdu(session, message->pduRecord.get());
     return session->lastError == kErrNone;
 }

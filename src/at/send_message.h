@@ -16,10 +16,17 @@ constexpr char kCtrlZ = 0x1A;
 // left in session->lastError (the codec's code when the message cannot be encoded).
 bool SendMessage(PhoneSession* session, SmsMessage* message);
 
+// The first half of SendMessage, without talking to the phone: prepares and encodes the
+// message's record with the session's options. 0, or the codec's code (4) for a message that
+// cannot be sent as it stands; then nothing reached the phone.
+TransferError PrepareForSending(PhoneSession* session, SmsMessage* message);
+
 // Encodes the record and runs the two stages of AT+CMGS:
 //  1. "AT+CMGS=<tpduLength>\r", where the length counts the TPDU octets only, never the service-
 //     centre part; up to kAtPromptTimeoutMs for "> " (a final code before it ends the send);
 //  2. the whole encoded PDU (service-centre part and TPDU) as upper-case hex followed by Ctrl-Z
 //     alone, up to kAtPduTimeoutMs for the final result code.
 // Returns the encoder's code, the first stage's failure, or the second stage's result.
-TransferError SubmitPdu(PhoneSession* session, PduRecord* record);
+// *pduWritten (when given) tells whether the PDU went out: only then may the phone have sent
+// the message, whatever the result says.
+TransferError SubmitPdu(PhoneSession* session, PduRecord* record, bool* pduWritten = nullptr);

@@ -3,9 +3,10 @@
 //
 // The transfers of the program without its windows. The session runs on its worker thread as
 // it does under the progress dialog; this thread follows its notifications and prints one line
-// per change on stderr, with the texts the dialog shows. The exit status is the transfer's
-// result code (0 success, 5 cancelled, 4, 10, 12, 14, 15, 16; 1 when the run ended without a
-// code of its own, e.g. a store that could not be opened).
+// per change on stderr, with the texts the dialog shows, and a "warning:" line for each thing
+// the run left undone. The exit status is the transfer's result code (0 success, 5 cancelled,
+// 4, 10, 12, 14, 15, 16, 20 the message store cannot be used, 21 another transfer is using
+// it; 1 when the run ended without a code of its own).
 //
 // For tests of the time-outs, VELKAN_CLOCK_STEP_MS=N replaces the phone side's clock with one
 // that moves N ms forward at every reading, so a 20 s time-out passes in a few thousand reads
@@ -20,8 +21,8 @@
 
 #include "cli/message_options.h"
 #include "cli/verbs.h"
-#include "common/tick_clock.h"
 #include "common/text_convert.h"
+#include "common/tick_clock.h"
 #include "framework/text_buffer.h"
 #include "message_ui/text_helpers.h"
 #include "session/notification_queue.h"
@@ -34,7 +35,9 @@ namespace {
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
-void OnInterrupt(int) { g_interrupted = 1; }
+void OnInterrupt(int) {
+    g_interrupted = 1;
+}
 
 std::string Str(std::uint32_t id) {
     TextBuffer t;
@@ -76,7 +79,8 @@ int Follow(TransferSession& session) {
     struct sigaction sa {};
     sa.sa_handler = &OnInterrupt;
     sigemptyset(&sa.sa_mask);
-    struct sigaction oldInt {}, oldTerm {};
+    struct sigaction oldInt {
+    }, oldTerm{};
     sigaction(SIGINT, &sa, &oldInt);
     sigaction(SIGTERM, &sa, &oldTerm);
     g_interrupted = 0;
@@ -97,8 +101,12 @@ int Follow(TransferSession& session) {
         if (!n) continue;
         if (n->message == kNotifyThreadEnded) break;
         switch (n->message) {
-            case kNotifyStatus: Line(Str(static_cast<std::uint32_t>(n->wParam))); break;
-            case kNotifySendCount: toSend = static_cast<int>(n->wParam); break;
+            case kNotifyStatus:
+                Line(Str(static_cast<std::uint32_t>(n->wParam)));
+                break;
+            case kNotifySendCount:
+                toSend = static_cast<int>(n->wParam);
+                break;
             case kNotifySending:
                 ++sent;
                 Line(Formatted(3102, sent, toSend) + ": " + Utf16ToUtf8(session.Text()));
@@ -111,22 +119,35 @@ int Follow(TransferSession& session) {
                 success = true;
                 Line(Str(3109));
                 if (!session.IsSendOnly()) {
-                    if (toSend != 0) Line(Formatted(3113, toSend));
+                    // The messages handed to the phone: fewer than counted when some were held
+                    // back, which the warnings below name.
+                    if (sent != 0) Line(Formatted(3113, sent));
                     Line(received != 0 ? Formatted(3112, received) : Str(3111));
                 }
                 break;
-            default: break;
+            default:
+                break;
         }
     }
     session.Wait();
     sigaction(SIGINT, &oldInt, nullptr);
     sigaction(SIGTERM, &oldTerm, nullptr);
 
+    // What the run left undone is said whatever its result: a success may still have left
+    // messages unsent, unstored or unread.
+    for (const std::u16string& shortfall : session.Shortfalls()) {
+        Line("velkan: warning: " + Utf16ToUtf8(shortfall));
+    }
     const TransferError result = session.Result();
     if (success && result == kErrNone) return 0;
     const std::uint32_t id = ResultMessageId(result);
     if (id == kStringOperationFailed) {
         Line(Formatted(id, static_cast<int>(result)));
+    } else if (id == kStringStoreUnusable) {
+        std::string text = Str(id);
+        const std::size_t at = text.find("%s");
+        if (at != std::string::npos) text.replace(at, 2, Utf16ToUtf8(session.FailureDetail()));
+        Line(text);
     } else if (id != 0) {
         Line(Str(id));
     }

@@ -1,12 +1,16 @@
 #include "session/transfer_session.h"
 
+#include <chrono>
 #include <cstring>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "at/at_exchange.h"
 #include "at/phone_commands.h"
 #include "at/send_message.h"
+#include "common/text_convert.h"
+#include "common/tick_clock.h"
 #include "framework/text_buffer.h"
 #include "pdu/deliver.h"
 #include "phonelink/serial_transport.h"
@@ -15,6 +19,8 @@
 #include "session/transfer_settings.h"
 #include "settings/settings_key.h"
 #include "store/message_store.h"
+#include "store/object_store.h"
+#include "store/transfer_lock.h"
 
 namespace {
 
@@ -33,12 +39,64 @@ bool StartsWith(std::u16string_view text, std::u16string_view prefix) {
     return text.substr(0, prefix.size()) == prefix;
 }
 
+// Lines of the outcome name files and recipients: roomier than a status line.
+constexpr std::size_t kOutcomeLimit = 4000;
+constexpr std::uint32_t kLockRetryMs = 100;
+
+constexpr std::uint32_t kStringNotStored = 3158;        // "%d message(s) could not be stored: %s"
+constexpr std::uint32_t kStringMayHaveBeenSent = 3161;  // "Not sent, it may have been sent ..."
+constexpr std::uint32_t kStringNotEncodable = 3162;     // "Not sent, the number cannot be used: %s"
+constexpr std::uint32_t kStringSentNotMoved = 3163;     // "The message to %s was sent, but ..."
+
+const std::u16string& Who(const SmsMessage& message) {
+    return message.name.empty() ? message.number : message.name;
+}
+
+// Who, as a line of the outcome names it: a name or number of absurd length is cut, so that
+// the line still fits and says something.
+std::u16string Recipient(const SmsMessage& message) {
+    constexpr std::size_t kShown = 40;
+    const std::u16string& who = Who(message);
+    return who.size() <= kShown ? who : who.substr(0, kShown) + u"...";
+}
+
 // "'%s': %s" of who and what, as the progress detail line.
 std::u16string Detail(const SmsMessage& message) {
-    const std::u16string& who = message.name.empty() ? message.number : message.name;
     TextBuffer line;
-    line.Format(kDetailLimit, u"'%s': %s", who.c_str(), message.text.c_str());
+    line.Format(kDetailLimit, u"'%s': %s", Who(message).c_str(), message.text.c_str());
     return line.ToU16();
+}
+
+// A line of the outcome from a string of the table and its arguments.
+template <typename... Args>
+std::u16string Outcome(std::uint32_t id, Args... args) {
+    TextBuffer format, line;
+    format.LoadResourceString(id);
+    line.Format(kOutcomeLimit, format.Text(), args...);
+    return line.ToU16();
+}
+
+// Why the store cannot be used, in its own words: the notices it recorded (they name the file
+// and the cause), else the file and SQLite's reason for the last failure.
+std::u16string StoreTrouble(const MessageDatabase& store) {
+    std::string text;
+    for (const StoreNotice& notice : TakeStoreNotices()) {
+        if (!text.empty()) text += "\n";
+        text += notice.message;
+    }
+    if (text.empty()) {
+        text = StoreFilePath();
+        if (!store.LastErrorText().empty()) text += ": " + store.LastErrorText();
+    }
+    return Utf8ToUtf16(text);
+}
+
+// What the store said while it opened (a damaged file set aside and a new one started) is part
+// of the outcome: the person has to learn where the older messages went.
+void ReportStoreNotices(TransferSession* session) {
+    for (const StoreNotice& notice : TakeStoreNotices()) {
+        session->AddShortfall(Utf8ToUtf16(notice.message));
+    }
 }
 
 // Everything the run holds, released on every path by the destructor.
@@ -57,13 +115,17 @@ struct RetrieveContext {
     TransferSession* session;
     MessageDatabase* store;
     DeletionLists* deletions;  // null when messages stay on the phone
+    std::uint32_t notStored;   // messages that could not be written (they stay on the phone)
+    std::string whyNotStored;  // the store's reason for the last of them
 };
 
 }  // namespace
 
 TransferSession::TransferSession() = default;
 
-TransferSession::~TransferSession() { CancelAndWait(); }
+TransferSession::~TransferSession() {
+    CancelAndWait();
+}
 
 int TransferSession::End() {
     // Whatever an interrupted command returned, a cancelled run ends as cancelled; but once
@@ -76,6 +138,46 @@ int TransferSession::End() {
 void TransferSession::PostSuccess() {
     succeeded_ = true;
     Post(kNotifySuccess);
+}
+
+void TransferSession::SetFailure(TransferError result, std::u16string detail) {
+    result_ = result;
+    failureDetail_ = std::move(detail);
+}
+
+std::vector<std::u16string> TransferSession::Shortfalls() const {
+    std::lock_guard<std::mutex> lock(TextLock());
+    return shortfalls_;
+}
+
+void TransferSession::AddShortfall(std::u16string line) {
+    std::lock_guard<std::mutex> lock(TextLock());
+    shortfalls_.push_back(std::move(line));
+}
+
+bool TransferSession::TakeTransferLock(TransferLock& lock) {
+    const std::uint32_t deadline = GetTickCount() + kLockWaitMs;
+    for (;;) {
+        std::string error;
+        switch (lock.TryTake(&error)) {
+            case TransferLock::Outcome::kTaken:
+                return true;
+            case TransferLock::Outcome::kFailed:
+                SetFailure(kErrStore, Utf8ToUtf16(error));
+                return false;
+            case TransferLock::Outcome::kBusy:
+                break;
+        }
+        if (IsCancelled()) {
+            result_ = kErrCancelled;
+            return false;
+        }
+        if (TickPassed(GetTickCount(), deadline)) {
+            result_ = kErrBusy;
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(kLockRetryMs));
+    }
 }
 
 namespace {
@@ -107,8 +209,15 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
 
     bool stored = FindDuplicate(*ctx->store, message);
     if (!stored) {
-        stored = WriteMessage(*ctx->store, message);
-        if (stored) ctx->session->PostText(kNotifyReceived, Detail(message));
+        // Once a write has failed (a full disk, a lock that outlasted the wait) the others
+        // would fail the same way, each after the same wait: they are counted, not tried.
+        stored = ctx->notStored == 0 && WriteMessage(*ctx->store, message);
+        if (stored) {
+            ctx->session->PostText(kNotifyReceived, Detail(message));
+        } else {
+            if (ctx->notStored == 0) ctx->whyNotStored = ctx->store->LastErrorText();
+            ++ctx->notStored;
+        }
     }
     // A message is deleted on the phone only once it is safely here: stored now, or already
     // stored by an earlier transfer. One that could not be written stays on the phone.
@@ -134,6 +243,15 @@ void TransferSession::Run() {
     TransferSettings settings;
     if (!ReadTransferSettings(&settings)) return;
     const bool localMode = IsNoCommunication(settings.portName);
+    {
+        std::lock_guard<std::mutex> lock(TextLock());
+        shortfalls_.clear();
+    }
+    failureDetail_.clear();
+
+    // Held to the end of the run, whatever path it ends on.
+    TransferLock transferLock;
+    if (!TakeTransferLock(transferLock)) return;
 
     RunResources res;
     if (!localMode) {
@@ -213,44 +331,23 @@ void TransferSession::Run() {
         return;
     }
 
+    // A transfer that cannot keep what it sends and receives must not pretend it ran: a store
+    // that cannot be opened, or not written to, ends the run with its reason.
     if (!OpenMessageStore(store)) {
-        PostSuccess();
+        SetFailure(kErrStore, StoreTrouble(store));
         return;
     }
-    std::uint32_t count = 0;
     {
-        std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
-        if (!store.CountFolder(kFolderOutbox, &count)) count = 0;
-    }
-    if (count != 0) {
-        Post(kNotifySendCount, count);
-        SmsMessage message;
-        store.folderFilter = kFolderOutbox;
-        message.folder = kFolderOutbox;
-        while (ReadFirst(store, message)) {
-            if (!localMode) {
-                if (!SendThroughPhone(this, res.phone, message)) return;
-                message.folder = kFolderSent;
-                message.flags &= ~kFlagUnread;
-                if (!WriteMessage(store, message)) return;
-            } else {
-                message.folder = kFolderSent;
-                message.flags &= ~kFlagUnread;
-                if (!WriteMessage(store, message)) return;
-                message.oid = 0;
-                message.flags |= kFlagUnread;
-                message.folder = kFolderInbox;
-                if (!WriteMessage(store, message)) return;
-            }
-            // A message that cannot leave the Outbox would be read again forever: stop after
-            // one more than were counted.
-            if (count == 0) return;
-            --count;
-            if (IsCancelled()) return;
-            store.folderFilter = kFolderOutbox;
-            message.folder = kFolderOutbox;
+        // The write lock taken and given back at once: a store that another program holds
+        // locked, or that is read-only, is found here rather than after the phone has sent.
+        MessageStoreBatch probe(store);
+        if (!probe.Started()) {
+            SetFailure(kErrStore, StoreTrouble(store));
+            return;
         }
     }
+    ReportStoreNotices(this);
+    if (!SendOutbox(store, res.phone, localMode)) return;
 
     PostStatus(kStatusReceiving);
     if (!localMode) {
@@ -258,8 +355,13 @@ void TransferSession::Run() {
             res.deletions.sim.growthStep = kIndexListGrowthStep;
             res.deletions.phone.growthStep = kIndexListGrowthStep;
         }
-        RetrieveContext ctx{this, &store, settings.deleteAfterRetrieve ? &res.deletions : nullptr};
+        RetrieveContext ctx{
+            this, &store, settings.deleteAfterRetrieve ? &res.deletions : nullptr, 0, {}};
         const TransferError err = RetrieveAll(res.phone, &NoteMemory, &StoreRetrieved, &ctx);
+        if (ctx.notStored != 0) {
+            AddShortfall(Outcome(kStringNotStored, static_cast<int>(ctx.notStored),
+                                 Utf8ToUtf16(ctx.whyNotStored).c_str()));
+        }
         if (err != kErrNone) {
             result_ = err;
             return;
@@ -271,4 +373,108 @@ void TransferSession::Run() {
     // cancelled, and a cancelled run is never a success.
     if (IsCancelled()) return;
     PostSuccess();
+}
+
+namespace {
+
+// The Outbox messages in the order they are sent (oldest first, records without a time last),
+// as they are when sending starts.
+bool OutboxIds(MessageDatabase& store, std::vector<Oid>* ids) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    store.folderFilter = kFolderOutbox;
+    ids->clear();
+    for (bool found = SeekFirstInFolder(store); found; found = SeekNextInFolder(store)) {
+        ids->push_back(store.currentId);
+    }
+    return store.LastError() == kCeErrorNone || store.LastError() == kCeErrorNoRecord;
+}
+
+}  // namespace
+
+// Sending is at most once per message. The list of messages is taken once, so a message
+// written while the transfer runs waits for the next one and none is handed to the phone twice
+// in a run. Before a message goes to the phone it is marked "may have been sent" in the store,
+// durably; the mark goes only when the message moves to Sent, or when the phone's answer says
+// it did not take the PDU. A message found with the mark was handed over by a run that did not
+// learn the outcome (killed, or the store failed after the phone's OK): sending it again could
+// deliver it twice, so it waits for the person's word.
+bool TransferSession::SendOutbox(MessageDatabase& store, PhoneSession* phone, bool localMode) {
+    std::vector<Oid> ids;
+    if (!OutboxIds(store, &ids)) {
+        SetFailure(kErrStore, StoreTrouble(store));
+        return false;
+    }
+    std::vector<Oid> toSend;
+    SmsMessage message;
+    for (Oid id : ids) {
+        message.oid = id;
+        if (!ReadById(store, message)) continue;
+        if ((message.flags & kFlagMayHaveBeenSent) != 0) {
+            AddShortfall(Outcome(kStringMayHaveBeenSent, Recipient(message).c_str()));
+            continue;
+        }
+        toSend.push_back(id);
+    }
+    if (toSend.empty()) return true;
+    Post(kNotifySendCount, toSend.size());
+
+    for (Oid id : toSend) {
+        message.oid = id;
+        // Gone or moved since the list was taken (the person deleted or edited it): skipped.
+        if (!ReadById(store, message) || message.folder != kFolderOutbox) continue;
+        if (localMode) {
+            message.folder = kFolderSent;
+            message.flags &= ~kFlagUnread;
+            if (!WriteMessage(store, message)) {
+                SetFailure(kErrStore, StoreTrouble(store));
+                return false;
+            }
+            message.oid = 0;
+            message.flags |= kFlagUnread;
+            message.folder = kFolderInbox;
+            if (!WriteMessage(store, message)) {
+                SetFailure(kErrStore, StoreTrouble(store));
+                return false;
+            }
+        } else {
+            // A message the encoder refuses never reaches the phone and cannot be sent as it
+            // stands: it stays in the Outbox with its mark, and the others still go.
+            if (PrepareForSending(phone, &message) != kErrNone) {
+                message.flags |= kFlagNotEncodable;
+                (void)WriteMessage(store, message);
+                AddShortfall(Outcome(kStringNotEncodable, Recipient(message).c_str()));
+                continue;
+            }
+            message.flags = (message.flags & ~kFlagNotEncodable) | kFlagMayHaveBeenSent;
+            if (!WriteMessage(store, message)) {
+                SetFailure(kErrStore, StoreTrouble(store));
+                return false;
+            }
+            PostText(kNotifySending, Detail(message));
+            bool pduWritten = false;
+            const TransferError sent = SubmitPdu(phone, message.pduRecord.get(), &pduWritten);
+            phone->lastError = sent;
+            if (sent != kErrNone) {
+                // The phone's own refusal, or a failure before the PDU went out, means it was
+                // not sent; after the PDU, silence or a broken line leaves the mark in place.
+                const bool refused =
+                    sent == kErrPhoneError || sent == kErrCmsError || sent == kErrCmeError;
+                if (!pduWritten || refused) {
+                    message.flags &= ~kFlagMayHaveBeenSent;
+                    (void)WriteMessage(store, message);
+                }
+                result_ = sent;
+                return false;
+            }
+            message.folder = kFolderSent;
+            message.flags &= ~(kFlagUnread | kFlagMayHaveBeenSent);
+            if (!WriteMessage(store, message)) {
+                SetFailure(kErrStore, Outcome(kStringSentNotMoved, Recipient(message).c_str(),
+                                              StoreTrouble(store).c_str()));
+                return false;
+            }
+        }
+        if (IsCancelled()) return false;
+    }
+    return true;
 }

@@ -14,8 +14,12 @@
 #include "common/transfer_error.h"
 #include "session/worker_thread.h"
 
+class MessageDatabase;
+class TransferLock;
+struct PhoneSession;
+
 class TransferSession : public WorkerThread {
-public:
+  public:
     TransferSession();
     ~TransferSession() override;
 
@@ -28,16 +32,40 @@ public:
     // The run's result; meaningful once kNotifyThreadEnded has arrived.
     TransferError Result() const { return result_; }
     void SetResult(TransferError result) { result_ = result; }
+    // Why the run failed, for the results whose message takes a reason (kErrStore: the file
+    // and what is wrong with it); empty otherwise. Meaningful once kNotifyThreadEnded has
+    // arrived.
+    const std::u16string& FailureDetail() const { return failureDetail_; }
+    void SetFailure(TransferError result, std::u16string detail);
+
+    // What the run left undone while it went on: messages not sent, received messages that
+    // could not be stored or read, a damaged store set aside. One line each for the person,
+    // in the order met; read under the text lock, so the follower may read it as soon as
+    // kNotifySuccess arrives.
+    std::vector<std::u16string> Shortfalls() const;
+    void AddShortfall(std::u16string line);
+
+    // How long a transfer waits for another one on the same store to end before it gives up
+    // with kErrBusy, on the tick clock.
+    static constexpr std::uint32_t kLockWaitMs = 5000;
 
     int End() override;
     void Run() override;
 
-private:
+  private:
     // Posts kNotifySuccess and marks the run as over: a cancel that comes after it stops
     // nothing, and must not turn the result of a run that reported success into "cancelled".
     void PostSuccess();
 
+    // Sends the Outbox messages that were there when sending started; false when the run
+    // ends there.
+    bool SendOutbox(MessageDatabase& store, PhoneSession* phone, bool localMode);
+    // Takes the store's transfer lock, waiting up to kLockWaitMs; false (result set) when not.
+    bool TakeTransferLock(TransferLock& lock);
+
     SmsMessage* singleMessage_ = nullptr;
     TransferError result_ = kErrNone;
+    std::u16string failureDetail_;
+    std::vector<std::u16string> shortfalls_;  // under TextLock()
     bool succeeded_ = false;  // kNotifySuccess was posted; written and read on the worker only
 };

@@ -4,6 +4,7 @@
 #include "session/transfer_session.h"
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 
@@ -11,6 +12,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,8 @@
 #include "session/notification_queue.h"
 #include "settings/settings_key.h"
 #include "store/message_store.h"
+#include "store/object_store.h"
+#include "store/transfer_lock.h"
 
 using namespace std::chrono_literals;
 
@@ -35,8 +39,9 @@ struct RunLog {
                            [&](const Notification& n) { return n.message == message; });
     }
     int Count(std::uint32_t message) const {
-        return static_cast<int>(std::count_if(
-            notes.begin(), notes.end(), [&](const Notification& n) { return n.message == message; }));
+        return static_cast<int>(
+            std::count_if(notes.begin(), notes.end(),
+                          [&](const Notification& n) { return n.message == message; }));
     }
     // The notifications as compact text: "3104 3114 3115 8004:2 8007 ... 8001".
     std::string Sequence() const {
@@ -57,7 +62,7 @@ struct RunLog {
 };
 
 class TransferSessionTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         root_ = std::filesystem::path(PhoneSimProcess::TempRoot()) /
                 ("velkan_session_" + std::to_string(getpid()) + "_" +
@@ -70,8 +75,7 @@ protected:
     }
     void TearDown() override { std::filesystem::remove_all(root_); }
 
-    void Configure(const std::u16string& commPort, const std::u16string& tcp,
-                   bool delMsg = false) {
+    void Configure(const std::u16string& commPort, const std::u16string& tcp, bool delMsg = false) {
         RegistryKey key;
         ASSERT_TRUE(OpenSettings(key));
         SetCommPort(key, commPort);
@@ -102,7 +106,8 @@ protected:
     }
 
     // Runs the session to its end; `whileRunning` runs on this thread right after the start.
-    RunLog RunTransfer(TransferSession& session, const std::function<void()>& whileRunning = nullptr) {
+    RunLog RunTransfer(TransferSession& session,
+                       const std::function<void()>& whileRunning = nullptr) {
         RunLog run;
         NotificationQueue queue;
         EXPECT_TRUE(session.Start(&queue, kNotifyThreadEnded));
@@ -160,11 +165,21 @@ TEST_F(TransferSessionTest, SendAndGetSendsTheOutboxAndFillsTheInboxInOrder) {
     EXPECT_EQ(run.details[2], u"'+4930111111': From the SIM");
 
     // The exact conversation: wake-up, set-up, two sends with their TPDU lengths, retrieval.
-    const std::vector<std::string> expected = {
-        "AT", "AT", "ATE0V1", "AT+CMGF=0", "AT+CSCS=\"GSM\"", "AT",
-        "AT+CMGS=17", "0001000A9194032143650000" "05C8329BFD06<ctrl-z>",
-        "AT+CMGS=18", "<checked below>",
-        "AT+CPMS=\"SM\"", "AT+CMGL=4", "AT+CPMS=\"ME\"", "AT+CMGL=4"};
+    const std::vector<std::string> expected = {"AT",
+                                               "AT",
+                                               "ATE0V1",
+                                               "AT+CMGF=0",
+                                               "AT+CSCS=\"GSM\"",
+                                               "AT",
+                                               "AT+CMGS=17",
+                                               "0001000A9194032143650000"
+                                               "05C8329BFD06<ctrl-z>",
+                                               "AT+CMGS=18",
+                                               "<checked below>",
+                                               "AT+CPMS=\"SM\"",
+                                               "AT+CMGL=4",
+                                               "AT+CPMS=\"ME\"",
+                                               "AT+CMGL=4"};
     std::vector<std::string> log = sim.Log();
     ASSERT_EQ(log.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
@@ -214,8 +229,8 @@ TEST_F(TransferSessionTest, TheSameMessageRetrievedTwiceIsStoredOnce) {
 
 TEST_F(TransferSessionTest, DeletionRemovesStoredMessagesLastIndexFirstWithTheirMemorySelected) {
     PhoneSimProcess sim(PhoneSimProcess::kTcp,
-                        {"--sms", "SM:+4930111111:One", "--sms", "SM:+4930111112:Two",
-                         "--sms", "ME:+4930222222:Three"});
+                        {"--sms", "SM:+4930111111:One", "--sms", "SM:+4930111112:Two", "--sms",
+                         "ME:+4930222222:Three"});
     ASSERT_TRUE(sim.Ok());
     UseSim(sim, /*delMsg=*/true);
     RunLog run = RunFull();
@@ -269,7 +284,8 @@ TEST_F(TransferSessionTest, SentMessagesComeBackThroughTheSimulatedNetwork) {
 }
 
 TEST_F(TransferSessionTest, OverAPseudoTerminal) {
-    PhoneSimProcess sim(PhoneSimProcess::kPty, {"--no-deliver-sent", "--sms", "SM:+4930111111:Pty"});
+    PhoneSimProcess sim(PhoneSimProcess::kPty,
+                        {"--no-deliver-sent", "--sms", "SM:+4930111111:Pty"});
     ASSERT_TRUE(sim.Ok());
     Configure(Utf8ToUtf16(sim.Address()), u"localhost:4000");
     AddOutbox(u"+4930123456", u"Hello");
@@ -434,8 +450,7 @@ TEST_F(TransferSessionTest, APhoneThatNeverAnswersFailsTheWakeUp) {
     RunLog run = RunFull();
     EXPECT_EQ(run.result, kErrTimeout);
     EXPECT_EQ(run.Sequence(), "3104 8001");
-    EXPECT_EQ(Commands(sim.Log()),
-              (std::vector<std::string>{"AT", "AT", "AT", "ATZ", "AT", "AT"}));
+    EXPECT_EQ(Commands(sim.Log()), (std::vector<std::string>{"AT", "AT", "AT", "ATZ", "AT", "AT"}));
 }
 
 // Cancel while the phone is silent in each phase: the run ends with 5, "Cancelling..." is
@@ -445,11 +460,11 @@ TEST_F(TransferSessionTest, CancelInEachPhaseEndsWithFive) {
         const char* silentOn;
         const char* waitFor;
         bool delMsg;
-    } cases[] = {{"AT", "AT", false},                    // connecting
-                 {"ATE0V1", "ATE0V1", false},            // set-up
-                 {"PDU", "AT+CMGS=17", false},           // sending
-                 {"AT+CMGL", "AT+CMGL=4", false},        // listing
-                 {"AT+CMGD", "AT+CMGD=1", true}};        // deleting
+    } cases[] = {{"AT", "AT", false},              // connecting
+                 {"ATE0V1", "ATE0V1", false},      // set-up
+                 {"PDU", "AT+CMGS=17", false},     // sending
+                 {"AT+CMGL", "AT+CMGL=4", false},  // listing
+                 {"AT+CMGD", "AT+CMGD=1", true}};  // deleting
     for (const auto& c : cases) {
         SCOPED_TRACE(c.silentOn);
         std::filesystem::remove_all(root_ / "data");
@@ -476,7 +491,7 @@ TEST_F(TransferSessionTest, CancelInEachPhaseEndsWithFive) {
 
 // Messages that reach the Outbox during a run are not all sent by it: the run sends at most one
 // more than it counted at the start, then ends without fetching (and without success).
-TEST_F(TransferSessionTest, TheRunSendsAtMostOneMessageMoreThanItCounted) {
+TEST_F(TransferSessionTest, MessagesWrittenDuringTheRunWaitForTheNextOne) {
     // A slow line: the first PDU takes about 0.3 s to arrive, time enough to add messages.
     PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent", "--baud", "1200"});
     ASSERT_TRUE(sim.Ok());
@@ -485,16 +500,266 @@ TEST_F(TransferSessionTest, TheRunSendsAtMostOneMessageMoreThanItCounted) {
     TransferSession session;
     RunLog run = RunTransfer(session, [&] {
         ASSERT_TRUE(sim.WaitForLog("AT+CMGS=17"));
-        for (int i = 0; i < 3; ++i) AddOutbox(u"+4930123456", u"Hello");
+        for (int i = 0; i < 3; ++i) AddOutbox(u"+4930123456", u"Later");
     });
+    // The message counted at the start is sent, the run goes on to receive and succeeds; the
+    // three written meanwhile wait in the Outbox for the next transfer.
     EXPECT_EQ(run.result, kErrNone);
-    EXPECT_EQ(run.Count(kNotifySending), 2);
-    EXPECT_FALSE(run.Has(kNotifySuccess));
-    EXPECT_EQ(run.Sequence().find(std::to_string(kStatusReceiving)), std::string::npos);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 8004:1 8007 3103 8002 8001");
     const auto log = sim.Log();
-    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=17"), 2);
-    EXPECT_EQ(Folder(kFolderSent).size(), 2u);
-    EXPECT_EQ(Folder(kFolderOutbox).size(), 2u);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=17"), 1);
+    EXPECT_EQ(Folder(kFolderSent).size(), 1u);
+    const auto outbox = Folder(kFolderOutbox);
+    ASSERT_EQ(outbox.size(), 3u);
+    for (const auto& m : outbox) EXPECT_EQ(m.text, u"Later");
+
+    RunLog next = RunFull();
+    EXPECT_EQ(next.result, kErrNone);
+    EXPECT_EQ(next.Count(kNotifySending), 3);
+    EXPECT_TRUE(Folder(kFolderOutbox).empty());
+}
+
+TEST_F(TransferSessionTest, AMessageMarkedAsMaybeSentIsNeverSentAgainByItself) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    const Oid marked = AddOutbox(u"+4930123456", u"Maybe gone");
+    {
+        MessageDatabase db;
+        ASSERT_TRUE(OpenMessageStore(db));
+        SmsMessage m;
+        m.oid = marked;
+        ASSERT_TRUE(ReadById(db, m));
+        m.flags |= kFlagMayHaveBeenSent;
+        ASSERT_TRUE(WriteMessage(db, m));
+    }
+    AddOutbox(u"+4930999999", u"Fresh");
+
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    // Only the unmarked message is counted and sent; the marked one is named in the outcome.
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 8004:1 8007 3103 8002 8001");
+    EXPECT_EQ(session.Shortfalls(),
+              std::vector<std::u16string>{u"Not sent, it may have been sent already: +4930123456"});
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const std::string& l) { return l.rfind("AT+CMGS", 0) == 0; }),
+              1);
+    const auto outbox = Folder(kFolderOutbox);
+    ASSERT_EQ(outbox.size(), 1u);
+    EXPECT_EQ(outbox[0].oid, marked);
+    EXPECT_NE(outbox[0].flags & kFlagMayHaveBeenSent, 0u);
+    ASSERT_EQ(Folder(kFolderSent).size(), 1u);
+    EXPECT_EQ(Folder(kFolderSent)[0].flags & kFlagMayHaveBeenSent, 0u);
+}
+
+namespace {
+
+// Holds the store's write lock from another connection, as another program would.
+class ForeignWriteLock {
+  public:
+    ForeignWriteLock() {
+        if (sqlite3_open(StoreFilePath().c_str(), &db_) != SQLITE_OK) return;
+        held_ = sqlite3_exec(db_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+    ~ForeignWriteLock() {
+        if (held_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_close(db_);
+    }
+    bool Held() const { return held_; }
+
+  private:
+    sqlite3* db_ = nullptr;
+    bool held_ = false;
+};
+
+}  // namespace
+
+TEST_F(TransferSessionTest, AMessageThePhoneTookButSentCouldNotRecordIsNotSentTwice) {
+    // A slow line gives the test time to lock the store while the PDU travels.
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent", "--baud", "1200"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    const Oid oid = AddOutbox(u"+4930123456", u"Once only");
+    std::unique_ptr<ForeignWriteLock> lock;
+    TransferSession session;
+    RunLog run = RunTransfer(session, [&] {
+        ASSERT_TRUE(sim.WaitForLog("AT+CMGS=20"));
+        lock = std::make_unique<ForeignWriteLock>();
+        ASSERT_TRUE(lock->Held());
+    });
+    EXPECT_EQ(run.result, kErrStore);
+    EXPECT_FALSE(run.Has(kNotifySuccess));
+    const std::string detail = Utf16ToUtf8(session.FailureDetail());
+    EXPECT_NE(detail.find("The message to +4930123456 was sent, but it could not be moved to Sent"),
+              std::string::npos)
+        << detail;
+    EXPECT_NE(detail.find("locked"), std::string::npos) << detail;
+    lock.reset();
+
+    // The phone has it; the store still has it in the Outbox, marked. The next run does not
+    // send it again and says so.
+    auto outbox = Folder(kFolderOutbox);
+    ASSERT_EQ(outbox.size(), 1u);
+    EXPECT_EQ(outbox[0].oid, oid);
+    EXPECT_NE(outbox[0].flags & kFlagMayHaveBeenSent, 0u);
+    TransferSession again;
+    RunLog second = RunTransfer(again);
+    EXPECT_EQ(second.result, kErrNone);
+    EXPECT_FALSE(second.Has(kNotifySending));
+    EXPECT_EQ(again.Shortfalls().size(), 1u);
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=20"), 1);
+}
+
+TEST_F(TransferSessionTest, AMessageTheEncoderRefusesStaysMarkedAndTheOthersAreSent) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    const Oid lonePlus = AddOutbox(u"+", u"Nobody");
+    const Oid tooLong = AddOutbox(std::u16string(5000, u'1'), u"Too far");
+    AddOutbox(u"+4930123456", u"Fine");
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 8004:3 8007 3103 8002 8001");
+    const auto shortfalls = session.Shortfalls();
+    ASSERT_EQ(shortfalls.size(), 2u);
+    EXPECT_EQ(shortfalls[0], u"Not sent, the number cannot be used: +");
+    EXPECT_EQ(shortfalls[1].rfind(u"Not sent, the number cannot be used: 1111", 0), 0u);
+    auto outbox = Folder(kFolderOutbox);
+    ASSERT_EQ(outbox.size(), 2u);
+    for (const auto& m : outbox) {
+        EXPECT_TRUE(m.oid == lonePlus || m.oid == tooLong);
+        EXPECT_NE(m.flags & kFlagNotEncodable, 0u);
+        EXPECT_EQ(m.flags & kFlagMayHaveBeenSent, 0u);
+    }
+    ASSERT_EQ(Folder(kFolderSent).size(), 1u);
+    EXPECT_EQ(Folder(kFolderSent)[0].text, u"Fine");
+}
+
+TEST_F(TransferSessionTest, AStoreThatCannotBeUsedEndsTheRunWithItsReason) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "ME:+4930222222:Waiting"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim, /*delMsg=*/true);
+    AddOutbox(u"+4930123456", u"Hello");
+    {
+        // A store written by a newer version: opened by nobody, left as it is.
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(StoreFilePath().c_str(), &db), SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(db, "PRAGMA user_version=99", nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(db);
+    }
+    (void)TakeStoreNotices();
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrStore);
+    EXPECT_FALSE(run.Has(kNotifySuccess));
+    EXPECT_FALSE(run.Has(kNotifySending));
+    const std::string detail = Utf16ToUtf8(session.FailureDetail());
+    EXPECT_NE(detail.find(StoreFilePath()), std::string::npos) << detail;
+    EXPECT_NE(detail.find("newer version"), std::string::npos) << detail;
+    // Nothing sent, nothing fetched or deleted.
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count_if(log.begin(), log.end(),
+                            [](const std::string& l) {
+                                return l.rfind("AT+CMGS", 0) == 0 || l.rfind("AT+CMGD", 0) == 0;
+                            }),
+              0);
+    EXPECT_EQ(sim.StoredIn("ME"), 1);
+}
+
+TEST_F(TransferSessionTest, AStoreLockedByAnotherProgramEndsTheRunBeforeAnythingIsSent) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Hello");
+    ForeignWriteLock lock;
+    ASSERT_TRUE(lock.Held());
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrStore);
+    EXPECT_FALSE(run.Has(kNotifySending));
+    EXPECT_NE(Utf16ToUtf8(session.FailureDetail()).find("locked"), std::string::npos);
+}
+
+TEST_F(TransferSessionTest, MessagesThatCannotBeStoredAreCountedAndLeftOnThePhone) {
+    // A slow line: the test locks the store once the listing has begun.
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--baud", "4800", "--sms", "ME:+4930222222:One",
+                                                "--sms", "ME:+4930222223:Two"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim, /*delMsg=*/true);
+    std::unique_ptr<ForeignWriteLock> lock;
+    TransferSession session;
+    RunLog run = RunTransfer(session, [&] {
+        ASSERT_TRUE(sim.WaitForLog("AT+CPMS=\"ME\""));
+        lock = std::make_unique<ForeignWriteLock>();
+        ASSERT_TRUE(lock->Held());
+    });
+    lock.reset();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_FALSE(run.Has(kNotifyReceived));
+    const auto shortfalls = session.Shortfalls();
+    ASSERT_EQ(shortfalls.size(), 1u);
+    EXPECT_EQ(Utf16ToUtf8(shortfalls[0]).rfind("2 message(s) could not be stored: ", 0), 0u)
+        << Utf16ToUtf8(shortfalls[0]);
+    EXPECT_TRUE(Folder(kFolderInbox).empty());
+    EXPECT_EQ(sim.StoredIn("ME"), 2);  // nothing deleted that was not stored
+}
+
+TEST_F(TransferSessionTest, ADamagedStoreSetAsideIsNamedInTheOutcome) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    {
+        std::ofstream garbage(StoreFilePath(), std::ios::binary | std::ios::trunc);
+        garbage << std::string(8192, 'x');
+    }
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    const auto shortfalls = session.Shortfalls();
+    ASSERT_EQ(shortfalls.size(), 1u);
+    const std::string line = Utf16ToUtf8(shortfalls[0]);
+    EXPECT_NE(line.find("set aside as " + StoreFilePath() + ".damaged-"), std::string::npos)
+        << line;
+}
+
+TEST_F(TransferSessionTest, OneTransferPerStoreAtATime) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Hello");
+    {
+        TransferLock other;
+        std::string error;
+        ASSERT_EQ(other.TryTake(&error), TransferLock::Outcome::kTaken) << error;
+        FakeClock clock(1000, 50);  // the five-second wait passes in a hundred readings
+        TransferSession session;
+        RunLog run = RunTransfer(session);
+        EXPECT_EQ(run.result, kErrBusy);
+        EXPECT_EQ(run.Sequence(), "8001");  // nothing was tried, not even the phone
+        EXPECT_TRUE(sim.Log().empty());
+    }
+    // Once the other transfer has ended, the next one runs.
+    RunLog run = RunFull();
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(Folder(kFolderSent).size(), 1u);
+}
+
+TEST_F(TransferSessionTest, ATransferWaitsForAnotherThatEndsSoon) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    auto other = std::make_unique<TransferLock>();
+    std::string error;
+    ASSERT_EQ(other->TryTake(&error), TransferLock::Outcome::kTaken) << error;
+    TransferSession session;
+    // Released while the session waits (real clock, well within its five seconds).
+    RunLog run = RunTransfer(session, [&] { other.reset(); });
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_TRUE(run.Has(kNotifySuccess));
 }
 
 TEST_F(TransferSessionTest, CancelBeforeAnyInputOrOutputEndsWithFive) {
@@ -522,7 +787,8 @@ TEST_F(TransferSessionTest, SubmitsAndStatusReportsOnThePhoneAreLeftAlone) {
                "ME|2|+4930123456|2003-11-15 09:31:05|+04|An unsent draft\n"
                // SMS-STATUS-REPORT: first octet 06, reference 01, recipient +4930123456, the
                // centre's time stamp, the discharge time and status 00 (delivered).
-               "ME|0|PDU:0006010A91940321436530115190035040301151900351400" "0|24\n"
+               "ME|0|PDU:0006010A91940321436530115190035040301151900351400"
+               "0|24\n"
                "ME|0|+4930999999|2003-11-15 09:32:05|+04|The only message\n";
     }
     PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--messages", file});

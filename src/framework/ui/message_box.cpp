@@ -12,7 +12,9 @@ MessageBoxPresenter& Presenter() {
     return presenter;
 }
 
-QString Caption() { return ResourceText(2); }
+QString Caption() {
+    return ResourceText(2);
+}
 
 }  // namespace
 
@@ -20,11 +22,15 @@ int ShowMessageBox(QWidget* owner, const QString& text, BoxKind kind) {
     const QString caption = Caption();
     if (Presenter()) return Presenter()(owner, caption, text, kind);
     if (kind == BoxKind::Question) {
-        const auto answer = QMessageBox::question(owner, caption, text,
-                                                  QMessageBox::Yes | QMessageBox::No);
+        const auto answer =
+            QMessageBox::question(owner, caption, text, QMessageBox::Yes | QMessageBox::No);
         return answer == QMessageBox::Yes ? IDYES : IDNO;
     }
-    QMessageBox::critical(owner, caption, text);
+    if (kind == BoxKind::Warning) {
+        QMessageBox::warning(owner, caption, text);
+    } else {
+        QMessageBox::critical(owner, caption, text);
+    }
     return IDOK;
 }
 

@@ -7,12 +7,13 @@
 
 class QWidget;
 
-enum class BoxKind { Error, Question };
+// Warning: the work was done but not all of it (shown with the warning icon).
+enum class BoxKind { Error, Question, Warning };
 
-// Shows `text`; for a Question returns IDYES or IDNO, for an Error IDOK.
+// Shows `text`; for a Question returns IDYES or IDNO, otherwise IDOK.
 int ShowMessageBox(QWidget* owner, const QString& text, BoxKind kind);
 
-using MessageBoxPresenter = std::function<int(QWidget* owner, const QString& caption,
-                                              const QString& text, BoxKind kind)>;
+using MessageBoxPresenter =
+    std::function<int(QWidget* owner, const QString& caption, const QString& text, BoxKind kind)>;
 // Replaces how boxes are shown (null restores the real one); returns the previous presenter.
 MessageBoxPresenter SetMessageBoxPresenter(MessageBoxPresenter presenter);

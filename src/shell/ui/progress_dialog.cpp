@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QShowEvent>
+#include <QStringList>
 
 #include "framework/ui/app_event.h"
 #include "framework/ui/message_box.h"
@@ -233,8 +234,10 @@ void ProgressDialog::ShowSuccess() {
     status.LoadResourceString(kStringSuccess);
     status.Append(u"\n");
     if (!session_->IsSendOnly()) {
-        if (countToSend_ != 0) {
-            status.Append(FormatCount(kStringMessagesSent, static_cast<int>(countToSend_)));
+        // The messages handed to the phone, which is the count to send unless some were held
+        // back (a "may have been sent" mark, a number that cannot be used).
+        if (countSent_ != 0) {
+            status.Append(FormatCount(kStringMessagesSent, static_cast<int>(countSent_)));
             status.Append(u"\n");
         }
         if (countReceived_ != 0) {
@@ -244,6 +247,10 @@ void ProgressDialog::ShowSuccess() {
             none.LoadResourceString(kStringNoNewMessages);
             status.Append(none);
         }
+    }
+    for (const std::u16string& line : session_->Shortfalls()) {
+        status.Append(u"\n");
+        status.Append(line.c_str());
     }
     statusText_ = status;
     RefreshText();
@@ -258,9 +265,13 @@ void ProgressDialog::Close() {
     EndDialog(Result());
 }
 
-QString TransferErrorText(TransferError result) {
+QString TransferErrorText(TransferError result, const std::u16string& detail) {
     const std::uint32_t id = ResultMessageId(result);
     if (id == 0) return QString();
+    if (id == kStringStoreUnusable) {
+        // No length limit here: the reason names a file, whose path may be long.
+        return ResourceText(id).replace(QStringLiteral("%s"), QString::fromStdU16String(detail));
+    }
     if (id != kStringOperationFailed) return ResourceText(id);
     TextBuffer format;
     format.LoadResourceString(id);
@@ -269,17 +280,38 @@ QString TransferErrorText(TransferError result) {
     return QString::fromUtf16(text.Text());
 }
 
+namespace {
+
+QString ShortfallText(const TransferSession& session) {
+    QStringList lines;
+    for (const std::u16string& line : session.Shortfalls()) {
+        lines << QString::fromStdU16String(line);
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+}  // namespace
+
 int RunTransfer(ProgressDialog& dialog, QWidget* owner) {
     dialog.ResetCounts();
     FrameWindowBase* frame = FrameWindowBase::Instance();
     if (frame != nullptr) frame->setEnabled(false);
     const int result = dialog.RunModal(owner);
     if (frame != nullptr) frame->setEnabled(true);
-    if (result != IDCANCEL) return result;
+    const QString shortfalls = ShortfallText(dialog.Session());
+    if (result != IDCANCEL) {
+        // The summary closes by itself after a moment: what was left undone is said again in a
+        // box that stays until the person has read it.
+        if (!shortfalls.isEmpty()) ShowMessageBox(owner, shortfalls, BoxKind::Warning);
+        return result;
+    }
     const TransferError code = dialog.Session().Result();
-    if (code == kErrCancelled) return result;
+    if (code == kErrCancelled && shortfalls.isEmpty()) return result;
     // The owner is repainted first so that the box does not stand over a stale screen.
     if (owner != nullptr) owner->repaint();
-    ShowMessageBox(owner, TransferErrorText(code), BoxKind::Error);
+    QString text = TransferErrorText(code, dialog.Session().FailureDetail());
+    if (!shortfalls.isEmpty())
+        text += (text.isEmpty() ? QString() : QStringLiteral("\n\n")) + shortfalls;
+    ShowMessageBox(owner, text, code == kErrCancelled ? BoxKind::Warning : BoxKind::Error);
     return result;
 }

@@ -91,8 +91,10 @@ class ProgressDialog : public DialogBase {
 
 // Runs the transfer: the frame window is disabled while the dialog runs modally over `owner`.
 // Returns IDOK when the transfer succeeded; otherwise IDCANCEL, after a message box for the
-// session's result code (none for a cancel).
+// session's result code (none for a cancel). What the run left undone (its shortfalls) is
+// said too: under the error, or in a warning box after a success.
 int RunTransfer(ProgressDialog& dialog, QWidget* owner);
 
 // The text of the message box for a transfer that ended with `result`; empty for a cancel.
-QString TransferErrorText(TransferError result);
+// `detail` fills the reason of the messages that take one (the store's trouble).
+QString TransferErrorText(TransferError result, const std::u16string& detail = {});
