@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -21,7 +22,7 @@ namespace {
 
 constexpr const char* kFolderName = "velkan-tessiver";
 constexpr const char* kFileName = "velkan.sqlite3";
-constexpr int kBusyTimeoutMs = 5000;
+std::atomic<int> g_busyTimeoutMs{kStoreBusyTimeoutMs};
 
 struct FileIdentity {
     dev_t device;
@@ -193,7 +194,7 @@ sqlite3* OpenRaw(const std::string& path) {
         sqlite3_close(db);
         return nullptr;
     }
-    sqlite3_busy_timeout(db, kBusyTimeoutMs);
+    sqlite3_busy_timeout(db, g_busyTimeoutMs.load());
     sqlite3_extended_result_codes(db, 0);
     return db;
 }
@@ -270,6 +271,10 @@ std::string StoreDataDirectory() {
 std::string StoreFilePath() {
     const std::string dir = StoreDataDirectory();
     return dir.empty() ? std::string() : dir + "/" + kFileName;
+}
+
+void SetStoreBusyTimeout(int ms) {
+    g_busyTimeoutMs.store(ms > 0 ? ms : kStoreBusyTimeoutMs);
 }
 
 void SetStoreDataDirectory(const std::string& directory) {

@@ -48,6 +48,12 @@ std::string StoreFilePath();
 // string goes back to the environment.
 void SetStoreDataDirectory(const std::string& directory);
 
+// How long a connection waits for another program's lock before a read or write fails as
+// "locked": kStoreBusyTimeoutMs unless a test shortens it (for connections opened after the
+// call; 0 or less goes back to the shipped value).
+constexpr int kStoreBusyTimeoutMs = 5000;
+void SetStoreBusyTimeout(int ms);
+
 // The notices met since the last call, oldest first; the list is emptied.
 std::vector<StoreNotice> TakeStoreNotices();
 // Adds a notice (used by the database layer; open to the user interface for its own reports).

@@ -2,8 +2,13 @@
 #include "phone_model.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/file_time.h"
@@ -757,6 +762,42 @@ TEST(MessageMemory, LowestFreeIndexAndCapacity) {
     EXPECT_FALSE(memory.AddAt(4, 0, "00", 0));
     EXPECT_FALSE(memory.AddAt(0, 0, "00", 0));
     EXPECT_FALSE(memory.AddAt(1, 0, "00", 0));
+}
+
+}  // namespace
+}  // namespace phone_sim
+
+namespace phone_sim {
+namespace {
+
+// A held command is answered only once the gate file exists, and the wait is announced.
+TEST(PhoneModel, AHeldCommandWaitsForItsGate) {
+    char dir[] = "/tmp/velkan-hold-XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    const std::string gate = std::string(dir) + "/gate";
+    Knobs k = QuietKnobs();
+    k.holdOn = {"#2", "at+cmgl"};
+    k.holdGate = gate;
+    PhoneModel phone(k);
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\nOK\r\n");  // the first command is not held
+    EXPECT_NE(access((gate + ".held").c_str(), F_OK), 0);
+
+    std::string answer;
+    std::atomic<bool> answered{false};
+    std::thread waiting([&] {
+        answer = Send(phone, "AT\r");
+        answered = true;
+    });
+    while (access((gate + ".held").c_str(), F_OK) != 0) std::this_thread::yield();
+    // Announced, and the gate is still closed: the command cannot have been answered.
+    EXPECT_FALSE(answered.load());
+    { std::ofstream open(gate); }
+    waiting.join();
+    EXPECT_EQ(answer, "\r\nOK\r\n");
+
+    // A prefix holds too; with the gate open it passes at once.
+    EXPECT_EQ(Send(phone, "AT+CMGL=4\r"), "\r\nOK\r\n");
+    std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -15,22 +15,31 @@
 // descriptor and no thread behind.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sqlite3.h>
 #include <stdlib.h>
 #include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <ostream>
 #include <random>
@@ -876,5 +885,264 @@ INSTANTIATE_TEST_SUITE_P(Seeds, NoisyTcpPeer,
                          [](const ::testing::TestParamInfo<NoiseCase>& info) {
                              return std::string(info.param.name);
                          });
+
+}  // namespace
+
+namespace {
+
+// ---- The store failing from one command on ----------------------------------------------------
+
+// The message store gets into trouble when the phone receives the command of a step (the phone
+// holds its answer until the trouble is in place) and stays so to the end of the run:
+// - locked: another program holds the write lock (the busy wait shortened to 100 ms);
+// - read-only: the file loses its write permission (for root, with the permission check in
+//   force for this process's threads);
+// - full: a one-byte file size limit, so that every write into the file fails as on a full disk;
+// - newer: another program marks the file as written by a newer version.
+// The store is opened once the phone is set up; what the trouble does follows from that:
+// - before the store is opened (wake-up, set-up): no transfer can use it: 20, nothing sent, nothing
+//   fetched or deleted;
+// - while a message is sent (locked, full): the phone has it, but it cannot be moved to Sent: 20,
+//   and it waits in the Outbox marked "may have been sent"; read-only and newer only matter to a
+//   connection opened afterwards: the run goes through;
+// - while messages are fetched (locked, full): those not yet stored cannot be, and stay on the
+//   phone: success, with the count of those not stored said; read-only, newer: the run goes
+//   through.
+// Then the trouble ends and a second run completes the transfer without sending anything twice.
+enum class StoreFault { kLocked, kReadOnly, kFull, kNewer };
+
+const char* StoreFaultName(StoreFault f) {
+    switch (f) {
+        case StoreFault::kLocked:
+            return "Locked";
+        case StoreFault::kReadOnly:
+            return "ReadOnly";
+        case StoreFault::kFull:
+            return "Full";
+        case StoreFault::kNewer:
+            return "NewerVersion";
+    }
+    return "?";
+}
+
+void PrintTo(StoreFault f, std::ostream* os) {
+    *os << StoreFaultName(f);
+}
+
+// Root writes to a read-only file all the same; with CAP_DAC_OVERRIDE left out of the effective
+// set it meets the permission bits as anyone does. Threads started meanwhile (the transfer's
+// worker) inherit the reduced set. The capability stays permitted, so it is taken back after.
+class PermissionCheckInForce {
+  public:
+    PermissionCheckInForce() {
+        header_.version = _LINUX_CAPABILITY_VERSION_3;
+        if (syscall(SYS_capget, &header_, saved_) != 0) return;
+        __user_cap_data_struct reduced[2] = {saved_[0], saved_[1]};
+        reduced[0].effective &= ~(1u << CAP_DAC_OVERRIDE);
+        changed_ = syscall(SYS_capset, &header_, reduced) == 0;
+    }
+    ~PermissionCheckInForce() {
+        if (changed_) syscall(SYS_capset, &header_, saved_);
+    }
+
+  private:
+    __user_cap_header_struct header_{};
+    __user_cap_data_struct saved_[2]{};
+    bool changed_ = false;
+};
+
+// Blocks until `path` exists (or a minute has passed), woken by changes of its folder.
+bool WaitForFile(const std::string& path) {
+    const int watch = inotify_init1(IN_CLOEXEC);
+    const std::string dir = path.substr(0, path.rfind('/'));
+    if (watch >= 0) inotify_add_watch(watch, dir.c_str(), IN_CREATE | IN_MOVED_TO);
+    const auto end = std::chrono::steady_clock::now() + 60s;
+    bool found = false;
+    while (!(found = access(path.c_str(), F_OK) == 0) && std::chrono::steady_clock::now() < end) {
+        pollfd p{watch, POLLIN, 0};
+        if (poll(&p, 1, 1000) > 0) {
+            char events[4096];
+            [[maybe_unused]] ssize_t n = read(watch, events, sizeof events);
+        }
+    }
+    if (watch >= 0) close(watch);
+    return found;
+}
+
+class StoreFaultAtCommand : public FaultMatrixBase,
+                            public ::testing::WithParamInterface<std::tuple<int, StoreFault>> {
+  protected:
+    void TearDown() override {
+        SetStoreBusyTimeout(0);
+        FaultMatrixBase::TearDown();
+    }
+
+    // Puts the trouble in place; undone by EndTrouble.
+    void StartTrouble(StoreFault fault) {
+        const std::string file = StoreFilePath();
+        switch (fault) {
+            case StoreFault::kLocked:
+                if (sqlite3_open(file.c_str(), &holder_) == SQLITE_OK) {
+                    EXPECT_EQ(sqlite3_exec(holder_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr),
+                              SQLITE_OK);
+                }
+                break;
+            case StoreFault::kReadOnly:
+                EXPECT_EQ(chmod(file.c_str(), 0400), 0);
+                break;
+            case StoreFault::kFull: {
+                signal(SIGXFSZ, SIG_IGN);
+                EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &savedLimit_), 0);
+                rlimit tiny = savedLimit_;
+                tiny.rlim_cur = 1;
+                EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &tiny), 0);
+                break;
+            }
+            case StoreFault::kNewer:
+                SetVersion(99);
+                break;
+        }
+    }
+    void EndTrouble(StoreFault fault) {
+        switch (fault) {
+            case StoreFault::kLocked:
+                sqlite3_exec(holder_, "ROLLBACK", nullptr, nullptr, nullptr);
+                sqlite3_close(holder_);
+                holder_ = nullptr;
+                break;
+            case StoreFault::kReadOnly:
+                EXPECT_EQ(chmod(StoreFilePath().c_str(), 0600), 0);
+                break;
+            case StoreFault::kFull:
+                EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &savedLimit_), 0);
+                signal(SIGXFSZ, SIG_DFL);
+                break;
+            case StoreFault::kNewer:
+                SetVersion(kStoreSchemaVersion);
+                break;
+        }
+    }
+    static void SetVersion(std::uint32_t version) {
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(StoreFilePath().c_str(), &db), SQLITE_OK);
+        const std::string sql = "PRAGMA user_version=" + std::to_string(version);
+        EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(db);
+    }
+
+    sqlite3* holder_ = nullptr;
+    rlimit savedLimit_{};
+};
+
+TEST_P(StoreFaultAtCommand, SaysWhatWasNotDoneAndSendsNothingTwice) {
+    const auto [step, fault] = GetParam();
+    const Role role = kCleanRun[step - 1].role;
+    SCOPED_TRACE(std::string(kCleanRun[step - 1].name) + " " + StoreFaultName(fault));
+    const bool beforeTheStore = role <= Role::kSetUpLast;
+    const bool writesFail = fault == StoreFault::kLocked || fault == StoreFault::kFull;
+    const bool whileSending = role == Role::kSendLength || role == Role::kSendPdu;
+    const bool whileFetching = role >= Role::kSelectSim && role <= Role::kListPhone;
+    // Messages fetched after the trouble began: the SIM's two unless it was listed already.
+    const int notStored = writesFail && whileFetching ? (role <= Role::kListSim ? 3 : 1) : 0;
+    const TransferError expected =
+        beforeTheStore || (writesFail && whileSending) ? kErrStore : kErrNone;
+
+    SetStoreBusyTimeout(100);
+    const std::string gate = (root_ / "gate").string();
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        PhoneArgs({"--hold-on", "#" + std::to_string(step), "--hold-gate", gate}),
+                        root_.string());
+    ASSERT_TRUE(sim.Ok());
+    Configure(sim.Address());
+    FillOutbox();
+
+    RunOutcome first;
+    std::vector<std::u16string> shortfalls;
+    std::u16string detail;
+    {
+        std::unique_ptr<PermissionCheckInForce> permissions;
+        if (fault == StoreFault::kReadOnly)
+            permissions = std::make_unique<PermissionCheckInForce>();
+        std::thread trouble([&] {
+            ASSERT_TRUE(WaitForFile(gate + ".held"));
+            StartTrouble(fault);
+            std::ofstream open(gate);
+        });
+        FakeClock clock(1000, 1);
+        TransferSession session;
+        RecordingSink sink(&session, {});
+        ASSERT_TRUE(session.Start(&sink, kNotifyThreadEnded));
+        const bool ended = sink.WaitEnded(120s);
+        if (!ended) session.CancelAndWait();
+        session.Wait();
+        trouble.join();
+        EndTrouble(fault);
+        ASSERT_TRUE(ended) << "the transfer did not end";
+        first.result = session.Result();
+        first.notes = sink.Notes();
+        shortfalls = session.Shortfalls();
+        detail = session.FailureDetail();
+    }
+
+    EXPECT_EQ(first.result, expected) << "notifications: " << first.Sequence();
+    EXPECT_EQ(first.Count(kNotifySuccess), first.result == kErrNone ? 1 : 0);
+    if (first.result == kErrStore) {
+        EXPECT_NE(Utf16ToUtf8(detail).find(StoreFilePath()), std::string::npos)
+            << Utf16ToUtf8(detail);
+    }
+    if (beforeTheStore) {
+        EXPECT_EQ(first.Count(kNotifySending), 0);
+        EXPECT_EQ(first.Count(kNotifyStatus, kStatusReceiving), 0);
+    }
+    const std::string notStoredLine =
+        std::to_string(notStored) + " message(s) could not be stored: ";
+    const bool said = std::any_of(shortfalls.begin(), shortfalls.end(), [&](const auto& line) {
+        return Utf16ToUtf8(line).rfind(notStoredLine, 0) == 0;
+    });
+    EXPECT_EQ(said, notStored != 0) << "shortfalls: " << shortfalls.size();
+    EXPECT_EQ(first.Count(kNotifyReceived), whileFetching && writesFail ? 3 - notStored
+                                            : expected == kErrNone      ? 3
+                                                                        : 0);
+    CheckPlacement(sim);
+    // A message the phone took but Sent never recorded waits, marked, in the Outbox.
+    const int heldBack = writesFail && whileSending ? 1 : 0;
+    EXPECT_EQ(static_cast<int>(Texts(kFolderOutbox).size()),
+              beforeTheStore ? 2 : heldBack + (writesFail && whileSending && step <= 8 ? 1 : 0));
+
+    // The trouble over, the next run completes what was left, sending nothing a second time
+    // (the gate stays open: the phone no longer holds its answer).
+    const RunOutcome second = Run();
+    EXPECT_EQ(second.result, kErrNone) << second.Sequence();
+    CheckPlacement(sim);
+    EXPECT_EQ(static_cast<int>(Texts(kFolderOutbox).size()), heldBack);
+    EXPECT_EQ(Texts(kFolderInbox).size(), 3u);
+    EXPECT_EQ(sim.StoredIn("SM"), 0);
+    EXPECT_EQ(sim.StoredIn("ME"), 0);
+    std::vector<std::string> state = sim.State();
+    for (const char* text : kOutboxTexts) {
+        EXPECT_LE(std::count_if(state.begin(), state.end(),
+                                [&](const std::string& l) {
+                                    return l.rfind("SENT|", 0) == 0 &&
+                                           l.substr(l.rfind('|') + 1) == text;
+                                }),
+                  1)
+            << text << " sent twice";
+    }
+}
+
+std::string StoreFaultCaseName(const ::testing::TestParamInfo<std::tuple<int, StoreFault>>& info) {
+    const int step = std::get<0>(info.param);
+    char number[8];
+    std::snprintf(number, sizeof number, "%02d", step);
+    return std::string("Cmd") + number + kCleanRun[step - 1].name + "_" +
+           StoreFaultName(std::get<1>(info.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryStep, StoreFaultAtCommand,
+    ::testing::Combine(::testing::Range(1, kStepCount + 1),
+                       ::testing::Values(StoreFault::kLocked, StoreFault::kReadOnly,
+                                         StoreFault::kFull, StoreFault::kNewer)),
+    StoreFaultCaseName);
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include "phone_model.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 
 #include "common/file_time.h"
@@ -218,7 +221,7 @@ PhoneModel::PhoneModel(Knobs knobs)
       sim_(Storage::kSim, knobs_.simCapacity),
       phone_(Storage::kPhone, knobs_.phoneCapacity),
       garbageState_(knobs_.garbageStart == 0 ? 1 : knobs_.garbageStart) {
-    for (auto* list : {&knobs_.silentOn, &knobs_.dropOn, &knobs_.floodOn}) {
+    for (auto* list : {&knobs_.silentOn, &knobs_.dropOn, &knobs_.floodOn, &knobs_.holdOn}) {
         for (std::string& prefix : *list) prefix = UpperOutsideQuotes(prefix);
     }
     for (ErrorRule& rule : knobs_.errorOn) rule.command = UpperOutsideQuotes(rule.command);
@@ -342,6 +345,20 @@ PhoneModel::Result ResultOf(const FaultReply& reply) {
 
 }  // namespace
 
+void PhoneModel::HoldIfAsked(bool pduStage, std::string_view command) {
+    if (knobs_.holdGate.empty()) return;
+    const bool held = pduStage ? std::any_of(knobs_.holdOn.begin(), knobs_.holdOn.end(),
+                                             [this](const std::string& name) {
+                                                 return name == "PDU" || IsCurrentNumber(name);
+                                             })
+                               : Matches(knobs_.holdOn, command);
+    if (!held) return;
+    const std::string announce = knobs_.holdGate + ".held";
+    if (FILE* f = std::fopen(announce.c_str(), "w")) std::fclose(f);
+    // A test tool: a plain poll is all the waiting this needs.
+    while (access(knobs_.holdGate.c_str(), F_OK) != 0) usleep(2000);
+}
+
 void PhoneModel::FinishCommand() {
     std::string raw;
     raw.swap(line_);
@@ -354,6 +371,7 @@ void PhoneModel::FinishCommand() {
     std::string upper = UpperOutsideQuotes(raw);
     std::string_view command = upper;
     while (!command.empty() && command.front() == ' ') command.remove_prefix(1);
+    HoldIfAsked(false, command);
 
     if (Matches(knobs_.dropOn, command)) {
         dropRequested_ = true;
@@ -386,6 +404,7 @@ void PhoneModel::FinishPdu(bool cancelled) {
 
     Log(hex + (cancelled ? "<esc>" : "<ctrl-z>"));
     CountCommand();
+    HoldIfAsked(true, {});
     auto isPdu = [this](const std::string& name) { return name == "PDU" || IsCurrentNumber(name); };
     if (std::any_of(knobs_.dropOn.begin(), knobs_.dropOn.end(), isPdu)) {
         dropRequested_ = true;

@@ -49,11 +49,16 @@ struct Knobs {
     std::vector<std::string> silentOn;  // commands that get no answer at all
     std::vector<std::string> dropOn;    // commands on which the connection is closed
     std::vector<std::string> floodOn;   // commands answered with bytes that never end a line
-    unsigned dropAfter = 0;             // close the connection after this many commands (0: never)
-    std::string unsolicited;            // an unsolicited line sent before every response
-    unsigned garbage = 0;               // random printable bytes sent before every response
-    bool promptWithoutBlank = false;    // ">" instead of "> " after AT+CMGS
-    bool deliverSent = true;            // every sent message arrives back in the phone memory
+    // Commands whose answer waits until the file holdGate exists; the phone announces the wait
+    // by creating holdGate + ".held". Tests change the world around the program at an exact
+    // point of its conversation this way.
+    std::vector<std::string> holdOn;
+    std::string holdGate;
+    unsigned dropAfter = 0;           // close the connection after this many commands (0: never)
+    std::string unsolicited;          // an unsolicited line sent before every response
+    unsigned garbage = 0;             // random printable bytes sent before every response
+    bool promptWithoutBlank = false;  // ">" instead of "> " after AT+CMGS
+    bool deliverSent = true;          // every sent message arrives back in the phone memory
     std::string serviceCentre = "+491710760000";  // the centre named in stored PDUs ("" = none)
     unsigned simCapacity = 30;
     unsigned phoneCapacity = 100;
@@ -191,6 +196,8 @@ class PhoneModel {
     void SendFlood();
     void Preamble();
     void CountCommand();
+    // Waits at a held command (see Knobs::holdOn).
+    void HoldIfAsked(bool pduStage, std::string_view command);
     void Log(std::string_view line);
     void Changed();
 

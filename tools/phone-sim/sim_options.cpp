@@ -168,6 +168,10 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
             ok = command(&k.dropOn);
         } else if (arg == "--no-line-end-flood") {
             ok = command(&k.floodOn);
+        } else if (arg == "--hold-on") {
+            ok = command(&k.holdOn);
+        } else if (arg == "--hold-gate") {
+            ok = text(&k.holdGate);
         } else if (arg == "--drop-after") {
             ok = count(1000000, &k.dropAfter);
         } else if (arg == "--byte-at-a-time") {
@@ -248,6 +252,9 @@ log; options naming CMD are repeatable):
   --drop-after N       close the connection after answering N commands
   --no-line-end-flood CMD
                        answer CMD with 2000 bytes and no line end
+  --hold-on CMD        before answering CMD, create FILE.held and wait until FILE exists
+  --hold-gate FILE     the file that --hold-on waits for (tests: a change made at an exact
+                       moment of the conversation)
   --unsolicited TEXT   send TEXT as an unsolicited line (e.g. RING) before every response
   --garbage N          send N random printable bytes (never '>') before every response
   --prompt-without-blank
