@@ -7,6 +7,7 @@
 // Exit status: 0 done, 1 the store could not do it (nothing is changed then), 2 bad arguments.
 // A store file found damaged is set aside and reported, and the command stops with status 1
 // without acting on the new, empty store; run it again to use that.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -317,7 +318,12 @@ int RunDelete(int argc, char** argv) {
         }
         return 1;
     }
-    std::fprintf(stderr, "velkan: deleted %zu message%s\n", ids.size(), ids.size() == 1 ? "" : "s");
+    // An id listed twice names one message, deleted once.
+    std::vector<Oid> distinct = ids;
+    std::sort(distinct.begin(), distinct.end());
+    distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
+    std::fprintf(stderr, "velkan: deleted %zu message%s\n", distinct.size(),
+                 distinct.size() == 1 ? "" : "s");
     return 0;
 }
 

@@ -282,6 +282,20 @@ TEST_F(CliStoreTest, DeleteRemovesEveryIdOrNone) {
     EXPECT_EQ(Lines(Velkan({"list", "inbox", "--json"}).out).size(), 1u);
 }
 
+TEST_F(CliStoreTest, DeleteCountsAnIdListedTwiceOnce) {
+    const Oid a = Put(kFolderInbox, At(2003, 1, 1, 0, 0, 0), u"a", u"1");
+    const Oid b = Put(kFolderInbox, At(2003, 1, 2, 0, 0, 0), u"b", u"1");
+    Put(kFolderInbox, At(2003, 1, 3, 0, 0, 0), u"c", u"1");
+    const std::string id = std::to_string(a);
+    ProcessResult r = Velkan({"delete", id, id, id});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: deleted 1 message\n");
+    r = Velkan({"delete", std::to_string(b), std::to_string(b)});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: deleted 1 message\n");
+    EXPECT_EQ(Lines(Velkan({"list", "inbox", "--json"}).out).size(), 1u);
+}
+
 TEST_F(CliStoreTest, ADamagedStoreIsSetAsideAndReported) {
     fs::create_directories(DataDir());
     std::ofstream(StoreFile(), std::ios::binary) << std::string(5000, '\x7f');
