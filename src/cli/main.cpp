@@ -20,7 +20,8 @@ const Verb kVerbs[] = {
      "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
      &RunPduVerb},
     {"send-get", "velkan send-get", &RunSendGetVerb},
-    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]", &RunSendVerb},
+    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",
+     &RunSendVerb},
     {"compose",
      "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
      &RunComposeVerb},
@@ -81,7 +82,8 @@ int main(int argc, char** argv) {
     }
     for (int i = 0; i < kVerbCount; ++i) {
         if (std::strcmp(kVerbs[i].name, argv[1]) == 0) {
-            if (argc >= 3 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
+            if (argc >= 3 &&
+                (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
                 std::printf("usage:\n%s\n", kVerbs[i].synopsis);
                 return 0;
             }
