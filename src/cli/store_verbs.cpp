@@ -18,6 +18,7 @@
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
+#include "pdu/submit_check.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/recent_store.h"
@@ -172,6 +173,16 @@ int RunCompose(int argc, char** argv) {
                      message.number.empty()
                          ? (to == nullptr ? "a number (--to)" : "a number with digits (--to)")
                          : "a text (--text)");
+        return 2;
+    }
+
+    // What the encoder would refuse is refused here, with the reason, before it is stored: an
+    // Outbox message the phone cannot be given would only fail at the next transfer. A draft
+    // is checked for a number it already has; its text is counted again when it is sent.
+    std::string reason;
+    if ((!message.number.empty() && ValidateRecipient(message.number, &reason) != kErrNone) ||
+        (!draft && ValidateMessageText(message.text, &reason) != kErrNone)) {
+        std::fprintf(stderr, "velkan: %s; nothing was stored\n", reason.c_str());
         return 2;
     }
 

@@ -25,9 +25,12 @@
 #include "common/tick_clock.h"
 #include "framework/text_buffer.h"
 #include "message_ui/text_helpers.h"
+#include "pdu/submit_check.h"
 #include "session/notification_queue.h"
 #include "session/result_messages.h"
 #include "session/transfer_session.h"
+#include "session/transfer_settings.h"
+#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/recent_store.h"
 
@@ -185,6 +188,19 @@ int RunSendVerb(int argc, char** argv) {
     if (message.number.empty() || message.text.empty()) {
         std::fprintf(stderr, "velkan: a message needs a number and a text\n");
         return 2;
+    }
+    std::string reason;
+    if (ValidateRecipient(message.number, &reason) != kErrNone ||
+        ValidateMessageText(message.text, &reason) != kErrNone) {
+        std::fprintf(stderr, "velkan: %s; nothing was sent\n", reason.c_str());
+        return 2;
+    }
+    // A custom centre the encoder refuses would end the transfer with 4; say why instead.
+    TransferSettings settings;
+    if (ReadTransferSettings(&settings) && !IsNoCommunication(settings.portName) &&
+        ValidateServiceCentre(settings.serviceCentre, &reason) != kErrNone) {
+        std::fprintf(stderr, "velkan: %s (the SMSC setting); nothing was sent\n", reason.c_str());
+        return static_cast<int>(kErrInvalidParameter);
     }
     if (FlashOf(options)) message.flags |= kFlagFlash;
     message.folder = kFolderSent;

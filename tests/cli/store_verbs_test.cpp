@@ -166,10 +166,11 @@ TEST_F(CliStoreTest, ComposeKeepsTheFirst160CharactersWithoutCarriageReturns) {
     ProcessResult r = Velkan({"compose", "--to", "1", "--text", std::string(300, 'a')});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_NE(r.err.find("cut to 160"), std::string::npos);
-    // 150 characters with five line breaks count 155 and are kept whole.
+    // 150 characters with five line breaks count 155 and are kept whole (as a draft: with
+    // their carriage returns they are 165 characters, more than one message can carry).
     std::string lines;
     for (int i = 0; i < 5; ++i) lines += std::string(30, 'b') + "\r\n";
-    r = Velkan({"compose", "--to", "2", "--text", lines});
+    r = Velkan({"compose", "--to", "2", "--text", lines, "--draft"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.err.find("cut"), std::string::npos);
     // 160 characters, a carriage return and one more: cut before the carriage return.
@@ -177,14 +178,44 @@ TEST_F(CliStoreTest, ComposeKeepsTheFirst160CharactersWithoutCarriageReturns) {
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     const ProcessResult list = Velkan({"list", "outbox", "--json"});
     const auto out = Lines(list.out);
-    ASSERT_EQ(out.size(), 3u);
+    ASSERT_EQ(out.size(), 2u);
     std::string bs;
     for (int i = 0; i < 5; ++i) bs += std::string(30, 'b') + "\\r\\n";
     EXPECT_NE(out[0].find(R"("text":")" + std::string(160, 'c') + "\""), std::string::npos)
         << out[0];
-    EXPECT_NE(out[1].find(R"("text":")" + bs + "\""), std::string::npos) << out[1];
-    EXPECT_NE(out[2].find(R"("text":")" + std::string(160, 'a') + "\""), std::string::npos)
-        << out[2];
+    EXPECT_NE(out[1].find(R"("text":")" + std::string(160, 'a') + "\""), std::string::npos)
+        << out[1];
+    const auto drafts = Lines(Velkan({"list", "draft", "--json"}).out);
+    ASSERT_EQ(drafts.size(), 1u);
+    EXPECT_NE(drafts[0].find(R"("text":")" + bs + "\""), std::string::npos) << drafts[0];
+}
+
+// What the encoder would refuse never reaches the Outbox: it is refused with the reason, and
+// nothing is stored or remembered.
+TEST_F(CliStoreTest, ComposeRefusesWhatTheEncoderWouldRefuse) {
+    ProcessResult r = Velkan({"compose", "--to", std::string(5000, '9'), "--text", "hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_EQ(r.err,
+              "velkan: the number has 5000 digits; at most 20 can be sent; nothing was stored\n");
+    r = Velkan({"compose", "--to", "+" + std::string(21, '1'), "--text", "hi", "--draft"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("the number has 21 digits; at most 20"), std::string::npos) << r.err;
+    r = Velkan({"compose", "--to", "+", "--text", "hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    // Line breaks take two characters when sent: 145 characters and eight of them are 161.
+    std::string lines = std::string(145, 'x');
+    for (int i = 0; i < 8; ++i) lines += "\r\n";
+    r = Velkan({"compose", "--to", "1", "--text", lines});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("the text has 161 characters"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("nothing was stored"), std::string::npos) << r.err;
+    for (const char* folder : {"outbox", "draft"}) {
+        EXPECT_EQ(Velkan({"list", folder, "--json"}).out, "") << folder;
+    }
+    EXPECT_EQ(Velkan({"recent", "--json"}).out, "");
+    // The limits themselves are accepted.
+    r = Velkan({"compose", "--to", "+" + std::string(20, '1'), "--text", std::string(160, 'a')});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
 }
 
 TEST_F(CliStoreTest, ComposeTakesTheFlashPresetUnlessToldOtherwise) {
@@ -378,6 +409,17 @@ TEST_F(CliStoreTest, ConfigNormalisesTheServiceCentre) {
     ASSERT_EQ(Velkan({"config", "set", "SMSC", "+"}).exitStatus, 0);
     EXPECT_EQ(Velkan({"config", "get", "SMSC"}).out, "\n");
     EXPECT_NE(ReadAll(ConfigFile()).find("SMSC="), std::string::npos);
+}
+
+TEST_F(CliStoreTest, ConfigRefusesAServiceCentreNoMessageCouldBeSentThrough) {
+    ASSERT_EQ(Velkan({"config", "set", "SMSC", "+" + std::string(20, '1')}).exitStatus, 0);
+    const ProcessResult r = Velkan({"config", "set", "SMSC", "+49 " + std::string(19, '2')});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("SMSC is not set: the service centre has 21 digits; at most 20 can be "
+                         "used"),
+              std::string::npos)
+        << r.err;
+    EXPECT_EQ(Velkan({"config", "get", "SMSC"}).out, "+" + std::string(20, '1') + "\n");
 }
 
 TEST_F(CliStoreTest, ConfigRefusesUnknownNamesAndNonNumbers) {

@@ -378,6 +378,34 @@ TEST_F(CliTransferTest, BadArgumentsAreAUsageErrorAndSendNothing) {
     EXPECT_TRUE(Folder("sent").empty());
 }
 
+// A message the encoder would refuse is refused before any connection, with the reason; so
+// is a send through a configured service centre it would refuse.
+TEST_F(CliTransferTest, SendRefusesWhatTheEncoderWouldRefuseAndConnectsToNothing) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    ProcessResult r = Velkan({"send", "--to", std::string(5000, '9'), "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_EQ(r.err,
+              "velkan: the number has 5000 digits; at most 20 can be sent; nothing was sent\n");
+
+    // An SMSC stored before it was checked (by hand, or by an older version).
+    Set("SMSCCustom", "1");
+    {
+        std::ofstream ini(home_ + "/config/Orvane Systems/Velkan Tessiver.ini", std::ios::app);
+        ini << "SMSC=+" << std::string(25, '1') << "\n";
+    }
+    ASSERT_EQ(Velkan({"config", "get", "SMSC"}).out, "+" + std::string(25, '1') + "\n");
+    r = Velkan({"send", "--to", "+4930123456", "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_NE(r.err.find("the service centre has 25 digits; at most 20 can be used (the SMSC "
+                         "setting); nothing was sent"),
+              std::string::npos)
+        << r.err;
+    EXPECT_TRUE(sim.Log().empty());
+    EXPECT_TRUE(Folder("sent").empty());
+}
+
 // Ctrl-C while the phone keeps silent in each phase: the run ends with 5 and no message box
 // text, "Cancelling..." is shown, there is no success, and the Outbox message is in exactly
 // one place.
