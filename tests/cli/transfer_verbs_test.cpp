@@ -18,6 +18,7 @@
 
 #include "phone_sim_process.h"
 #include "run_process.h"
+#include "unanswered_tcp.h"
 
 namespace fs = std::filesystem;
 
@@ -280,6 +281,42 @@ TEST_F(CliTransferTest, ConnectionProblemsHaveTheirExitStatusAndMessage) {
     r = Velkan({"send", "--to", "+4930123456", "--text", "Hi"});
     EXPECT_EQ(r.exitStatus, 12);
     EXPECT_TRUE(Folder("sent").empty());  // nothing stored for a send that failed
+}
+
+// A gateway that never completes the TCP connection: SIGTERM ends the run at once with 5, and
+// the message waits in the Outbox.
+TEST_F(CliTransferTest, SigtermWhileTheConnectionIsBeingMadeEndsTheRunWithFivePromptly) {
+    UnansweredTcpAddress gateway;
+    ASSERT_TRUE(gateway.Ok());
+    Set("CommPort", "TCP");
+    Set("TCP", gateway.Address());
+    Compose("+4930123456", "Waiting");
+    RunningProcess run(VELKAN_BIN, {"send-get"}, home_ + "/connect.err");
+    ASSERT_TRUE(gateway.WaitForConnectAttempt());
+    const auto start = std::chrono::steady_clock::now();
+    run.Signal(SIGTERM);
+    EXPECT_EQ(run.Wait(std::chrono::seconds(10)), 5);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    const std::string err = run.Err();
+    EXPECT_EQ(Lines(err), (std::vector<std::string>{"Connecting Phone...", "Cancelling..."}))
+        << err;
+    EXPECT_EQ(CountWithText("outbox", "Waiting"), 1);
+}
+
+// ... and left alone, the run gives up after 20 s (on a clock that moves 1 s at every reading)
+// with "Connection failed." and 12.
+TEST_F(CliTransferTest, AGatewayThatNeverCompletesTheConnectionFailsWithTwelve) {
+    UnansweredTcpAddress gateway;
+    ASSERT_TRUE(gateway.Ok());
+    Set("CommPort", "TCP");
+    Set("TCP", gateway.Address());
+    setenv("VELKAN_CLOCK_STEP_MS", "1000", 1);
+    const auto start = std::chrono::steady_clock::now();
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 12);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_TRUE(Contains(r.err, std::string(kConnectionText) + "\nCheck your Connection settings."))
+        << r.err;
 }
 
 TEST_F(CliTransferTest, APhoneThatNeverAnswersTimesOutAfterTheWakeUpFallback) {
