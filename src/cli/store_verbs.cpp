@@ -15,6 +15,7 @@
 
 #include "cli/json.h"
 #include "cli/message_options.h"
+#include "cli/store_access.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
@@ -50,43 +51,6 @@ const char* FolderLabel(FolderId folder) {
         if (f.folder == folder) return f.name;
     }
     return "unknown";
-}
-
-// Prints every notice of the store on stderr; true when one of them means that the command
-// must not go on (a damaged file was just set aside).
-bool ReportNotices() {
-    bool stop = false;
-    for (const StoreNotice& notice : TakeStoreNotices()) {
-        std::fprintf(stderr, "velkan: %s\n", notice.message.c_str());
-        if (notice.problem == StoreProblem::kDamagedSetAside) stop = true;
-    }
-    if (stop)
-        std::fputs("velkan: nothing was done; run the command again to use the new store\n",
-                   stderr);
-    return stop;
-}
-
-// Opens the message store, or reports why not. False: the command ends with status 1.
-bool OpenStore(MessageDatabase& db) {
-    const bool opened = OpenMessageStore(db);
-    const bool stop = ReportNotices();
-    if (!opened) {
-        std::fprintf(stderr, "velkan: the message store %s cannot be used\n",
-                     StoreFilePath().c_str());
-        return false;
-    }
-    return !stop;
-}
-
-bool OpenRecent(RecentDatabase& db, CePropId order) {
-    const bool opened = OpenRecentStore(db, order);
-    const bool stop = ReportNotices();
-    if (!opened) {
-        std::fprintf(stderr, "velkan: the recent recipients in %s cannot be used\n",
-                     StoreFilePath().c_str());
-        return false;
-    }
-    return !stop;
 }
 
 std::string TimeText(FileTime time) {
@@ -291,19 +255,6 @@ int RunList(int argc, char** argv) {
 }
 
 // --- delete ----------------------------------------------------------------------------------
-
-bool ParseId(const char* text, Oid* id) {
-    if (*text == 0) return false;
-    std::uint64_t v = 0;
-    for (const char* p = text; *p; ++p) {
-        if (*p < '0' || *p > '9') return false;
-        v = v * 10 + static_cast<std::uint64_t>(*p - '0');
-        if (v > 0xFFFFFFFFu) return false;
-    }
-    if (v == 0) return false;
-    *id = static_cast<Oid>(v);
-    return true;
-}
 
 int RunDelete(int argc, char** argv) {
     std::vector<Oid> ids;
