@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/json.h"
@@ -61,6 +62,23 @@ std::string TimeText(FileTime time) {
                   unsigned{st.month}, unsigned{st.day}, unsigned{st.hour}, unsigned{st.minute},
                   unsigned{st.second});
     return text;
+}
+
+// The FLAGS column: the marks joined with "+" ("new+flash"), or "-" for none. "sent?" is an
+// Outbox message that may have reached the phone (see `velkan resend`), "unsendable" one that
+// cannot be encoded as an SMS.
+std::string FlagsText(std::uint32_t flags) {
+    std::string out;
+    const std::pair<std::uint32_t, const char*> marks[] = {{kFlagUnread, "new"},
+                                                           {kFlagFlash, "flash"},
+                                                           {kFlagMayHaveBeenSent, "sent?"},
+                                                           {kFlagNotEncodable, "unsendable"}};
+    for (const auto& [bit, mark] : marks) {
+        if ((flags & bit) == 0) continue;
+        if (!out.empty()) out += '+';
+        out += mark;
+    }
+    return out.empty() ? std::string("-") : out;
 }
 
 // One line of a table column: line breaks and tabs become blanks, and a text longer than
@@ -230,6 +248,9 @@ int RunList(int argc, char** argv) {
                 } else {
                     o.Add("time", time);
                 }
+                // The marks of the flags spelled out, so that scripts need not know the bits.
+                o.Add("mayHaveBeenSent", (m.flags & kFlagMayHaveBeenSent) != 0)
+                    .Add("notEncodable", (m.flags & kFlagNotEncodable) != 0);
                 std::printf("%s\n", o.Str().c_str());
                 continue;
             }
@@ -238,15 +259,9 @@ int RunList(int argc, char** argv) {
                             "FOLDER", "NAME", "NUMBER", "TEXT");
                 header = true;
             }
-            const bool unread = (m.flags & kFlagUnread) != 0;
-            const bool flash = (m.flags & kFlagFlash) != 0;
-            const char* flags = unread && flash ? "new+flash"
-                                : unread        ? "new"
-                                : flash         ? "flash"
-                                                : "-";
-            std::printf("%6u  %-19s  %-9s  %-6s  %s  %s  %s\n", m.oid, time.c_str(), flags,
-                        FolderLabel(m.folder), Cell(m.name, 20).c_str(), Cell(m.number, 16).c_str(),
-                        Cell(m.text, 0).c_str());
+            std::printf("%6u  %-19s  %-9s  %-6s  %s  %s  %s\n", m.oid, time.c_str(),
+                        FlagsText(m.flags).c_str(), FolderLabel(m.folder), Cell(m.name, 20).c_str(),
+                        Cell(m.number, 16).c_str(), Cell(m.text, 0).c_str());
         }
         if (page.size() < kPage) break;
     }

@@ -125,8 +125,9 @@ TEST_F(CliStoreTest, ComposeStoresInTheOutboxAndPrintsTheId) {
             R"("id":1,"folder":"outbox","flags":0,"name":"Anna","number":"+440207946","text":"Hello","time":")"),
         std::string::npos)
         << lines[0];
-    EXPECT_TRUE(
-        std::regex_search(lines[0], std::regex(R"("time":"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"\}$)")))
+    EXPECT_TRUE(std::regex_search(lines[0],
+                                  std::regex(R"("time":"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d",)"
+                                             R"("mayHaveBeenSent":false,"notEncodable":false\}$)")))
         << lines[0];
     EXPECT_EQ(ReadAll(StoreFile()).empty(), false);
 }
@@ -267,7 +268,8 @@ TEST_F(CliStoreTest, ListShowsAFolderNewestFirstAndTheLogShowsInboxAndSent) {
     EXPECT_EQ(out[0], "{\"id\":" + std::to_string(in2) +
                           ",\"folder\":\"inbox\",\"flags\":0,\"name\":\"\",\"number\":\"+444\","
                           "\"text\":\"second\\r\\nin "
-                          "\xC3\xA9\xE2\x82\xAC\",\"time\":\"2003-04-04 09:08:07\"}");
+                          "\xC3\xA9\xE2\x82\xAC\",\"time\":\"2003-04-04 09:08:07\","
+                          "\"mayHaveBeenSent\":false,\"notEncodable\":false}");
     EXPECT_NE(out[1].find("\"id\":" + std::to_string(sent) + ",\"folder\":\"sent\",\"flags\":2"),
               std::string::npos);
     EXPECT_NE(out[1].find("\"time\":\"2003-04-02 11:30:05\""), std::string::npos);
@@ -282,6 +284,45 @@ TEST_F(CliStoreTest, ListShowsAFolderNewestFirstAndTheLogShowsInboxAndSent) {
     EXPECT_NE(table[1].find("2003-04-04 09:08:07"), std::string::npos);
     EXPECT_NE(table[1].find("second in \xC3\xA9"), std::string::npos) << table[1];
     EXPECT_NE(table[2].find("new"), std::string::npos);
+}
+
+// The marks of an Outbox message that may have reached the phone, or that cannot be encoded,
+// are keys of their own in JSON and words in the table.
+TEST_F(CliStoreTest, ListShowsTheMarksOfMessagesThatMayHaveBeenSentOrCannotBeSent) {
+    const Oid plain = Put(kFolderOutbox, At(2003, 5, 1, 8, 0, 0), u"plain", u"+111");
+    const Oid maybe =
+        Put(kFolderOutbox, At(2003, 5, 2, 8, 0, 0), u"maybe", u"+222", kFlagMayHaveBeenSent);
+    const Oid bad = Put(kFolderOutbox, At(2003, 5, 3, 8, 0, 0), u"bad", u"+333",
+                        kFlagNotEncodable | kFlagFlash);
+    ProcessResult r = Velkan({"list", "outbox", "--json"});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    const auto out = Lines(r.out);
+    ASSERT_EQ(out.size(), 3u);
+    EXPECT_NE(out[0].find("\"id\":" + std::to_string(bad) + ",\"folder\":\"outbox\",\"flags\":10,"),
+              std::string::npos)
+        << out[0];
+    EXPECT_NE(out[0].find("\"mayHaveBeenSent\":false,\"notEncodable\":true}"), std::string::npos)
+        << out[0];
+    EXPECT_NE(
+        out[1].find("\"id\":" + std::to_string(maybe) + ",\"folder\":\"outbox\",\"flags\":4,"),
+        std::string::npos)
+        << out[1];
+    EXPECT_NE(out[1].find("\"mayHaveBeenSent\":true,\"notEncodable\":false}"), std::string::npos)
+        << out[1];
+    EXPECT_NE(out[2].find("\"id\":" + std::to_string(plain) + ","), std::string::npos);
+    EXPECT_NE(out[2].find("\"mayHaveBeenSent\":false,\"notEncodable\":false}"), std::string::npos)
+        << out[2];
+
+    r = Velkan({"list", "outbox"});
+    const auto table = Lines(r.out);
+    ASSERT_EQ(table.size(), 4u);
+    EXPECT_TRUE(
+        std::regex_search(table[1], std::regex(R"(^ +\d+  \S+ \S+  flash\+unsendable  outbox)")))
+        << table[1];
+    EXPECT_TRUE(std::regex_search(table[2], std::regex(R"(^ +\d+  \S+ \S+  sent\?      outbox)")))
+        << table[2];
+    EXPECT_TRUE(std::regex_search(table[3], std::regex(R"(^ +\d+  \S+ \S+  -          outbox)")))
+        << table[3];
 }
 
 TEST_F(CliStoreTest, ListRejectsAnUnknownFolder) {
