@@ -13,6 +13,7 @@ int RunRecentVerb(int argc, char** argv);
 int RunConfigVerb(int argc, char** argv);
 int RunSendGetVerb(int argc, char** argv);
 int RunSendVerb(int argc, char** argv);
+int RunResendVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
@@ -22,6 +23,7 @@ const Verb kVerbs[] = {
     {"send-get", "velkan send-get", &RunSendGetVerb},
     {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",
      &RunSendVerb},
+    {"resend", "velkan resend ID", &RunResendVerb},
     {"compose",
      "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
      &RunComposeVerb},
