@@ -9,6 +9,7 @@ int RunSmsToVerb(int argc, char** argv);
 int RunComposeVerb(int argc, char** argv);
 int RunListVerb(int argc, char** argv);
 int RunDeleteVerb(int argc, char** argv);
+int RunRecoverVerb(int argc, char** argv);
 int RunRecentVerb(int argc, char** argv);
 int RunConfigVerb(int argc, char** argv);
 int RunSendGetVerb(int argc, char** argv);
@@ -29,6 +30,7 @@ const Verb kVerbs[] = {
      &RunComposeVerb},
     {"list", "velkan list inbox|outbox|draft|sent|log [--json]", &RunListVerb},
     {"delete", "velkan delete ID...", &RunDeleteVerb},
+    {"recover", "velkan recover FILE", &RunRecoverVerb},
     {"recent", "velkan recent [--json]", &RunRecentVerb},
     {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
     {"smsto",

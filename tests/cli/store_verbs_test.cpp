@@ -2,10 +2,13 @@
 // separate process on a fresh home folder.
 #include <gtest/gtest.h>
 #include <linux/capability.h>
+#include <sqlite3.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -388,6 +391,167 @@ TEST_F(CliStoreTest, ADamagedStoreIsSetAsideAndReported) {
     r = Velkan({"compose", "--to", "1", "--text", "fresh"});
     EXPECT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.out, "1\n");
+}
+
+// A store damaged in the middle of its messages is set aside when it is opened; `velkan recover`
+// brings back every message that can still be read, as it was, and a second run adds nothing.
+TEST_F(CliStoreTest, RecoverBringsBackTheReadableMessagesOfAStoreSetAsideAsDamaged) {
+    constexpr int kCount = 300;
+    auto marker = [](int i) {
+        char text[32];
+        std::snprintf(text, sizeof text, "message %04d ", i);
+        return std::string(text);
+    };
+    auto textOf = [&](int i) { return marker(i) + std::string(140, 'x'); };
+    {
+        SetStoreDataDirectory(DataDir());
+        MessageDatabase db;
+        ASSERT_TRUE(OpenMessageStore(db));
+        MessageStoreBatch batch(db);
+        for (int i = 0; i < kCount; ++i) {
+            SmsMessage m;
+            m.folder = static_cast<FolderId>(kFolderInbox + i % 4);
+            m.time = At(2003, 1, 1, 0, 0, 0) + static_cast<FileTime>(i) * 10000000;  // i seconds
+            const std::string text = textOf(i);
+            m.text = std::u16string(text.begin(), text.end());
+            m.number = u"+4930" + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+            m.flags = m.folder == kFolderOutbox ? kFlagMayHaveBeenSent : (i % 3 == 0 ? 1u : 0u);
+            ASSERT_TRUE(WriteMessage(db, m));
+        }
+        ASSERT_TRUE(batch.Commit());
+        SetStoreDataDirectory("");
+    }
+    ASSERT_FALSE(fs::exists(StoreFile() + "-wal") && fs::file_size(StoreFile() + "-wal") > 0);
+
+    // Overwrite the pages that hold messages 100 and 200, and find out which messages shared
+    // them. The messages between the two pages can be reached from neither end of the table.
+    std::string bytes = ReadAll(StoreFile());
+    ASSERT_GT(bytes.size(), 100u);
+    const std::size_t pageSize =
+        (static_cast<unsigned char>(bytes[16]) << 8) | static_cast<unsigned char>(bytes[17]);
+    auto offsetOf = [&](int i) {
+        std::string wide;
+        for (char c : marker(i)) wide += std::string{'\0', c};  // texts are kept as UTF-16BE
+        return bytes.find(wide);
+    };
+    ASSERT_NE(offsetOf(100), std::string::npos);
+    ASSERT_NE(offsetOf(200), std::string::npos);
+    const std::size_t pages[] = {offsetOf(100) / pageSize, offsetOf(200) / pageSize};
+    ASSERT_NE(pages[0], pages[1]);
+    std::vector<int> lost;
+    for (int i = 0; i < kCount; ++i) {
+        ASSERT_NE(offsetOf(i), std::string::npos) << i;
+        const std::size_t page = offsetOf(i) / pageSize;
+        if (page == pages[0] || page == pages[1]) lost.push_back(i);
+    }
+    ASSERT_LT(lost.size(), 100u);
+    for (std::size_t page : pages) {
+        std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(page * pageSize),
+                  bytes.begin() + static_cast<std::ptrdiff_t>((page + 1) * pageSize), '\xFF');
+    }
+    std::ofstream(StoreFile(), std::ios::binary | std::ios::trunc) << bytes;
+
+    // Opening it sets it aside.
+    ProcessResult r = Velkan({"list", "inbox"});
+    ASSERT_EQ(r.exitStatus, 1) << r.err;
+    std::string aside;
+    for (const auto& entry : fs::directory_iterator(DataDir())) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind("velkan.sqlite3.damaged-", 0) == 0 &&
+            name.find("-wal") == std::string::npos && name.find("-shm") == std::string::npos) {
+            aside = entry.path().string();
+        }
+    }
+    ASSERT_FALSE(aside.empty());
+    const std::string asideBytes = ReadAll(aside);
+
+    const std::size_t kept = kCount - lost.size();
+    r = Velkan({"recover", aside});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: recovered " + std::to_string(kept) +
+                         " messages, 0 duplicates "
+                         "skipped, " +
+                         std::to_string(lost.size()) + " unreadable\n");
+
+    std::vector<std::string> all;
+    for (const char* folder : {"inbox", "outbox", "draft", "sent"}) {
+        for (const std::string& line : Lines(Velkan({"list", folder, "--json"}).out)) {
+            all.push_back(line);
+        }
+    }
+    ASSERT_EQ(all.size(), kept);
+    for (int i = 0; i < kCount; ++i) {
+        const bool gone = std::find(lost.begin(), lost.end(), i) != lost.end();
+        const auto line = std::find_if(all.begin(), all.end(), [&](const std::string& l) {
+            return l.find("\"text\":\"" + textOf(i) + "\"") != std::string::npos;
+        });
+        EXPECT_EQ(line == all.end(), gone) << i;
+        if (line == all.end()) continue;
+        // Each comes back into its folder with its flags, number and time.
+        const char* folders[] = {"inbox", "outbox", "draft", "sent"};
+        const std::uint32_t flags = i % 4 == 1 ? kFlagMayHaveBeenSent : (i % 3 == 0 ? 1u : 0u);
+        EXPECT_NE(line->find(std::string("\"folder\":\"") + folders[i % 4] +
+                             "\",\"flags\":" + std::to_string(flags) +
+                             ",\"name\":\"\",\"number\":\"+4930" + std::to_string(i % 10) + "\""),
+                  std::string::npos)
+            << *line;
+        char time[64];
+        std::snprintf(time, sizeof time, "\"time\":\"2003-01-01 00:%02d:%02d\"", i / 60, i % 60);
+        EXPECT_NE(line->find(time), std::string::npos) << *line;
+    }
+
+    // Again: everything is there already. The file set aside is as it was.
+    r = Velkan({"recover", aside});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: recovered 0 messages, " + std::to_string(kept) +
+                         " duplicates skipped, " + std::to_string(lost.size()) + " unreadable\n");
+    EXPECT_EQ(ReadAll(aside), asideBytes);
+    std::size_t count = 0;
+    for (const char* folder : {"inbox", "outbox", "draft", "sent"}) {
+        count += Lines(Velkan({"list", folder, "--json"}).out).size();
+    }
+    EXPECT_EQ(count, kept);
+}
+
+TEST_F(CliStoreTest, RecoverRefusesWhatIsNotAStoreAndWritesNothing) {
+    fs::create_directories(home_ + "/other");
+    const std::string garbage = home_ + "/other/garbage";
+    std::ofstream(garbage, std::ios::binary) << std::string(5000, '\x7f');
+    ProcessResult r = Velkan({"recover", garbage});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.err.find(garbage + " cannot be read"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("nothing was recovered"), std::string::npos) << r.err;
+
+    // An SQLite database of some other program.
+    const std::string other = home_ + "/other/notes.sqlite3";
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(other.c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE notes(text); INSERT INTO notes VALUES('hi');", nullptr,
+                           nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(db);
+    r = Velkan({"recover", other});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.err.find(other + " is not a message store of Velkan Tessiver"), std::string::npos)
+        << r.err;
+
+    r = Velkan({"recover", home_ + "/other/missing"});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.err.find("cannot be read"), std::string::npos) << r.err;
+
+    EXPECT_EQ(Velkan({"recover"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"recover", garbage, other}).exitStatus, 2);
+    // The store in use is not a copy to recover from.
+    ASSERT_EQ(Velkan({"compose", "--to", "1", "--text", "kept"}).exitStatus, 0);
+    r = Velkan({"recover", StoreFile()});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("is the message store in use"), std::string::npos) << r.err;
+
+    const auto outbox = Lines(Velkan({"list", "outbox", "--json"}).out);
+    EXPECT_EQ(outbox.size(), 1u);
+    for (const char* folder : {"inbox", "draft", "sent"}) {
+        EXPECT_EQ(Velkan({"list", folder, "--json"}).out, "") << folder;
+    }
 }
 
 TEST_F(CliStoreTest, AnUnusableDataFolderIsReported) {
