@@ -9,7 +9,13 @@ bool ReportNotices() {
     bool stop = false;
     for (const StoreNotice& notice : TakeStoreNotices()) {
         std::fprintf(stderr, "velkan: %s\n", notice.message.c_str());
-        if (notice.problem == StoreProblem::kDamagedSetAside) stop = true;
+        if (notice.problem == StoreProblem::kDamagedSetAside) {
+            std::fprintf(stderr,
+                         "velkan: `velkan recover %s` brings back the messages that can still be "
+                         "read from it\n",
+                         notice.movedTo.c_str());
+            stop = true;
+        }
     }
     if (stop)
         std::fputs("velkan: nothing was done; run the command again to use the new store\n",

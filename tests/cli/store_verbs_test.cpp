@@ -463,6 +463,9 @@ TEST_F(CliStoreTest, RecoverBringsBackTheReadableMessagesOfAStoreSetAsideAsDamag
         }
     }
     ASSERT_FALSE(aside.empty());
+    EXPECT_NE(r.err.find("`velkan recover " + aside + "` brings back the messages"),
+              std::string::npos)
+        << r.err;
     const std::string asideBytes = ReadAll(aside);
 
     const std::size_t kept = kCount - lost.size();
