@@ -557,6 +557,13 @@ TEST_F(CliStoreTest, RecoverRefusesWhatIsNotAStoreAndWritesNothing) {
     }
 }
 
+TEST_F(CliStoreTest, HelpListsRecoverAndResend) {
+    const ProcessResult r = Velkan({"--help"});
+    EXPECT_EQ(r.exitStatus, 0);
+    EXPECT_NE(r.out.find("  velkan recover FILE\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("  velkan resend ID\n"), std::string::npos) << r.out;
+}
+
 TEST_F(CliStoreTest, AnUnusableDataFolderIsReported) {
     std::ofstream(home_ + "/data") << "a file where the folder should be";
     const ProcessResult r = Velkan({"compose", "--to", "1", "--text", "x"});
