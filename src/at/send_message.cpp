@@ -38,10 +38,6 @@ TransferError SubmitPdu(PhoneSession* session, PduRecord* record, bool* pduWritt
 
 TransferError PrepareForSending(PhoneSession* session, SmsMessage* message) {
     if (session == nullptr || message == nullptr) return kErrInvalidParameter;
-    // A destination without a digit (empty, or a lone "+") encodes, but no network delivers
-    // it: it is refused here like a number the encoder refuses.
-    const std::u16string& number = message->number;
-    if (number.empty() || (number.size() == 1 && number[0] == u'+')) return kErrInvalidParameter;
     if (PrepareSubmit(message) == 0 || !message->pduRecord) {
         return message->codecResult != kErrNone ? message->codecResult : kErrInvalidParameter;
     }

@@ -3,7 +3,8 @@
 // The settings from the command line. `list` prints every value as NAME=VALUE, `get` prints
 // one value as the program reads it (its default when it is absent or of the wrong type), and
 // `set` writes one: SMSCCustom, StatusReq, Flash and DelMsg as numbers, the others as text (the
-// service centre normalised, as the preferences dialog stores it). Names are matched without
+// service centre normalised, as the preferences dialog stores it, and refused when no message
+// could be sent through it, e.g. more than 20 digits). Names are matched without
 // regard to case. Exit status: 0 done, 1 the settings could not be written, 2 bad arguments
 // (an unknown name among them).
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
+#include "pdu/submit_check.h"
 #include "settings/settings_key.h"
 
 namespace {
@@ -87,6 +89,15 @@ int Set(const SettingInfo& setting, const char* valueText) {
     if (setting.type == SettingType::kDword && !ParseDword(valueText, &number)) {
         return UsageError(kVerb, (name + " takes a number (0 = off, 1 = on)").c_str());
     }
+    if (std::u16string_view(setting.name) == kValueSmsc) {
+        // Normalised as the preferences dialog stores it, and kept only if a message can be
+        // sent through it: a centre that the encoder refuses would fail every send.
+        NormalizePhoneNumber(text);
+        std::string reason;
+        if (ValidateServiceCentre(text, &reason) != kErrNone) {
+            return UsageError(kVerb, (name + " is not set: " + reason).c_str());
+        }
+    }
     RegistryKey key;
     if (!OpenSettings(key)) {
         std::fputs("velkan: the settings cannot be opened for writing\n", stderr);
@@ -98,7 +109,6 @@ int Set(const SettingInfo& setting, const char* valueText) {
     if (setting.type == SettingType::kDword) {
         result = key.WriteDword(n, number);
     } else if (n == kValueSmsc) {
-        NormalizePhoneNumber(text);
         result = SetSmsc(key, text);
     } else if (n == kValueCommPort) {
         result = SetCommPort(key, text);

@@ -9,10 +9,12 @@ int RunSmsToVerb(int argc, char** argv);
 int RunComposeVerb(int argc, char** argv);
 int RunListVerb(int argc, char** argv);
 int RunDeleteVerb(int argc, char** argv);
+int RunRecoverVerb(int argc, char** argv);
 int RunRecentVerb(int argc, char** argv);
 int RunConfigVerb(int argc, char** argv);
 int RunSendGetVerb(int argc, char** argv);
 int RunSendVerb(int argc, char** argv);
+int RunResendVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
@@ -20,12 +22,15 @@ const Verb kVerbs[] = {
      "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
      &RunPduVerb},
     {"send-get", "velkan send-get", &RunSendGetVerb},
-    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]", &RunSendVerb},
+    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",
+     &RunSendVerb},
+    {"resend", "velkan resend ID", &RunResendVerb},
     {"compose",
      "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
      &RunComposeVerb},
     {"list", "velkan list inbox|outbox|draft|sent|log [--json]", &RunListVerb},
     {"delete", "velkan delete ID...", &RunDeleteVerb},
+    {"recover", "velkan recover FILE", &RunRecoverVerb},
     {"recent", "velkan recent [--json]", &RunRecentVerb},
     {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
     {"smsto",
@@ -81,7 +86,8 @@ int main(int argc, char** argv) {
     }
     for (int i = 0; i < kVerbCount; ++i) {
         if (std::strcmp(kVerbs[i].name, argv[1]) == 0) {
-            if (argc >= 3 && (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
+            if (argc >= 3 &&
+                (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
                 std::printf("usage:\n%s\n", kVerbs[i].synopsis);
                 return 0;
             }

@@ -4,7 +4,8 @@
 // The codec as a command: decoding runs the same steps as a message taken from the phone
 // (hex text, DecodePdu, ApplyPduRecord); encoding runs the same steps as a send (PrepareSubmit,
 // the sender's options, EncodePdu). One JSON object goes to stdout; the exit status is the
-// codec's result (0, or 4 for a malformed PDU, number or length), 2 for bad arguments.
+// codec's result (0, or 4 for a malformed PDU, number or length), 2 for bad arguments. A number,
+// text or service centre that the encoder refuses is also named on stderr, with the reason.
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -16,6 +17,7 @@
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
+#include "pdu/submit_check.h"
 
 namespace {
 
@@ -169,9 +171,17 @@ int Encode(int argc, char** argv) {
     message.number = Utf8ToUtf16(to);
     message.text = Utf8ToUtf16(text);
     message.flags = flash ? kFlagFlash : 0;
+    const std::u16string centre = Utf8ToUtf16(smsc);
+    // What the encoder refuses is said in words as well as with its result.
+    std::string reason;
+    if (ValidateRecipient(message.number, &reason) != kErrNone ||
+        ValidateMessageText(message.text, &reason) != kErrNone ||
+        ValidateServiceCentre(centre, &reason) != kErrNone) {
+        std::fprintf(stderr, "velkan: %s\n", reason.c_str());
+    }
     if (PrepareSubmit(&message) != 1) return PrintResult(message.codecResult);
     PduRecord* record = message.pduRecord.get();
-    ApplySubmitOptions(record, Utf8ToUtf16(smsc), statusReport);
+    ApplySubmitOptions(record, centre, statusReport);
     const TransferError result = EncodePdu(record);
     if (result != kErrNone) return PrintResult(result);
 

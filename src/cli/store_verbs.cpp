@@ -7,16 +7,20 @@
 // Exit status: 0 done, 1 the store could not do it (nothing is changed then), 2 bad arguments.
 // A store file found damaged is set aside and reported, and the command stops with status 1
 // without acting on the new, empty store; run it again to use that.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/json.h"
 #include "cli/message_options.h"
+#include "cli/store_access.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
+#include "pdu/submit_check.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/recent_store.h"
@@ -50,43 +54,6 @@ const char* FolderLabel(FolderId folder) {
     return "unknown";
 }
 
-// Prints every notice of the store on stderr; true when one of them means that the command
-// must not go on (a damaged file was just set aside).
-bool ReportNotices() {
-    bool stop = false;
-    for (const StoreNotice& notice : TakeStoreNotices()) {
-        std::fprintf(stderr, "velkan: %s\n", notice.message.c_str());
-        if (notice.problem == StoreProblem::kDamagedSetAside) stop = true;
-    }
-    if (stop)
-        std::fputs("velkan: nothing was done; run the command again to use the new store\n",
-                   stderr);
-    return stop;
-}
-
-// Opens the message store, or reports why not. False: the command ends with status 1.
-bool OpenStore(MessageDatabase& db) {
-    const bool opened = OpenMessageStore(db);
-    const bool stop = ReportNotices();
-    if (!opened) {
-        std::fprintf(stderr, "velkan: the message store %s cannot be used\n",
-                     StoreFilePath().c_str());
-        return false;
-    }
-    return !stop;
-}
-
-bool OpenRecent(RecentDatabase& db, CePropId order) {
-    const bool opened = OpenRecentStore(db, order);
-    const bool stop = ReportNotices();
-    if (!opened) {
-        std::fprintf(stderr, "velkan: the recent recipients in %s cannot be used\n",
-                     StoreFilePath().c_str());
-        return false;
-    }
-    return !stop;
-}
-
 std::string TimeText(FileTime time) {
     SystemTime st;
     if (time == 0 || !FileTimeToSystemTime(time, &st)) return {};
@@ -95,6 +62,23 @@ std::string TimeText(FileTime time) {
                   unsigned{st.month}, unsigned{st.day}, unsigned{st.hour}, unsigned{st.minute},
                   unsigned{st.second});
     return text;
+}
+
+// The FLAGS column: the marks joined with "+" ("new+flash"), or "-" for none. "sent?" is an
+// Outbox message that may have reached the phone (see `velkan resend`), "unsendable" one that
+// cannot be encoded as an SMS.
+std::string FlagsText(std::uint32_t flags) {
+    std::string out;
+    const std::pair<std::uint32_t, const char*> marks[] = {{kFlagUnread, "new"},
+                                                           {kFlagFlash, "flash"},
+                                                           {kFlagMayHaveBeenSent, "sent?"},
+                                                           {kFlagNotEncodable, "unsendable"}};
+    for (const auto& [bit, mark] : marks) {
+        if ((flags & bit) == 0) continue;
+        if (!out.empty()) out += '+';
+        out += mark;
+    }
+    return out.empty() ? std::string("-") : out;
 }
 
 // One line of a table column: line breaks and tabs become blanks, and a text longer than
@@ -171,6 +155,16 @@ int RunCompose(int argc, char** argv) {
                      message.number.empty()
                          ? (to == nullptr ? "a number (--to)" : "a number with digits (--to)")
                          : "a text (--text)");
+        return 2;
+    }
+
+    // What the encoder would refuse is refused here, with the reason, before it is stored: an
+    // Outbox message the phone cannot be given would only fail at the next transfer. A draft
+    // is checked for a number it already has; its text is counted again when it is sent.
+    std::string reason;
+    if ((!message.number.empty() && ValidateRecipient(message.number, &reason) != kErrNone) ||
+        (!draft && ValidateMessageText(message.text, &reason) != kErrNone)) {
+        std::fprintf(stderr, "velkan: %s; nothing was stored\n", reason.c_str());
         return 2;
     }
 
@@ -254,6 +248,9 @@ int RunList(int argc, char** argv) {
                 } else {
                     o.Add("time", time);
                 }
+                // The marks of the flags spelled out, so that scripts need not know the bits.
+                o.Add("mayHaveBeenSent", (m.flags & kFlagMayHaveBeenSent) != 0)
+                    .Add("notEncodable", (m.flags & kFlagNotEncodable) != 0);
                 std::printf("%s\n", o.Str().c_str());
                 continue;
             }
@@ -262,15 +259,9 @@ int RunList(int argc, char** argv) {
                             "FOLDER", "NAME", "NUMBER", "TEXT");
                 header = true;
             }
-            const bool unread = (m.flags & kFlagUnread) != 0;
-            const bool flash = (m.flags & kFlagFlash) != 0;
-            const char* flags = unread && flash ? "new+flash"
-                                : unread        ? "new"
-                                : flash         ? "flash"
-                                                : "-";
-            std::printf("%6u  %-19s  %-9s  %-6s  %s  %s  %s\n", m.oid, time.c_str(), flags,
-                        FolderLabel(m.folder), Cell(m.name, 20).c_str(), Cell(m.number, 16).c_str(),
-                        Cell(m.text, 0).c_str());
+            std::printf("%6u  %-19s  %-9s  %-6s  %s  %s  %s\n", m.oid, time.c_str(),
+                        FlagsText(m.flags).c_str(), FolderLabel(m.folder), Cell(m.name, 20).c_str(),
+                        Cell(m.number, 16).c_str(), Cell(m.text, 0).c_str());
         }
         if (page.size() < kPage) break;
     }
@@ -279,19 +270,6 @@ int RunList(int argc, char** argv) {
 }
 
 // --- delete ----------------------------------------------------------------------------------
-
-bool ParseId(const char* text, Oid* id) {
-    if (*text == 0) return false;
-    std::uint64_t v = 0;
-    for (const char* p = text; *p; ++p) {
-        if (*p < '0' || *p > '9') return false;
-        v = v * 10 + static_cast<std::uint64_t>(*p - '0');
-        if (v > 0xFFFFFFFFu) return false;
-    }
-    if (v == 0) return false;
-    *id = static_cast<Oid>(v);
-    return true;
-}
 
 int RunDelete(int argc, char** argv) {
     std::vector<Oid> ids;
@@ -317,7 +295,12 @@ int RunDelete(int argc, char** argv) {
         }
         return 1;
     }
-    std::fprintf(stderr, "velkan: deleted %zu message%s\n", ids.size(), ids.size() == 1 ? "" : "s");
+    // An id listed twice names one message, deleted once.
+    std::vector<Oid> distinct = ids;
+    std::sort(distinct.begin(), distinct.end());
+    distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
+    std::fprintf(stderr, "velkan: deleted %zu message%s\n", distinct.size(),
+                 distinct.size() == 1 ? "" : "s");
     return 0;
 }
 

@@ -1,5 +1,6 @@
 // velkan send-get
 // velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]
+// velkan resend ID
 //
 // The transfers of the program without its windows. The session runs on its worker thread as
 // it does under the progress dialog; this thread follows its notifications and prints one line
@@ -7,6 +8,11 @@
 // the run left undone. The exit status is the transfer's result code (0 success, 5 cancelled,
 // 4, 10, 12, 14, 15, 16, 20 the message store cannot be used, 21 another transfer is using
 // it; 1 when the run ended without a code of its own).
+//
+// `resend` is the person's word for an Outbox message marked as possibly sent (it was handed to
+// the phone, and its acceptance was never recorded): it goes as a send of that one message, and
+// on success the same record moves to Sent with its marks cleared; otherwise it stays as it
+// was. Another message, or one without the mark, is refused with 2; an unknown id ends with 1.
 //
 // For tests of the time-outs, VELKAN_CLOCK_STEP_MS=N replaces the phone side's clock with one
 // that moves N ms forward at every reading, so a 20 s time-out passes in a few thousand reads
@@ -20,14 +26,18 @@
 #include <string>
 
 #include "cli/message_options.h"
+#include "cli/store_access.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "common/tick_clock.h"
 #include "framework/text_buffer.h"
 #include "message_ui/text_helpers.h"
+#include "pdu/submit_check.h"
 #include "session/notification_queue.h"
 #include "session/result_messages.h"
 #include "session/transfer_session.h"
+#include "session/transfer_settings.h"
+#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/recent_store.h"
 
@@ -154,6 +164,17 @@ int Follow(TransferSession& session) {
     return result == kErrNone ? 1 : static_cast<int>(result);
 }
 
+// A custom centre the encoder refuses would end the transfer with 4: false, after saying why.
+bool CentreUsable(std::string* reason) {
+    TransferSettings settings;
+    if (ReadTransferSettings(&settings) && !IsNoCommunication(settings.portName) &&
+        ValidateServiceCentre(settings.serviceCentre, reason) != kErrNone) {
+        std::fprintf(stderr, "velkan: %s (the SMSC setting); nothing was sent\n", reason->c_str());
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 int RunSendGetVerb(int argc, char**) {
@@ -186,6 +207,13 @@ int RunSendVerb(int argc, char** argv) {
         std::fprintf(stderr, "velkan: a message needs a number and a text\n");
         return 2;
     }
+    std::string reason;
+    if (ValidateRecipient(message.number, &reason) != kErrNone ||
+        ValidateMessageText(message.text, &reason) != kErrNone) {
+        std::fprintf(stderr, "velkan: %s; nothing was sent\n", reason.c_str());
+        return 2;
+    }
+    if (!CentreUsable(&reason)) return static_cast<int>(kErrInvalidParameter);
     if (FlashOf(options)) message.flags |= kFlagFlash;
     message.folder = kFolderSent;
 
@@ -206,6 +234,79 @@ int RunSendVerb(int argc, char** argv) {
         entry.name = message.name;
         entry.number = message.number;
         (void)AddRecent(recent, entry);
+    }
+    return 0;
+}
+
+int RunResendVerb(int argc, char** argv) {
+    if (argc < 2) return UsageError("resend", "which message? give its id");
+    if (argc > 2) return UsageError("resend", "resend takes one id");
+    Oid id = 0;
+    if (!ParseId(argv[1], &id)) {
+        return UsageError("resend", (std::string("'") + argv[1] + "' is not a message id").c_str());
+    }
+
+    MessageDatabase store;
+    if (!OpenStore(store)) return 1;
+    SmsMessage message;
+    message.oid = id;
+    if (!ReadById(store, message)) {
+        ReportNotices();
+        if (store.LastError() == kCeErrorNoRecord) {
+            std::fprintf(stderr, "velkan: there is no message %u; nothing was sent\n", id);
+        } else {
+            std::fprintf(stderr, "velkan: message %u could not be read: %s\n", id,
+                         store.LastErrorText().c_str());
+        }
+        return 1;
+    }
+    // Only the person's word sends a message that the phone may already have sent; any other
+    // message goes with the Outbox at the next send-get.
+    if (message.folder != kFolderOutbox) {
+        std::fprintf(stderr,
+                     "velkan: message %u is not in the Outbox; only an Outbox message marked as "
+                     "possibly sent is sent again; nothing was sent\n",
+                     id);
+        return 2;
+    }
+    if ((message.flags & kFlagMayHaveBeenSent) == 0) {
+        std::fprintf(stderr,
+                     "velkan: message %u is not marked as possibly sent; `velkan send-get` sends "
+                     "it with the rest of the Outbox; nothing was sent\n",
+                     id);
+        return 2;
+    }
+    std::string reason;
+    if (ValidateRecipient(message.number, &reason) != kErrNone ||
+        ValidateMessageText(message.text, &reason) != kErrNone) {
+        std::fprintf(stderr, "velkan: message %u cannot be sent: %s; nothing was sent\n", id,
+                     reason.c_str());
+        return 2;
+    }
+    if (!CentreUsable(&reason)) return static_cast<int>(kErrInvalidParameter);
+
+    // The stored record keeps its mark until the phone has taken the message: if this run is
+    // cut short, the message is still one that may have been sent.
+    message.flags &= ~kFlagMayHaveBeenSent;
+    TransferSession session;
+    session.SetSingleMessage(&message);
+    const int status = Follow(session);
+    if (status != 0) {
+        std::fprintf(stderr, "velkan: message %u stays in the Outbox, marked as possibly sent\n",
+                     id);
+        return status;
+    }
+    // Sent: the same record moves to Sent, its marks cleared.
+    message.folder = kFolderSent;
+    message.flags &= ~(kFlagMayHaveBeenSent | kFlagUnread);
+    message.oid = id;
+    if (!WriteMessage(store, message)) {
+        ReportNotices();
+        std::fprintf(stderr,
+                     "velkan: message %u was sent but could not be moved to Sent (%s); it stays in "
+                     "the Outbox, marked as possibly sent\n",
+                     id, store.LastErrorText().c_str());
+        return 1;
     }
     return 0;
 }

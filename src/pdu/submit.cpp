@@ -4,6 +4,7 @@
 
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
+#include "pdu/submit_check.h"
 
 namespace {
 
@@ -15,9 +16,10 @@ constexpr std::uint8_t kAlphabetReserved = 3;
 constexpr std::uint8_t kUdhiBit = 0x40;
 constexpr std::uint8_t kSrrBit = 0x20;
 
-constexpr std::size_t kMaxAddressDigits = kAddressDigitsSize - 1;  // 20
-constexpr std::uint32_t kMax7BitUdl = 160;                         // septets
-constexpr std::uint32_t kMax8BitUdl = 140;                         // octets
+constexpr std::size_t kMaxAddressDigits = kMaxNumberDigits;
+static_assert(kMaxAddressDigits == kAddressDigitsSize - 1, "addressDigits holds 20 and a 0");
+constexpr std::uint32_t kMax7BitUdl = kMaxSubmitTextLength;  // septets
+constexpr std::uint32_t kMax8BitUdl = 140;                   // octets
 
 // Narrowing of a number to 8-bit text. Only ASCII survives unchanged; anything else becomes "?"
 // (as the platform's default character would), so that a character whose low byte happens to be
@@ -67,7 +69,9 @@ TransferError EncodePdu(PduRecord* record) {
 
     // Service centre: a single 0x00 asks the phone to use its own.
     const std::size_t scaLength = strnlen(record->scaDigits, kScaDigitsSize);
-    if (scaLength == kScaDigitsSize) return kErrInvalidParameter;  // no room for the terminator
+    // A centre is an address like any other: at most 20 digits (an unterminated field, 40
+    // characters or more, is longer still).
+    if (scaLength > kMaxAddressDigits) return kErrInvalidParameter;
     if (scaLength == 0) {
         out[k++] = 0;
     } else {
@@ -193,14 +197,19 @@ int EncodeMessage(SmsMessage* message) {
         record->firstOctet = static_cast<std::uint8_t>((record->firstOctet & 0xFD) | 1);
     }
 
-    // Destination: a leading "+" becomes the international type of number.
+    // Destination: an optional "+" and 1 to 20 digits; a number without a digit has nowhere to
+    // go. A leading "+" becomes the international type of number.
+    if (ValidateRecipient(message->number, nullptr) != kErrNone) {
+        message->codecResult = kErrInvalidParameter;
+        return 0;
+    }
     std::size_t start = 0;
     if (!message->number.empty() && message->number[0] == u'+') {
         record->addressType = static_cast<std::uint8_t>((record->addressType & 0x9F) | 0x10);
         start = 1;
     }
     if (!NarrowInto(message->number, start, record->addressDigits, kAddressDigitsSize)) {
-        message->codecResult = kErrInvalidParameter;  // more than 20 digits
+        message->codecResult = kErrInvalidParameter;  // cannot happen after the check above
         return 0;
     }
 

@@ -15,12 +15,13 @@ TransferError EncodePdu(PduRecord* record);
 int PrepareSubmit(SmsMessage* message);
 
 // Fills the record's destination and text from the message and encodes it; on success the
-// encoded octets are copied into the message's `pdu`. 1 on success, 0 on failure.
+// encoded octets are copied into the message's `pdu`. 1 on success, 0 on failure: among others
+// for a number that ValidateRecipient refuses (no digit, a lone "+", more than 20 digits).
 int EncodeMessage(SmsMessage* message);
 
 // The sender's options, applied to a prepared record before it is encoded once more:
 // the custom service centre (empty: the phone's own) and the status-report request.
-// A leading "+" on the centre makes it international and is not sent as a digit. A centre too
-// long for `scaDigits` (40 characters or more) leaves it unterminated, so that the following
-// EncodePdu refuses the record with 4 instead of sending to a truncated number.
+// A leading "+" on the centre makes it international and is not sent as a digit. The following
+// EncodePdu refuses a centre of more than 20 digits with 4 (one too long for `scaDigits`, 40
+// characters or more, is left unterminated there, never cut to a wrong number).
 void ApplySubmitOptions(PduRecord* record, const std::u16string& serviceCentre, bool statusReport);

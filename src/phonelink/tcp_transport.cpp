@@ -15,12 +15,18 @@
 #include <cstring>
 #include <ctime>
 
+#include "common/tick_clock.h"
+
 namespace {
 
 // A read waits this long for data, then returns whatever is there; the AT exchange polls.
 constexpr long kReadWaitNs = 100 * 1000;
 // A send that meets a full socket buffer waits this long for room before the command fails.
 constexpr int kSendRoomWaitMs = 1000;
+// A connect gives up after this long on the tick clock, and waits at most a slice at a time
+// between the channel's poll steps (where the user's Cancel is seen).
+constexpr std::uint32_t kConnectLimitMs = 20000;
+constexpr int kConnectSliceMs = 100;
 // Longest host part accepted; DNS names are at most 253 characters.
 constexpr std::size_t kHostSize = 256;
 
@@ -98,19 +104,43 @@ bool ResolveHost(const char* host, in_addr* address) {
     return ok;
 }
 
-bool ConnectBlocking(int fd, const sockaddr_in& target) {
-    if (::connect(fd, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0) return true;
-    if (errno != EINTR) return false;
-    // An interrupted connect goes on in the background; wait for its outcome.
+// Whether a connect that went on in the background has ended; *result is its outcome.
+bool ConnectFinished(int fd, int waitMs, TransferError* result) {
     pollfd done{fd, POLLOUT, 0};
-    int ready;
-    do {
-        ready = ::poll(&done, 1, -1);
-    } while (ready < 0 && errno == EINTR);
-    if (ready <= 0) return false;
+    const int ready = ::poll(&done, 1, waitMs);
+    if (ready < 0) {
+        if (errno == EINTR) return false;
+        *result = kErrConnection;
+        return true;
+    }
+    if (ready == 0) return false;
     int error = 0;
     socklen_t size = sizeof error;
-    return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
+    *result = ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0
+                  ? kErrNone
+                  : kErrConnection;
+    return true;
+}
+
+// Connects without blocking: a gateway that never answers (its queue full, packets dropped on
+// the way) would otherwise hold the connect for the system's two minutes of retries, deaf to
+// the user's Cancel. The channel's poll step runs between waits of at most 100 ms, and after
+// 20 s on the tick clock the attempt is given up.
+TransferError ConnectWithin(PhoneChannel* channel, int fd, const sockaddr_in& target) {
+    int flags = ::fcntl(fd, F_GETFL, 0);
+    if (flags < 0 || ::fcntl(fd, F_SETFL, flags | O_NONBLOCK) != 0) return kErrConnection;
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0) {
+        return kErrNone;
+    }
+    if (errno != EINPROGRESS && errno != EINTR) return kErrConnection;
+    const std::uint32_t start = GetTickCount();
+    for (;;) {
+        const TransferError polled = ChannelPoll(channel);
+        if (polled != kErrNone) return polled;
+        if (TickElapsed(GetTickCount(), start) >= kConnectLimitMs) return kErrConnection;
+        TransferError result = kErrNone;
+        if (ConnectFinished(fd, kConnectSliceMs, &result)) return result;
+    }
 }
 
 TransferError TcpOpen(PhoneChannel* channel, std::uint32_t mode, const char* address) {
@@ -139,11 +169,7 @@ TransferError TcpOpen(PhoneChannel* channel, std::uint32_t mode, const char* add
 
     int fd = channel->transport->handle;
     if (fd == kNoHandle) return kErrConnection;
-    if (!ConnectBlocking(fd, target)) return kErrConnection;
-
-    int flags = ::fcntl(fd, F_GETFL, 0);
-    if (flags < 0 || ::fcntl(fd, F_SETFL, flags | O_NONBLOCK) != 0) return kErrConnection;
-    return kErrNone;
+    return ConnectWithin(channel, fd, target);
 }
 
 TransferError TcpClose(Transport* transport) {

@@ -13,7 +13,9 @@
 //  - the port is the decimal number after the ':' as atoi reads it, taken modulo 65536, without
 //    further checks ("host:" is port 0);
 //  - a dotted IPv4 host is used without a look-up; any other host name is resolved (IPv4);
-//  - the connect blocks; afterwards the socket is non-blocking.
+//  - the connect does not block: it waits in slices of at most 100 ms, running the channel's
+//    poll step between them (a poll callback's error, such as 5 for a cancel, ends it with that
+//    code), and gives up with 12 after 20 s on the tick clock; the socket stays non-blocking.
 TransferError CreateTcpTransport(PhoneChannel** channel);
 
 // Returned by a read whose readiness wait failed; the AT exchange reports any read failure as 10.

@@ -151,6 +151,23 @@ TEST(PduVerb, EncodeFailuresGiveResultFour) {
     }
 }
 
+TEST(PduVerb, EncodeRefusesANumberWithoutDigitsAndALongCentreWithTheReason) {
+    ProcessResult r = Velkan({"pdu", "encode", "--to", "+", "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_EQ(r.out, "{\"result\":4}\n");
+    EXPECT_EQ(r.err, "velkan: the number is a lone \"+\" without digits\n");
+    r = Velkan({"pdu", "encode", "--to", "1", "--smsc", "+" + std::string(21, '1')});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_EQ(r.out, "{\"result\":4}\n");
+    EXPECT_EQ(r.err, "velkan: the service centre has 21 digits; at most 20 can be used\n");
+    r = Velkan({"pdu", "encode", "--to", std::string(5000, '9')});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_EQ(r.err, "velkan: the number has 5000 digits; at most 20 can be sent\n");
+    r = Velkan({"pdu", "encode", "--to", "1", "--smsc", "+" + std::string(20, '1')});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+}
+
 TEST(PduVerb, UsageErrors) {
     ExpectUsageError({"pdu"}, "decode or encode");
     ExpectUsageError({"pdu", "transcode"}, "unknown pdu command");

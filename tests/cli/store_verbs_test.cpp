@@ -2,10 +2,13 @@
 // separate process on a fresh home folder.
 #include <gtest/gtest.h>
 #include <linux/capability.h>
+#include <sqlite3.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -125,8 +128,9 @@ TEST_F(CliStoreTest, ComposeStoresInTheOutboxAndPrintsTheId) {
             R"("id":1,"folder":"outbox","flags":0,"name":"Anna","number":"+440207946","text":"Hello","time":")"),
         std::string::npos)
         << lines[0];
-    EXPECT_TRUE(
-        std::regex_search(lines[0], std::regex(R"("time":"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"\}$)")))
+    EXPECT_TRUE(std::regex_search(lines[0],
+                                  std::regex(R"("time":"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d",)"
+                                             R"("mayHaveBeenSent":false,"notEncodable":false\}$)")))
         << lines[0];
     EXPECT_EQ(ReadAll(StoreFile()).empty(), false);
 }
@@ -166,10 +170,11 @@ TEST_F(CliStoreTest, ComposeKeepsTheFirst160CharactersWithoutCarriageReturns) {
     ProcessResult r = Velkan({"compose", "--to", "1", "--text", std::string(300, 'a')});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_NE(r.err.find("cut to 160"), std::string::npos);
-    // 150 characters with five line breaks count 155 and are kept whole.
+    // 150 characters with five line breaks count 155 and are kept whole (as a draft: with
+    // their carriage returns they are 165 characters, more than one message can carry).
     std::string lines;
     for (int i = 0; i < 5; ++i) lines += std::string(30, 'b') + "\r\n";
-    r = Velkan({"compose", "--to", "2", "--text", lines});
+    r = Velkan({"compose", "--to", "2", "--text", lines, "--draft"});
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.err.find("cut"), std::string::npos);
     // 160 characters, a carriage return and one more: cut before the carriage return.
@@ -177,14 +182,44 @@ TEST_F(CliStoreTest, ComposeKeepsTheFirst160CharactersWithoutCarriageReturns) {
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     const ProcessResult list = Velkan({"list", "outbox", "--json"});
     const auto out = Lines(list.out);
-    ASSERT_EQ(out.size(), 3u);
+    ASSERT_EQ(out.size(), 2u);
     std::string bs;
     for (int i = 0; i < 5; ++i) bs += std::string(30, 'b') + "\\r\\n";
     EXPECT_NE(out[0].find(R"("text":")" + std::string(160, 'c') + "\""), std::string::npos)
         << out[0];
-    EXPECT_NE(out[1].find(R"("text":")" + bs + "\""), std::string::npos) << out[1];
-    EXPECT_NE(out[2].find(R"("text":")" + std::string(160, 'a') + "\""), std::string::npos)
-        << out[2];
+    EXPECT_NE(out[1].find(R"("text":")" + std::string(160, 'a') + "\""), std::string::npos)
+        << out[1];
+    const auto drafts = Lines(Velkan({"list", "draft", "--json"}).out);
+    ASSERT_EQ(drafts.size(), 1u);
+    EXPECT_NE(drafts[0].find(R"("text":")" + bs + "\""), std::string::npos) << drafts[0];
+}
+
+// What the encoder would refuse never reaches the Outbox: it is refused with the reason, and
+// nothing is stored or remembered.
+TEST_F(CliStoreTest, ComposeRefusesWhatTheEncoderWouldRefuse) {
+    ProcessResult r = Velkan({"compose", "--to", std::string(5000, '9'), "--text", "hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_EQ(r.err,
+              "velkan: the number has 5000 digits; at most 20 can be sent; nothing was stored\n");
+    r = Velkan({"compose", "--to", "+" + std::string(21, '1'), "--text", "hi", "--draft"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("the number has 21 digits; at most 20"), std::string::npos) << r.err;
+    r = Velkan({"compose", "--to", "+", "--text", "hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    // Line breaks take two characters when sent: 145 characters and eight of them are 161.
+    std::string lines = std::string(145, 'x');
+    for (int i = 0; i < 8; ++i) lines += "\r\n";
+    r = Velkan({"compose", "--to", "1", "--text", lines});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("the text has 161 characters"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("nothing was stored"), std::string::npos) << r.err;
+    for (const char* folder : {"outbox", "draft"}) {
+        EXPECT_EQ(Velkan({"list", folder, "--json"}).out, "") << folder;
+    }
+    EXPECT_EQ(Velkan({"recent", "--json"}).out, "");
+    // The limits themselves are accepted.
+    r = Velkan({"compose", "--to", "+" + std::string(20, '1'), "--text", std::string(160, 'a')});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
 }
 
 TEST_F(CliStoreTest, ComposeTakesTheFlashPresetUnlessToldOtherwise) {
@@ -236,7 +271,8 @@ TEST_F(CliStoreTest, ListShowsAFolderNewestFirstAndTheLogShowsInboxAndSent) {
     EXPECT_EQ(out[0], "{\"id\":" + std::to_string(in2) +
                           ",\"folder\":\"inbox\",\"flags\":0,\"name\":\"\",\"number\":\"+444\","
                           "\"text\":\"second\\r\\nin "
-                          "\xC3\xA9\xE2\x82\xAC\",\"time\":\"2003-04-04 09:08:07\"}");
+                          "\xC3\xA9\xE2\x82\xAC\",\"time\":\"2003-04-04 09:08:07\","
+                          "\"mayHaveBeenSent\":false,\"notEncodable\":false}");
     EXPECT_NE(out[1].find("\"id\":" + std::to_string(sent) + ",\"folder\":\"sent\",\"flags\":2"),
               std::string::npos);
     EXPECT_NE(out[1].find("\"time\":\"2003-04-02 11:30:05\""), std::string::npos);
@@ -251,6 +287,45 @@ TEST_F(CliStoreTest, ListShowsAFolderNewestFirstAndTheLogShowsInboxAndSent) {
     EXPECT_NE(table[1].find("2003-04-04 09:08:07"), std::string::npos);
     EXPECT_NE(table[1].find("second in \xC3\xA9"), std::string::npos) << table[1];
     EXPECT_NE(table[2].find("new"), std::string::npos);
+}
+
+// The marks of an Outbox message that may have reached the phone, or that cannot be encoded,
+// are keys of their own in JSON and words in the table.
+TEST_F(CliStoreTest, ListShowsTheMarksOfMessagesThatMayHaveBeenSentOrCannotBeSent) {
+    const Oid plain = Put(kFolderOutbox, At(2003, 5, 1, 8, 0, 0), u"plain", u"+111");
+    const Oid maybe =
+        Put(kFolderOutbox, At(2003, 5, 2, 8, 0, 0), u"maybe", u"+222", kFlagMayHaveBeenSent);
+    const Oid bad = Put(kFolderOutbox, At(2003, 5, 3, 8, 0, 0), u"bad", u"+333",
+                        kFlagNotEncodable | kFlagFlash);
+    ProcessResult r = Velkan({"list", "outbox", "--json"});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    const auto out = Lines(r.out);
+    ASSERT_EQ(out.size(), 3u);
+    EXPECT_NE(out[0].find("\"id\":" + std::to_string(bad) + ",\"folder\":\"outbox\",\"flags\":10,"),
+              std::string::npos)
+        << out[0];
+    EXPECT_NE(out[0].find("\"mayHaveBeenSent\":false,\"notEncodable\":true}"), std::string::npos)
+        << out[0];
+    EXPECT_NE(
+        out[1].find("\"id\":" + std::to_string(maybe) + ",\"folder\":\"outbox\",\"flags\":4,"),
+        std::string::npos)
+        << out[1];
+    EXPECT_NE(out[1].find("\"mayHaveBeenSent\":true,\"notEncodable\":false}"), std::string::npos)
+        << out[1];
+    EXPECT_NE(out[2].find("\"id\":" + std::to_string(plain) + ","), std::string::npos);
+    EXPECT_NE(out[2].find("\"mayHaveBeenSent\":false,\"notEncodable\":false}"), std::string::npos)
+        << out[2];
+
+    r = Velkan({"list", "outbox"});
+    const auto table = Lines(r.out);
+    ASSERT_EQ(table.size(), 4u);
+    EXPECT_TRUE(
+        std::regex_search(table[1], std::regex(R"(^ +\d+  \S+ \S+  flash\+unsendable  outbox)")))
+        << table[1];
+    EXPECT_TRUE(std::regex_search(table[2], std::regex(R"(^ +\d+  \S+ \S+  sent\?      outbox)")))
+        << table[2];
+    EXPECT_TRUE(std::regex_search(table[3], std::regex(R"(^ +\d+  \S+ \S+  -          outbox)")))
+        << table[3];
 }
 
 TEST_F(CliStoreTest, ListRejectsAnUnknownFolder) {
@@ -282,6 +357,20 @@ TEST_F(CliStoreTest, DeleteRemovesEveryIdOrNone) {
     EXPECT_EQ(Lines(Velkan({"list", "inbox", "--json"}).out).size(), 1u);
 }
 
+TEST_F(CliStoreTest, DeleteCountsAnIdListedTwiceOnce) {
+    const Oid a = Put(kFolderInbox, At(2003, 1, 1, 0, 0, 0), u"a", u"1");
+    const Oid b = Put(kFolderInbox, At(2003, 1, 2, 0, 0, 0), u"b", u"1");
+    Put(kFolderInbox, At(2003, 1, 3, 0, 0, 0), u"c", u"1");
+    const std::string id = std::to_string(a);
+    ProcessResult r = Velkan({"delete", id, id, id});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: deleted 1 message\n");
+    r = Velkan({"delete", std::to_string(b), std::to_string(b)});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: deleted 1 message\n");
+    EXPECT_EQ(Lines(Velkan({"list", "inbox", "--json"}).out).size(), 1u);
+}
+
 TEST_F(CliStoreTest, ADamagedStoreIsSetAsideAndReported) {
     fs::create_directories(DataDir());
     std::ofstream(StoreFile(), std::ios::binary) << std::string(5000, '\x7f');
@@ -302,6 +391,177 @@ TEST_F(CliStoreTest, ADamagedStoreIsSetAsideAndReported) {
     r = Velkan({"compose", "--to", "1", "--text", "fresh"});
     EXPECT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.out, "1\n");
+}
+
+// A store damaged in the middle of its messages is set aside when it is opened; `velkan recover`
+// brings back every message that can still be read, as it was, and a second run adds nothing.
+TEST_F(CliStoreTest, RecoverBringsBackTheReadableMessagesOfAStoreSetAsideAsDamaged) {
+    constexpr int kCount = 300;
+    auto marker = [](int i) {
+        char text[32];
+        std::snprintf(text, sizeof text, "message %04d ", i);
+        return std::string(text);
+    };
+    auto textOf = [&](int i) { return marker(i) + std::string(140, 'x'); };
+    {
+        SetStoreDataDirectory(DataDir());
+        MessageDatabase db;
+        ASSERT_TRUE(OpenMessageStore(db));
+        MessageStoreBatch batch(db);
+        for (int i = 0; i < kCount; ++i) {
+            SmsMessage m;
+            m.folder = static_cast<FolderId>(kFolderInbox + i % 4);
+            m.time = At(2003, 1, 1, 0, 0, 0) + static_cast<FileTime>(i) * 10000000;  // i seconds
+            const std::string text = textOf(i);
+            m.text = std::u16string(text.begin(), text.end());
+            m.number = u"+4930" + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+            m.flags = m.folder == kFolderOutbox ? kFlagMayHaveBeenSent : (i % 3 == 0 ? 1u : 0u);
+            ASSERT_TRUE(WriteMessage(db, m));
+        }
+        ASSERT_TRUE(batch.Commit());
+        SetStoreDataDirectory("");
+    }
+    ASSERT_FALSE(fs::exists(StoreFile() + "-wal") && fs::file_size(StoreFile() + "-wal") > 0);
+
+    // Overwrite the pages that hold messages 100 and 200, and find out which messages shared
+    // them. The messages between the two pages can be reached from neither end of the table.
+    std::string bytes = ReadAll(StoreFile());
+    ASSERT_GT(bytes.size(), 100u);
+    const std::size_t pageSize =
+        (static_cast<unsigned char>(bytes[16]) << 8) | static_cast<unsigned char>(bytes[17]);
+    auto offsetOf = [&](int i) {
+        std::string wide;
+        for (char c : marker(i)) wide += std::string{'\0', c};  // texts are kept as UTF-16BE
+        return bytes.find(wide);
+    };
+    ASSERT_NE(offsetOf(100), std::string::npos);
+    ASSERT_NE(offsetOf(200), std::string::npos);
+    const std::size_t pages[] = {offsetOf(100) / pageSize, offsetOf(200) / pageSize};
+    ASSERT_NE(pages[0], pages[1]);
+    std::vector<int> lost;
+    for (int i = 0; i < kCount; ++i) {
+        ASSERT_NE(offsetOf(i), std::string::npos) << i;
+        const std::size_t page = offsetOf(i) / pageSize;
+        if (page == pages[0] || page == pages[1]) lost.push_back(i);
+    }
+    ASSERT_LT(lost.size(), 100u);
+    for (std::size_t page : pages) {
+        std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(page * pageSize),
+                  bytes.begin() + static_cast<std::ptrdiff_t>((page + 1) * pageSize), '\xFF');
+    }
+    std::ofstream(StoreFile(), std::ios::binary | std::ios::trunc) << bytes;
+
+    // Opening it sets it aside.
+    ProcessResult r = Velkan({"list", "inbox"});
+    ASSERT_EQ(r.exitStatus, 1) << r.err;
+    std::string aside;
+    for (const auto& entry : fs::directory_iterator(DataDir())) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind("velkan.sqlite3.damaged-", 0) == 0 &&
+            name.find("-wal") == std::string::npos && name.find("-shm") == std::string::npos) {
+            aside = entry.path().string();
+        }
+    }
+    ASSERT_FALSE(aside.empty());
+    EXPECT_NE(r.err.find("`velkan recover " + aside + "` brings back the messages"),
+              std::string::npos)
+        << r.err;
+    const std::string asideBytes = ReadAll(aside);
+
+    const std::size_t kept = kCount - lost.size();
+    r = Velkan({"recover", aside});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: recovered " + std::to_string(kept) +
+                         " messages, 0 duplicates "
+                         "skipped, " +
+                         std::to_string(lost.size()) + " unreadable\n");
+
+    std::vector<std::string> all;
+    for (const char* folder : {"inbox", "outbox", "draft", "sent"}) {
+        for (const std::string& line : Lines(Velkan({"list", folder, "--json"}).out)) {
+            all.push_back(line);
+        }
+    }
+    ASSERT_EQ(all.size(), kept);
+    for (int i = 0; i < kCount; ++i) {
+        const bool gone = std::find(lost.begin(), lost.end(), i) != lost.end();
+        const auto line = std::find_if(all.begin(), all.end(), [&](const std::string& l) {
+            return l.find("\"text\":\"" + textOf(i) + "\"") != std::string::npos;
+        });
+        EXPECT_EQ(line == all.end(), gone) << i;
+        if (line == all.end()) continue;
+        // Each comes back into its folder with its flags, number and time.
+        const char* folders[] = {"inbox", "outbox", "draft", "sent"};
+        const std::uint32_t flags = i % 4 == 1 ? kFlagMayHaveBeenSent : (i % 3 == 0 ? 1u : 0u);
+        EXPECT_NE(line->find(std::string("\"folder\":\"") + folders[i % 4] +
+                             "\",\"flags\":" + std::to_string(flags) +
+                             ",\"name\":\"\",\"number\":\"+4930" + std::to_string(i % 10) + "\""),
+                  std::string::npos)
+            << *line;
+        char time[64];
+        std::snprintf(time, sizeof time, "\"time\":\"2003-01-01 00:%02d:%02d\"", i / 60, i % 60);
+        EXPECT_NE(line->find(time), std::string::npos) << *line;
+    }
+
+    // Again: everything is there already. The file set aside is as it was.
+    r = Velkan({"recover", aside});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(r.err, "velkan: recovered 0 messages, " + std::to_string(kept) +
+                         " duplicates skipped, " + std::to_string(lost.size()) + " unreadable\n");
+    EXPECT_EQ(ReadAll(aside), asideBytes);
+    std::size_t count = 0;
+    for (const char* folder : {"inbox", "outbox", "draft", "sent"}) {
+        count += Lines(Velkan({"list", folder, "--json"}).out).size();
+    }
+    EXPECT_EQ(count, kept);
+}
+
+TEST_F(CliStoreTest, RecoverRefusesWhatIsNotAStoreAndWritesNothing) {
+    fs::create_directories(home_ + "/other");
+    const std::string garbage = home_ + "/other/garbage";
+    std::ofstream(garbage, std::ios::binary) << std::string(5000, '\x7f');
+    ProcessResult r = Velkan({"recover", garbage});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.err.find(garbage + " cannot be read"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("nothing was recovered"), std::string::npos) << r.err;
+
+    // An SQLite database of some other program.
+    const std::string other = home_ + "/other/notes.sqlite3";
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(other.c_str(), &db), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE notes(text); INSERT INTO notes VALUES('hi');", nullptr,
+                           nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(db);
+    r = Velkan({"recover", other});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.err.find(other + " is not a message store of Velkan Tessiver"), std::string::npos)
+        << r.err;
+
+    r = Velkan({"recover", home_ + "/other/missing"});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.err.find("cannot be read"), std::string::npos) << r.err;
+
+    EXPECT_EQ(Velkan({"recover"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"recover", garbage, other}).exitStatus, 2);
+    // The store in use is not a copy to recover from.
+    ASSERT_EQ(Velkan({"compose", "--to", "1", "--text", "kept"}).exitStatus, 0);
+    r = Velkan({"recover", StoreFile()});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("is the message store in use"), std::string::npos) << r.err;
+
+    const auto outbox = Lines(Velkan({"list", "outbox", "--json"}).out);
+    EXPECT_EQ(outbox.size(), 1u);
+    for (const char* folder : {"inbox", "draft", "sent"}) {
+        EXPECT_EQ(Velkan({"list", folder, "--json"}).out, "") << folder;
+    }
+}
+
+TEST_F(CliStoreTest, HelpListsRecoverAndResend) {
+    const ProcessResult r = Velkan({"--help"});
+    EXPECT_EQ(r.exitStatus, 0);
+    EXPECT_NE(r.out.find("  velkan recover FILE\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("  velkan resend ID\n"), std::string::npos) << r.out;
 }
 
 TEST_F(CliStoreTest, AnUnusableDataFolderIsReported) {
@@ -364,6 +624,17 @@ TEST_F(CliStoreTest, ConfigNormalisesTheServiceCentre) {
     ASSERT_EQ(Velkan({"config", "set", "SMSC", "+"}).exitStatus, 0);
     EXPECT_EQ(Velkan({"config", "get", "SMSC"}).out, "\n");
     EXPECT_NE(ReadAll(ConfigFile()).find("SMSC="), std::string::npos);
+}
+
+TEST_F(CliStoreTest, ConfigRefusesAServiceCentreNoMessageCouldBeSentThrough) {
+    ASSERT_EQ(Velkan({"config", "set", "SMSC", "+" + std::string(20, '1')}).exitStatus, 0);
+    const ProcessResult r = Velkan({"config", "set", "SMSC", "+49 " + std::string(19, '2')});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_NE(r.err.find("SMSC is not set: the service centre has 21 digits; at most 20 can be "
+                         "used"),
+              std::string::npos)
+        << r.err;
+    EXPECT_EQ(Velkan({"config", "get", "SMSC"}).out, "+" + std::string(20, '1') + "\n");
 }
 
 TEST_F(CliStoreTest, ConfigRefusesUnknownNamesAndNonNumbers) {

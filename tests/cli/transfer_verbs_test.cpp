@@ -18,6 +18,8 @@
 
 #include "phone_sim_process.h"
 #include "run_process.h"
+#include "store/message_store.h"
+#include "unanswered_tcp.h"
 
 namespace fs = std::filesystem;
 
@@ -93,6 +95,26 @@ class CliTransferTest : public ::testing::Test {
         return r.out.substr(start, r.out.find('"', start) - start);
     }
     std::string StoreFile() const { return home_ + "/data/velkan-tessiver/velkan.sqlite3"; }
+    // Puts a message straight into the store, as a transfer cut short would have left it.
+    Oid Put(FolderId folder, const std::u16string& number, const std::u16string& text,
+            std::uint32_t flags) {
+        MessageDatabase db;
+        EXPECT_TRUE(OpenMessageStore(db));
+        SmsMessage m;
+        m.folder = folder;
+        m.number = number;
+        m.text = text;
+        m.flags = flags;
+        EXPECT_TRUE(WriteMessage(db, m));
+        return m.oid;
+    }
+    // The line of `velkan list FOLDER --json` for message `id`; empty when it is not there.
+    std::string Entry(const std::string& folder, Oid id) {
+        for (const std::string& line : Folder(folder)) {
+            if (Contains(line, "{\"id\":" + std::to_string(id) + ",")) return line;
+        }
+        return {};
+    }
 
     std::string home_;
 };
@@ -282,6 +304,42 @@ TEST_F(CliTransferTest, ConnectionProblemsHaveTheirExitStatusAndMessage) {
     EXPECT_TRUE(Folder("sent").empty());  // nothing stored for a send that failed
 }
 
+// A gateway that never completes the TCP connection: SIGTERM ends the run at once with 5, and
+// the message waits in the Outbox.
+TEST_F(CliTransferTest, SigtermWhileTheConnectionIsBeingMadeEndsTheRunWithFivePromptly) {
+    UnansweredTcpAddress gateway;
+    ASSERT_TRUE(gateway.Ok());
+    Set("CommPort", "TCP");
+    Set("TCP", gateway.Address());
+    Compose("+4930123456", "Waiting");
+    RunningProcess run(VELKAN_BIN, {"send-get"}, home_ + "/connect.err");
+    ASSERT_TRUE(gateway.WaitForConnectAttempt());
+    const auto start = std::chrono::steady_clock::now();
+    run.Signal(SIGTERM);
+    EXPECT_EQ(run.Wait(std::chrono::seconds(10)), 5);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    const std::string err = run.Err();
+    EXPECT_EQ(Lines(err), (std::vector<std::string>{"Connecting Phone...", "Cancelling..."}))
+        << err;
+    EXPECT_EQ(CountWithText("outbox", "Waiting"), 1);
+}
+
+// ... and left alone, the run gives up after 20 s (on a clock that moves 1 s at every reading)
+// with "Connection failed." and 12.
+TEST_F(CliTransferTest, AGatewayThatNeverCompletesTheConnectionFailsWithTwelve) {
+    UnansweredTcpAddress gateway;
+    ASSERT_TRUE(gateway.Ok());
+    Set("CommPort", "TCP");
+    Set("TCP", gateway.Address());
+    setenv("VELKAN_CLOCK_STEP_MS", "1000", 1);
+    const auto start = std::chrono::steady_clock::now();
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 12);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_TRUE(Contains(r.err, std::string(kConnectionText) + "\nCheck your Connection settings."))
+        << r.err;
+}
+
 TEST_F(CliTransferTest, APhoneThatNeverAnswersTimesOutAfterTheWakeUpFallback) {
     PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--silent-on", "AT"});
     ASSERT_TRUE(sim.Ok());
@@ -376,6 +434,103 @@ TEST_F(CliTransferTest, BadArgumentsAreAUsageErrorAndSendNothing) {
     EXPECT_EQ(r.exitStatus, 2);
     EXPECT_TRUE(Contains(r.err, "a message needs a number and a text"));
     EXPECT_TRUE(Folder("sent").empty());
+}
+
+// A message the encoder would refuse is refused before any connection, with the reason; so
+// is a send through a configured service centre it would refuse.
+TEST_F(CliTransferTest, SendRefusesWhatTheEncoderWouldRefuseAndConnectsToNothing) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    ProcessResult r = Velkan({"send", "--to", std::string(5000, '9'), "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_EQ(r.err,
+              "velkan: the number has 5000 digits; at most 20 can be sent; nothing was sent\n");
+
+    // An SMSC stored before it was checked (by hand, or by an older version).
+    Set("SMSCCustom", "1");
+    {
+        std::ofstream ini(home_ + "/config/Orvane Systems/Velkan Tessiver.ini", std::ios::app);
+        ini << "SMSC=+" << std::string(25, '1') << "\n";
+    }
+    ASSERT_EQ(Velkan({"config", "get", "SMSC"}).out, "+" + std::string(25, '1') + "\n");
+    r = Velkan({"send", "--to", "+4930123456", "--text", "Hi"});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_NE(r.err.find("the service centre has 25 digits; at most 20 can be used (the SMSC "
+                         "setting); nothing was sent"),
+              std::string::npos)
+        << r.err;
+    EXPECT_TRUE(sim.Log().empty());
+    EXPECT_TRUE(Folder("sent").empty());
+}
+
+// `velkan resend` is the person's word for an Outbox message that may have been sent: it goes
+// once, and the same record moves to Sent with its mark cleared.
+TEST_F(CliTransferTest, ResendSendsAMessageMarkedAsPossiblySentAndMovesItToSent) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "SM:+4930111111:Not fetched"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    const Oid id = Put(kFolderOutbox, u"+4930123456", u"Hello", kFlagMayHaveBeenSent | kFlagFlash);
+    Put(kFolderOutbox, u"+4930123456", u"Not this one", 0);
+    const ProcessResult r = Velkan({"resend", std::to_string(id)});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_EQ(Lines(r.err),
+              (std::vector<std::string>{"Connecting Phone...", "Connected", "Initializing...",
+                                        "Sending Message 1/1: '+4930123456': Hello", "Success"}));
+    const auto log = sim.Log();
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGS=17"), 1);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "0001000A91940321436500F005C8329BFD06<ctrl-z>"),
+              1);
+    EXPECT_EQ(std::count(log.begin(), log.end(), "AT+CMGL=4"), 0);
+    const std::string sent = Entry("sent", id);
+    EXPECT_TRUE(Contains(sent, "\"flags\":2,")) << sent;  // flash kept, the mark cleared
+    EXPECT_TRUE(Contains(sent, "\"mayHaveBeenSent\":false")) << sent;
+    EXPECT_EQ(Entry("outbox", id), "");
+    EXPECT_EQ(CountWithText("outbox", "Not this one"), 1);
+    EXPECT_EQ(Folder("sent").size(), 1u);
+}
+
+TEST_F(CliTransferTest, AResendThatFailsLeavesTheMessageMarkedInTheOutbox) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--error-on", "AT+CMGS:CMS:500"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    const Oid id = Put(kFolderOutbox, u"+4930123456", u"Hello", kFlagMayHaveBeenSent);
+    const ProcessResult r = Velkan({"resend", std::to_string(id)});
+    EXPECT_EQ(r.exitStatus, 15);
+    EXPECT_TRUE(Contains(r.err, "stays in the Outbox, marked as possibly sent")) << r.err;
+    const std::string waiting = Entry("outbox", id);
+    EXPECT_TRUE(Contains(waiting, "\"mayHaveBeenSent\":true")) << waiting;
+    EXPECT_TRUE(Folder("sent").empty());
+}
+
+TEST_F(CliTransferTest, ResendRefusesEveryOtherMessageAndSendsNothing) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim);
+    const Oid unmarked = Put(kFolderOutbox, u"+4930123456", u"Waiting", 0);
+    const Oid sent = Put(kFolderSent, u"+4930123456", u"Gone", kFlagMayHaveBeenSent);
+    const Oid unsendable =
+        Put(kFolderOutbox, std::u16string(30, u'9'), u"Too long a number", kFlagMayHaveBeenSent);
+
+    ProcessResult r = Velkan({"resend", std::to_string(unmarked)});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_TRUE(Contains(r.err, "is not marked as possibly sent")) << r.err;
+    r = Velkan({"resend", std::to_string(sent)});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_TRUE(Contains(r.err, "is not in the Outbox")) << r.err;
+    r = Velkan({"resend", std::to_string(unsendable)});
+    EXPECT_EQ(r.exitStatus, 2);
+    EXPECT_TRUE(Contains(r.err, "the number has 30 digits; at most 20 can be sent")) << r.err;
+    r = Velkan({"resend", "4242"});
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_TRUE(Contains(r.err, "there is no message 4242; nothing was sent")) << r.err;
+    EXPECT_EQ(Velkan({"resend"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"resend", "abc"}).exitStatus, 2);
+    EXPECT_EQ(Velkan({"resend", "1", "2"}).exitStatus, 2);
+
+    EXPECT_TRUE(sim.Log().empty()) << "no connection was made";
+    EXPECT_EQ(CountWithText("outbox", "Waiting"), 1);
+    EXPECT_EQ(CountWithText("outbox", "Too long a number"), 1);
 }
 
 // Ctrl-C while the phone keeps silent in each phase: the run ends with 5 and no message box

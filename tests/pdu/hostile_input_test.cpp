@@ -270,8 +270,11 @@ TEST(HostileInput, HostileMessagesForTheEncoder) {
     m.text = std::u16string(100000, u'a');
     EXPECT_EQ(PrepareSubmit(&m), 0);
     EXPECT_EQ(m.codecResult, kErrInvalidParameter);
-    m.number = std::u16string(1, u'+');  // only the plus: an empty number
+    m.number = std::u16string(1, u'+');  // only the plus: a number without digits
     m.text = std::u16string(160, u'\uFFFF');
+    EXPECT_EQ(PrepareSubmit(&m), 0);
+    EXPECT_EQ(m.codecResult, kErrInvalidParameter);
+    m.number = u"+1";
     ASSERT_EQ(PrepareSubmit(&m), 1);
     EXPECT_EQ(m.pduRecord->userData[159], 0x5F);
     ApplySubmitOptions(m.pduRecord.get(), std::u16string(100000, u'+'), true);

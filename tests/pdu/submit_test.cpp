@@ -108,12 +108,16 @@ TEST(PrepareSubmit, CustomCentreWithANonDigitIsRefused) {
     }
 }
 
-TEST(PrepareSubmit, CustomCentreTooLongForItsFieldIsRefused) {
+TEST(PrepareSubmit, CustomCentreOfMoreThanTwentyDigitsIsRefused) {
     SmsMessage m = Message(u"+4930123456", u"Hello");
     ASSERT_EQ(PrepareSubmit(&m), 1);
-    ApplySubmitOptions(m.pduRecord.get(), u"+" + std::u16string(39, u'1'), false);
+    ApplySubmitOptions(m.pduRecord.get(), u"+" + std::u16string(20, u'1'), false);
     ASSERT_EQ(EncodePdu(m.pduRecord.get()), kErrNone);
-    EXPECT_EQ(m.pduRecord->encoded[0], 21) << "39 digits: type byte and 20 octets";
+    EXPECT_EQ(m.pduRecord->encoded[0], 11) << "20 digits: type byte and 10 octets";
+    ApplySubmitOptions(m.pduRecord.get(), u"+" + std::u16string(21, u'1'), false);
+    EXPECT_EQ(EncodePdu(m.pduRecord.get()), kErrInvalidParameter);
+    ApplySubmitOptions(m.pduRecord.get(), u"+" + std::u16string(39, u'1'), false);
+    EXPECT_EQ(EncodePdu(m.pduRecord.get()), kErrInvalidParameter);
     ApplySubmitOptions(m.pduRecord.get(), std::u16string(40, u'1'), false);
     EXPECT_EQ(EncodePdu(m.pduRecord.get()), kErrInvalidParameter);
     ApplySubmitOptions(m.pduRecord.get(), std::u16string(400, u'1'), false);
@@ -170,6 +174,14 @@ TEST(PrepareSubmit, MoreThanTwentyDigitsAreRefused) {
     SmsMessage huge = Message(std::u16string(5000, u'9'), u"Hi");
     EXPECT_EQ(PrepareSubmit(&huge), 0);
     EXPECT_EQ(huge.codecResult, kErrInvalidParameter);
+}
+
+TEST(PrepareSubmit, ANumberWithoutDigitsIsRefused) {
+    for (const char16_t* number : {u"", u"+"}) {
+        SmsMessage m = Message(number, u"Hi");
+        EXPECT_EQ(PrepareSubmit(&m), 0) << std::u16string(number).size();
+        EXPECT_EQ(m.codecResult, kErrInvalidParameter);
+    }
 }
 
 TEST(PrepareSubmit, NonDigitsInTheNumberAreRefused) {

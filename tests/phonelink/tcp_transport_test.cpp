@@ -10,11 +10,16 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <future>
 #include <string>
 
+#include "fake_clock.h"
 #include "tcp_test_listener.h"
+#include "unanswered_tcp.h"
 
 namespace {
 
@@ -204,6 +209,64 @@ TEST(TcpTransport, CloseReleasesTheSocketExactlyOnce) {
     ASSERT_EQ(CreateTcpTransport(&channel), 0u);
     EXPECT_EQ(ChannelClose(channel), 0u);
     EXPECT_EQ(OpenDescriptors(), before);
+}
+
+// A gateway that never completes the connection: the connect waits in slices, runs the poll
+// step between them, and gives up after 20 s on the tick clock (here a fake one that moves
+// 2.5 s at every reading, so the 20 s pass in a few real slices).
+TEST(TcpTransport, AConnectThatNeverCompletesGivesUpWithTwelveAfterTwentySeconds) {
+    UnansweredTcpAddress gateway;
+    ASSERT_TRUE(gateway.Ok());
+    PhoneChannel* channel = nullptr;
+    ASSERT_EQ(CreateTcpTransport(&channel), 0u);
+    FakeClock clock(1000, 2500);
+    int polls = 0;
+    SetPollCallback(
+        channel,
+        [](PhoneChannel*, void* context) -> TransferError {
+            ++*static_cast<int*>(context);
+            return kErrNone;
+        },
+        100, &polls);
+    const std::uint32_t startTick = clock.Now();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ChannelOpen(channel, kOpenModeConnect, gateway.Address().c_str()), kErrConnection);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_GE(clock.Now() - startTick, 20000u);
+    EXPECT_LT(clock.Now() - startTick, 40000u);
+    EXPECT_GE(polls, 3) << "the poll step runs between the waits";
+    EXPECT_EQ(ChannelClose(channel), 0u);
+}
+
+// The user's Cancel, seen by the poll step, ends the connect with the step's 5 within a slice.
+TEST(TcpTransport, ACancelDuringTheConnectEndsItWithFivePromptly) {
+    UnansweredTcpAddress gateway;
+    ASSERT_TRUE(gateway.Ok());
+    PhoneChannel* channel = nullptr;
+    ASSERT_EQ(CreateTcpTransport(&channel), 0u);
+    std::atomic<bool> cancelled{false};
+    SetPollCallback(
+        channel,
+        [](PhoneChannel*, void* context) -> TransferError {
+            return static_cast<std::atomic<bool>*>(context)->load() ? kErrCancelled : kErrNone;
+        },
+        100, &cancelled);
+    auto open = std::async(std::launch::async, [&] {
+        return ChannelOpen(channel, kOpenModeConnect, gateway.Address().c_str());
+    });
+    ASSERT_TRUE(gateway.WaitForConnectAttempt());
+    EXPECT_EQ(open.wait_for(std::chrono::milliseconds(0)), std::future_status::timeout)
+        << "the connect was still under way";
+    cancelled = true;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(open.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_EQ(open.get(), kErrCancelled);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    // The channel keeps its 5: nothing more goes to the transport.
+    std::uint8_t byte = 0;
+    std::uint32_t length = 1;
+    EXPECT_EQ(ChannelRead(channel, &byte, &length), kErrCancelled);
+    EXPECT_EQ(ChannelClose(channel), 0u);
 }
 
 TEST(TcpTransport, CreateRefusesANullOutParameter) {
