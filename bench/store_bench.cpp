@@ -107,18 +107,19 @@ BENCHMARK(BM_WalkAndReadOutbox)->Unit(benchmark::kMillisecond);
 // The send loop's look for the next Outbox message (ReadFirst) when the Outbox holds only a
 // message newer than every other one, as a message just composed is (1), and its last look,
 // which finds the Outbox empty (0). The Outbox of the store is set aside in another folder
-// meanwhile, untimed, and put back afterwards.
+// meanwhile and put back afterwards.
 void BM_ReadFirstOfTheOutbox(benchmark::State& state) {
     MessageDatabase& db = Store().db;
     constexpr std::uint32_t kAside = 100 + kFolderOutbox;
     std::vector<Oid> outbox;
     auto moveAll = [&](std::uint32_t folder) {
         MessageStoreBatch batch(db);
-        CePropVal value;
-        value.propId = kPropFolder;
-        value.ui4 = folder;
         for (Oid oid : outbox) {
-            if (db.WriteRecord(oid, &value, 1) == 0) state.SkipWithError("move failed");
+            SmsMessage m;
+            m.oid = oid;
+            if (!ReadById(db, m)) state.SkipWithError("read failed");
+            m.folder = folder;
+            if (!WriteMessage(db, m)) state.SkipWithError("move failed");
         }
         if (!batch.Commit()) state.SkipWithError("commit failed");
     };

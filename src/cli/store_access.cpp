@@ -34,7 +34,7 @@ bool OpenStore(MessageDatabase& db) {
     return !stop;
 }
 
-bool OpenRecent(RecentDatabase& db, CePropId order) {
+bool OpenRecent(RecentDatabase& db, RecentOrder order) {
     const bool opened = OpenRecentStore(db, order);
     const bool stop = ReportNotices();
     if (!opened) {

@@ -13,7 +13,7 @@ bool ReportNotices();
 bool OpenStore(MessageDatabase& db);
 
 // Opens the recent recipients in `order`, or reports why not. False: the command ends with 1.
-bool OpenRecent(RecentDatabase& db, CePropId order);
+bool OpenRecent(RecentDatabase& db, RecentOrder order);
 
 // A message id as `velkan list` prints it: a decimal number from 1 to 4294967295.
 bool ParseId(const char* text, Oid* id);

@@ -252,7 +252,7 @@ int RunResendVerb(int argc, char** argv) {
     message.oid = id;
     if (!ReadById(store, message)) {
         ReportNotices();
-        if (store.LastError() == kCeErrorNoRecord) {
+        if (store.LastError() == StoreError::kNoRecord) {
             std::fprintf(stderr, "velkan: there is no message %u; nothing was sent\n", id);
         } else {
             std::fprintf(stderr, "velkan: message %u could not be read: %s\n", id,

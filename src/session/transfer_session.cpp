@@ -386,7 +386,7 @@ bool OutboxIds(MessageDatabase& store, std::vector<Oid>* ids) {
     for (bool found = SeekFirstInFolder(store); found; found = SeekNextInFolder(store)) {
         ids->push_back(store.currentId);
     }
-    return store.LastError() == kCeErrorNone || store.LastError() == kCeErrorNoRecord;
+    return store.LastError() == StoreError::kNone || store.LastError() == StoreError::kNoRecord;
 }
 
 }  // namespace

@@ -14,9 +14,9 @@
 #include <system_error>
 
 #include "common/text_convert.h"
-#include "store/ce_database.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
+#include "store/store_text.h"
 
 namespace fs = std::filesystem;
 
@@ -26,14 +26,9 @@ namespace {
 // wider gap is reported as partly unreadable instead.
 constexpr std::int64_t kMaxProbedIds = 1000000;
 
-// The names the database layer gives a database's table and a property's column.
-std::string TableName(std::int64_t id) {
+// The table of messages of the earlier layout, named by its catalogue's id.
+std::string OldTableName(std::int64_t id) {
     return "records_" + std::to_string(id);
-}
-std::string ColumnName(CePropId propId) {
-    char name[16];
-    std::snprintf(name, sizeof name, "p_%08X", propId);
-    return name;
 }
 
 // A private folder holding the copy, removed with everything in it.
@@ -87,19 +82,25 @@ class Statement {
     int rc_ = SQLITE_ERROR;
 };
 
-// The columns a message row is read with, after its id.
-constexpr CePropId kColumns[] = {kPropFolder, kPropTime, kPropName,
-                                 kPropNumber, kPropText, kPropFlags};
+// The columns a message row is read with, after its id: folder, time, name, number, text,
+// flags, in the current layout and in the earlier one (a column per property).
+constexpr const char* kColumns[] = {"folder", "time", "name", "number", "text", "flags"};
+constexpr const char* kOldColumns[] = {"p_000A0013", "p_000B0040", "p_000D001F",
+                                       "p_000F001F", "p_000E001F", "p_00100013"};
 
 // Column `col` as text, or false when it holds something else (NULL reads as empty).
 bool TextColumn(sqlite3_stmt* stmt, int col, std::u16string* out) {
     out->clear();
     const int kind = sqlite3_column_type(stmt, col);
     if (kind == SQLITE_NULL) return true;
+    if (kind == SQLITE_TEXT) {
+        *out = ColumnStoreText(stmt, col);
+        return true;
+    }
     if (kind != SQLITE_BLOB) return false;
     const int bytes = sqlite3_column_bytes(stmt, col);
     if (bytes % 2 != 0) return false;
-    *out = DecodeText(sqlite3_column_blob(stmt, col), bytes);
+    *out = DecodeUtf16Blob(sqlite3_column_blob(stmt, col), bytes);
     return true;
 }
 
@@ -279,7 +280,8 @@ class Salvage {
 };
 
 // The select list of a message row in `table`: a column the table lacks reads as NULL.
-bool ColumnsOf(sqlite3* db, const std::string& table, std::string* columns, std::string* detail) {
+bool ColumnsOf(sqlite3* db, const std::string& table, const char* const (&names)[6],
+               std::string* columns, std::string* detail) {
     std::set<std::string> present;
     Statement info(db, "SELECT name FROM pragma_table_info('" + table + "')");
     if (!info.Ok()) {
@@ -296,10 +298,9 @@ bool ColumnsOf(sqlite3* db, const std::string& table, std::string* columns, std:
         return false;
     }
     columns->clear();
-    for (CePropId p : kColumns) {
-        const std::string name = ColumnName(p);
+    for (const char* name : names) {
         if (!columns->empty()) *columns += ", ";
-        *columns += present.count(name) != 0 ? name : std::string("NULL");
+        *columns += present.count(name) != 0 ? std::string(name) : std::string("NULL");
     }
     return true;
 }
@@ -352,18 +353,29 @@ SalvageResult SalvageMessages(const std::string& path, SalvagedMessages* out, st
         return SalvageResult::kNotAStore;
     }
 
-    std::int64_t id = 0;
+    // The current layout keeps the messages in "messages"; the earlier one in the table its
+    // catalogue names.
+    bool current = false;
     {
+        Statement stmt(db.Get(),
+                       "SELECT 1 FROM sqlite_schema WHERE type = 'table' AND name = 'messages'");
+        const int rc = stmt.Ok() ? sqlite3_step(stmt.Get()) : SQLITE_ERROR;
+        if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
+            *detail = db.Error();
+            return SalvageResult::kCannotRead;
+        }
+        current = rc == SQLITE_ROW;
+    }
+    std::string table = "messages";
+    if (!current) {
         Statement stmt(db.Get(), "SELECT id FROM object_databases WHERE name = ?1");
         if (!stmt.Ok()) {
             *detail = db.Error();
-            // A database without the store's table of databases is not a store.
+            // A database without either layout's tables is not a store.
             const bool missing = std::string(db.Error()).find("no such table") != std::string::npos;
             return missing ? SalvageResult::kNotAStore : SalvageResult::kCannotRead;
         }
-        const std::string name = Utf16ToUtf8(kMessageDatabaseName);
-        sqlite3_bind_text(stmt.Get(), 1, name.data(), static_cast<int>(name.size()),
-                          SQLITE_TRANSIENT);
+        sqlite3_bind_text(stmt.Get(), 1, "Velkan Tessiver SmsDb", -1, SQLITE_STATIC);
         const int rc = sqlite3_step(stmt.Get());
         if (rc == SQLITE_DONE) {
             *detail = "it holds no messages of Velkan Tessiver";
@@ -373,12 +385,13 @@ SalvageResult SalvageMessages(const std::string& path, SalvagedMessages* out, st
             *detail = db.Error();
             return SalvageResult::kCannotRead;
         }
-        id = sqlite3_column_int64(stmt.Get(), 0);
+        table = OldTableName(sqlite3_column_int64(stmt.Get(), 0));
     }
 
-    const std::string table = TableName(id);
     std::string columns;
-    if (!ColumnsOf(db.Get(), table, &columns, detail)) return SalvageResult::kCannotRead;
+    if (!ColumnsOf(db.Get(), table, current ? kColumns : kOldColumns, &columns, detail)) {
+        return SalvageResult::kCannotRead;
+    }
     Salvage(db.Get(), table, columns).Run(out);
     return SalvageResult::kRead;
 }

@@ -4,68 +4,7 @@
 
 #include <algorithm>
 
-namespace {
-
-class StmtScope {
-  public:
-    explicit StmtScope(sqlite3_stmt* stmt) : stmt_(stmt) {}
-    ~StmtScope() {
-        if (stmt_ != nullptr) {
-            sqlite3_reset(stmt_);
-            sqlite3_clear_bindings(stmt_);
-        }
-    }
-    StmtScope(const StmtScope&) = delete;
-    StmtScope& operator=(const StmtScope&) = delete;
-
-  private:
-    sqlite3_stmt* stmt_;
-};
-
-// The properties asked for when a record is read, in this order.
-constexpr CePropId kReadOrder[] = {kPropFolder, kPropTime, kPropExtra, kPropName,
-                                   kPropNumber, kPropText, kPropFlags};
-
-void ClearKeepingFolder(SmsMessage& message) {
-    message.flags = 0;
-    message.name.clear();
-    message.number.clear();
-    message.text.clear();
-    message.time = 0;
-    message.pdu.clear();
-    message.oid = 0;
-    message.store = nullptr;
-    message.pduRecord.reset();
-    message.codecResult = 0;
-}
-
-void Apply(const CePropVal& value, SmsMessage& message) {
-    if (value.flags & kPropNotFound) return;
-    switch (value.propId) {
-        case kPropFolder:
-            message.folder = value.ui4;
-            break;
-        case kPropTime:
-            message.time = value.fileTime;
-            break;
-        case kPropName:
-            message.name = value.text;
-            break;
-        case kPropNumber:
-            message.number = value.text;
-            break;
-        case kPropText:
-            message.text = value.text;
-            break;
-        case kPropFlags:
-            message.flags = value.ui4;
-            break;
-        default:
-            break;  // kPropExtra is read and ignored
-    }
-}
-
-}  // namespace
+#include "store/store_text.h"
 
 std::recursive_mutex& MessageStoreLock() {
     static std::recursive_mutex lock;
@@ -87,77 +26,36 @@ bool MessageStoreBatch::Commit() {
     return ok;
 }
 
-// --- list queries ----------------------------------------------------------------------------
-
 namespace {
 
-const std::string kFolderColumn = "p_000A0013";
-const std::string kLogCondition = kFolderColumn + " IN (1, 4)";
-
-// The partial index of the Log view (Inbox and Sent).
-std::string LogIndex(const std::string& table) {
-    return table + "_log_time";
+void ClearKeepingFolder(SmsMessage& message) {
+    message.flags = 0;
+    message.name.clear();
+    message.number.clear();
+    message.text.clear();
+    message.time = 0;
+    message.pdu.clear();
+    message.oid = 0;
+    message.store = nullptr;
+    message.pduRecord.reset();
+    message.codecResult = 0;
 }
 
 }  // namespace
 
-bool MessageDatabase::EnsureListIndexes() {
-    if (!EnsureColumn(kPropFolder) || !EnsureColumn(kPropTime)) return false;
-    const std::string& t = TableName();
-    const std::string folder = ColumnName(kPropFolder);
-    const std::string time = ColumnName(kPropTime);
-    // One index serves a folder's list, count and walk; a partial one serves the Log view.
-    if (!Execute("CREATE INDEX IF NOT EXISTS " + t + "_folder_time ON " + t + "(" + folder + ", " +
-                 time + ");")) {
-        return false;
-    }
-    // The Log view's queries name the folder column, so the Log index carries it after the
-    // time and the id (the order of the lists) and the index alone answers them. On the time
-    // alone, SQLite takes the row id of every entry for a look at its row (which it can
-    // defer, but not skip): the count of the view took 40 % longer and a page 40,000 rows
-    // deep three times as long. Stores made before have that narrower index under the same
-    // name; it is replaced here, and earlier versions of the program go on using the new one.
-    const std::string logIndex = LogIndex(t);
-    auto isWide = [&](bool* wide) {
-        sqlite3_stmt* stmt = Statement("SELECT count(*) FROM pragma_index_info(?1)");
-        if (stmt == nullptr) return false;
-        StmtScope scope(stmt);
-        sqlite3_bind_text(stmt, 1, logIndex.c_str(), -1, SQLITE_TRANSIENT);
-        const int rc = sqlite3_step(stmt);
-        if (rc != SQLITE_ROW) {
-            Fail(rc);
-            return false;
-        }
-        *wide = sqlite3_column_int(stmt, 0) == 3;
-        return true;
-    };
-    bool wide = false;
-    if (!isWide(&wide)) return false;
-    if (wide) return true;
-    // Another process may be making it too: the write lock decides, and the loser finds it.
-    if (!BeginTransaction()) return false;
-    bool ok = isWide(&wide);
-    if (ok && !wide) {
-        ok = Execute("DROP INDEX IF EXISTS " + logIndex + ";CREATE INDEX " + logIndex + " ON " + t +
-                     "(" + time + ", oid, " + folder + ") WHERE " + kLogCondition + ";");
-    }
-    if (!ok) {
-        RollbackTransaction();
-        return false;
-    }
-    return CommitTransaction();
-}
+// --- list queries ----------------------------------------------------------------------------
 
 namespace {
 
-// "FROM ... WHERE ..." of a folder's records (?1 is the folder). The Log view names its partial
-// index: without statistics the planner would rather sort the Inbox and Sent ranges of the
-// folder index, which costs a sort of the whole view for every page.
-std::string FolderSource(const std::string& table, FolderId folder) {
-    if (folder == kFolderLog) {
-        return " FROM " + table + " INDEXED BY " + LogIndex(table) + " WHERE " + kLogCondition;
-    }
-    return " FROM " + table + " WHERE " + kFolderColumn + " = ?1";
+constexpr const char* kColumns = "id, folder, time, name, number, text, flags";
+
+// "FROM ... WHERE ..." of a folder's messages (?1 is the folder). The Log view names its
+// partial index: without statistics the planner would rather sort the Inbox and Sent ranges of
+// the folder index, which costs a sort of the whole view for every page.
+std::string FolderSource(FolderId folder) {
+    if (folder == kFolderLog)
+        return " FROM messages INDEXED BY messages_log WHERE folder IN (1, 4)";
+    return " FROM messages WHERE folder = ?1";
 }
 
 }  // namespace
@@ -165,7 +63,7 @@ std::string FolderSource(const std::string& table, FolderId folder) {
 bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (!IsOpen() || count == nullptr) return false;
-    sqlite3_stmt* stmt = Statement("SELECT count(*)" + FolderSource(TableName(), folder));
+    sqlite3_stmt* stmt = Statement("SELECT count(*)" + FolderSource(folder));
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
     if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
@@ -178,61 +76,71 @@ bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
     return true;
 }
 
+namespace {
+
+// Lists show a folder newest first: the messages by time and id, those without a time after
+// them (by id, newest first too).
+bool StepIds(sqlite3_stmt* stmt, std::vector<Oid>* oids, int* rc) {
+    while ((*rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        oids->push_back(static_cast<Oid>(sqlite3_column_int64(stmt, 0)));
+    }
+    return *rc == SQLITE_DONE;
+}
+
+}  // namespace
+
 bool MessageDatabase::FolderOidsNewestFirst(FolderId folder, std::vector<Oid>* oids) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (!IsOpen() || oids == nullptr) return false;
-    const std::string time = ColumnName(kPropTime);
-    sqlite3_stmt* stmt = Statement("SELECT oid" + FolderSource(TableName(), folder) + " ORDER BY " +
-                                   time + " DESC, oid DESC");
-    if (stmt == nullptr) return false;
-    StmtScope scope(stmt);
-    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
     oids->clear();
-    int rc;
-    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        oids->push_back(static_cast<Oid>(sqlite3_column_int64(stmt, 0)));
-    }
-    if (rc != SQLITE_DONE) {
-        Fail(rc);
-        return false;
+    // Two index ranges rather than one sort: the timed messages, then the untimed ones.
+    const std::string source = FolderSource(folder);
+    for (const char* part : {" AND time IS NOT NULL ORDER BY time DESC, id DESC",
+                             " AND time IS NULL ORDER BY id DESC"}) {
+        sqlite3_stmt* stmt = Statement("SELECT id" + source + part);
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+        int rc;
+        if (!StepIds(stmt, oids, &rc)) {
+            Fail(rc);
+            return false;
+        }
     }
     return true;
 }
 
-bool MessageDatabase::ReadRow(sqlite3_stmt* stmt, SmsMessage* message) {
-    ClearKeepingFolder(*message);
+bool MessageDatabase::ReadRow(Oid oid, SmsMessage* message, bool* found) {
+    *found = false;
+    sqlite3_stmt* stmt =
+        Statement(std::string("SELECT ") + kColumns + " FROM messages WHERE id = ?1");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    sqlite3_bind_int64(stmt, 1, oid);
+    const int rc = sqlite3_step(stmt);
+    if (rc == SQLITE_DONE) return true;
+    if (rc != SQLITE_ROW) {
+        Fail(rc);
+        return false;
+    }
+    *found = true;
+    // A value of the wrong kind (a file edited by hand) reads as if it were missing.
     message->oid = static_cast<Oid>(sqlite3_column_int64(stmt, 0));
-    for (int i = 0; i < 6; ++i) {
-        static constexpr CePropId kColumns[] = {kPropFolder, kPropTime, kPropName,
-                                                kPropNumber, kPropText, kPropFlags};
-        CePropVal value;
-        value.propId = kColumns[i];
-        const int col = i + 1;
-        switch (sqlite3_column_type(stmt, col)) {
-            case SQLITE_INTEGER: {
-                const std::int64_t v = sqlite3_column_int64(stmt, col);
-                if (PropType(value.propId) == kCevtUi4 && v >= 0 && v <= 0xFFFFFFFFll) {
-                    value.ui4 = static_cast<std::uint32_t>(v);
-                } else if (PropType(value.propId) == kCevtFiletime && v >= 0) {
-                    value.fileTime = static_cast<FileTime>(v);
-                } else {
-                    value.flags = kPropNotFound;
-                }
-                break;
-            }
-            case SQLITE_BLOB: {
-                const int bytes = sqlite3_column_bytes(stmt, col);
-                if (PropType(value.propId) == kCevtLpwstr && bytes % 2 == 0) {
-                    value.text = DecodeText(sqlite3_column_blob(stmt, col), bytes);
-                } else {
-                    value.flags = kPropNotFound;
-                }
-                break;
-            }
-            default:
-                value.flags = kPropNotFound;
-        }
-        Apply(value, *message);
+    if (sqlite3_column_type(stmt, 1) == SQLITE_INTEGER) {
+        const std::int64_t folder = sqlite3_column_int64(stmt, 1);
+        if (folder >= 0 && folder <= 0xFFFFFFFFll) message->folder = static_cast<FolderId>(folder);
+    }
+    message->time = 0;
+    if (sqlite3_column_type(stmt, 2) == SQLITE_INTEGER && sqlite3_column_int64(stmt, 2) >= 0) {
+        message->time = static_cast<FileTime>(sqlite3_column_int64(stmt, 2));
+    }
+    message->name = ColumnStoreText(stmt, 3);
+    message->number = ColumnStoreText(stmt, 4);
+    message->text = ColumnStoreText(stmt, 5);
+    message->flags = 0;
+    if (sqlite3_column_type(stmt, 6) == SQLITE_INTEGER) {
+        const std::int64_t flags = sqlite3_column_int64(stmt, 6);
+        if (flags >= 0 && flags <= 0xFFFFFFFFll) message->flags = static_cast<std::uint32_t>(flags);
     }
     message->store = this;
     return true;
@@ -244,44 +152,52 @@ bool MessageDatabase::ReadFolderPage(FolderId folder, std::uint32_t first, std::
     if (!IsOpen() || messages == nullptr) return false;
     messages->clear();
     // The ids of the page come from the index alone, so that rows skipped before it cost
-    // little; then each row of the page is read.
+    // little: first from the timed messages, then, when the page reaches past them, from those
+    // without a time; then each row of the page is read.
     std::vector<Oid> oids;
-    {
+    auto ids = [&](const char* order, std::uint32_t skip, std::uint32_t take) {
         sqlite3_stmt* stmt =
-            Statement("SELECT oid" + FolderSource(TableName(), folder) + " ORDER BY " +
-                      ColumnName(kPropTime) + " DESC, oid DESC LIMIT ?2 OFFSET ?3");
+            Statement("SELECT id" + FolderSource(folder) + order + " LIMIT ?2 OFFSET ?3");
         if (stmt == nullptr) return false;
         StmtScope scope(stmt);
         if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
-        sqlite3_bind_int64(stmt, 2, count);
-        sqlite3_bind_int64(stmt, 3, first);
+        sqlite3_bind_int64(stmt, 2, take);
+        sqlite3_bind_int64(stmt, 3, skip);
         int rc;
-        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-            oids.push_back(static_cast<Oid>(sqlite3_column_int64(stmt, 0)));
-        }
-        if (rc != SQLITE_DONE) {
+        if (!StepIds(stmt, &oids, &rc)) {
             Fail(rc);
             return false;
         }
+        return true;
+    };
+    if (!ids(" AND time IS NOT NULL ORDER BY time DESC, id DESC", first, count)) return false;
+    const auto fromTimed = static_cast<std::uint32_t>(oids.size());
+    if (fromTimed < count) {
+        // Past the timed messages: how far past is known only from their count, needed when
+        // the page begins beyond them.
+        std::uint32_t skip = 0;
+        if (fromTimed == 0 && first > 0) {
+            sqlite3_stmt* stmt =
+                Statement("SELECT count(*)" + FolderSource(folder) + " AND time IS NOT NULL");
+            if (stmt == nullptr) return false;
+            StmtScope scope(stmt);
+            if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+            const int rc = sqlite3_step(stmt);
+            if (rc != SQLITE_ROW) {
+                Fail(rc);
+                return false;
+            }
+            const auto timed = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+            skip = first > timed ? first - timed : 0;
+        }
+        if (!ids(" AND time IS NULL ORDER BY id DESC", skip, count - fromTimed)) return false;
     }
-    std::string columns = "oid";
-    for (CePropId p : {kPropFolder, kPropTime, kPropName, kPropNumber, kPropText, kPropFlags}) {
-        columns += ", " + (EnsureColumn(p) ? ColumnName(p) : std::string("NULL"));
-    }
-    sqlite3_stmt* row = Statement("SELECT " + columns + " FROM " + TableName() + " WHERE oid = ?1");
-    if (row == nullptr) return false;
     messages->reserve(oids.size());
     for (Oid oid : oids) {
-        StmtScope scope(row);
-        sqlite3_bind_int64(row, 1, oid);
-        const int rc = sqlite3_step(row);
-        if (rc == SQLITE_ROW) {
-            messages->emplace_back();
-            ReadRow(row, &messages->back());
-        } else if (rc != SQLITE_DONE) {
-            Fail(rc);
-            return false;
-        }
+        SmsMessage message;
+        bool found = false;
+        if (!ReadRow(oid, &message, &found)) return false;
+        if (found) messages->push_back(std::move(message));
     }
     return true;
 }
@@ -290,24 +206,16 @@ bool MessageDatabase::HasDuplicate(const SmsMessage& message, bool* found) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     *found = false;
     if (!IsOpen()) return false;
-    const std::string& t = TableName();
-    // A record without a text or a number reads them as empty, and compares so.
-    sqlite3_stmt* stmt =
-        Statement("SELECT 1 FROM " + t + " WHERE " + ColumnName(kPropTime) + " = ?1 AND " +
-                  ColumnName(kPropFolder) + " = ?2 AND coalesce(" +
-                  (EnsureColumn(kPropText) ? ColumnName(kPropText) : std::string("NULL")) +
-                  ", x'') = ?3 AND coalesce(" +
-                  (EnsureColumn(kPropNumber) ? ColumnName(kPropNumber) : std::string("NULL")) +
-                  ", x'') = ?4 LIMIT 1");
+    if (message.time > static_cast<FileTime>(INT64_MAX)) return true;  // never stored
+    sqlite3_stmt* stmt = Statement(
+        "SELECT 1 FROM messages WHERE folder = ?1 AND time = ?2 AND text = ?3 AND number = ?4"
+        " LIMIT 1");
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
-    if (message.time > static_cast<FileTime>(INT64_MAX)) return true;  // never stored
-    const std::string text = EncodeText(message.text);
-    const std::string number = EncodeText(message.number);
-    sqlite3_bind_int64(stmt, 1, static_cast<std::int64_t>(message.time));
-    sqlite3_bind_int64(stmt, 2, message.folder);
-    sqlite3_bind_blob(stmt, 3, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
-    sqlite3_bind_blob(stmt, 4, number.data(), static_cast<int>(number.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_int64(stmt, 1, message.folder);
+    sqlite3_bind_int64(stmt, 2, static_cast<std::int64_t>(message.time));
+    BindStoreText(stmt, 3, message.text);
+    BindStoreText(stmt, 4, message.number);
     const int rc = sqlite3_step(stmt);
     if (rc == SQLITE_ROW) {
         *found = true;
@@ -320,13 +228,20 @@ bool MessageDatabase::HasDuplicate(const SmsMessage& message, bool* found) {
     return true;
 }
 
+bool MessageDatabase::DeleteRecord(Oid oid) {
+    Oid missing = 0;
+    if (DeleteRecords({oid}, &missing)) return true;
+    if (missing != 0) SetError(StoreError::kNoRecord, "no such message");
+    return false;
+}
+
 bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (missing != nullptr) *missing = 0;
     if (!IsOpen()) return false;
     if (!BeginTransaction()) return false;
     bool ok = true;
-    sqlite3_stmt* remove = Statement("DELETE FROM " + TableName() + " WHERE oid = ?1");
+    sqlite3_stmt* remove = Statement("DELETE FROM messages WHERE id = ?1");
     ok = remove != nullptr;
     for (std::size_t i = 0; ok && i < oids.size(); ++i) {
         StmtScope scope(remove);
@@ -352,37 +267,166 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
     return true;
 }
 
-// --- the operations on messages --------------------------------------------------------------
+// --- the walk ---------------------------------------------------------------------------------
 
-bool OpenMessageStore(MessageDatabase& db) {
-    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
-    if (db.IsOpen()) return true;
-    if (!db.CreateOrOpenSingleSort(kMessageDatabaseName, kPropTime, 0)) return false;
-    if (!db.EnsureListIndexes()) {
-        db.Close();
+namespace {
+
+// The condition on a folder in the walk's queries (?1 the folder), and the index to use.
+std::string WalkSource(FolderId folder) {
+    if (folder == kFolderLog)
+        return " FROM messages INDEXED BY messages_log WHERE folder IN (1, 4)";
+    return " FROM messages WHERE folder = ?1";
+}
+
+}  // namespace
+
+bool MessageDatabase::NextInFolder(FolderId folder, const WalkKey* from, WalkKey* found,
+                                   bool* any) {
+    *any = false;
+    const std::string source = WalkSource(folder);
+    // The timed messages after `from`, unless the walk is past them already.
+    if (from == nullptr || from->timed) {
+        sqlite3_stmt* stmt =
+            Statement("SELECT id, time" + source +
+                      (from == nullptr ? std::string(" AND time IS NOT NULL")
+                                       : std::string(" AND (time, id) > (?2, ?3)")) +
+                      " ORDER BY time, id LIMIT 1");
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+        if (from != nullptr) {
+            sqlite3_bind_int64(stmt, 2, from->time);
+            sqlite3_bind_int64(stmt, 3, from->id);
+        }
+        const int rc = sqlite3_step(stmt);
+        if (rc == SQLITE_ROW) {
+            *found = WalkKey{true, sqlite3_column_int64(stmt, 1), sqlite3_column_int64(stmt, 0)};
+            *any = true;
+            return true;
+        }
+        if (rc != SQLITE_DONE) {
+            Fail(rc);
+            return false;
+        }
+    }
+    // Then the messages without a time, by id.
+    const bool afterUntimed = from != nullptr && !from->timed;
+    sqlite3_stmt* stmt = Statement("SELECT id" + source + " AND time IS NULL" +
+                                   (afterUntimed ? " AND id > ?2" : "") + " ORDER BY id LIMIT 1");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+    if (afterUntimed) sqlite3_bind_int64(stmt, 2, from->id);
+    const int rc = sqlite3_step(stmt);
+    if (rc == SQLITE_ROW) {
+        *found = WalkKey{false, 0, sqlite3_column_int64(stmt, 0)};
+        *any = true;
+        return true;
+    }
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
         return false;
     }
     return true;
 }
 
+bool MessageDatabase::CountOutbox(const WalkKey* from, const WalkKey* to, std::uint32_t* count) {
+    *count = 0;
+    // Timed Outbox messages in (from, to], then untimed ones in (from, to].
+    auto run = [&](const std::string& sql, auto bind) {
+        sqlite3_stmt* stmt = Statement(sql);
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        bind(stmt);
+        const int rc = sqlite3_step(stmt);
+        if (rc != SQLITE_ROW) {
+            Fail(rc);
+            return false;
+        }
+        *count += static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+        return true;
+    };
+    const std::string outbox = "SELECT count(*) FROM messages WHERE folder = 2";
+    // Timed ones lie between only when `from` is not past them.
+    if (from == nullptr || from->timed) {
+        std::string sql = outbox + " AND time IS NOT NULL";
+        if (from != nullptr) sql += " AND (time, id) > (?1, ?2)";
+        if (to != nullptr && to->timed) sql += " AND (time, id) <= (?3, ?4)";
+        if (!run(sql, [&](sqlite3_stmt* stmt) {
+                if (from != nullptr) {
+                    sqlite3_bind_int64(stmt, 1, from->time);
+                    sqlite3_bind_int64(stmt, 2, from->id);
+                }
+                if (to != nullptr && to->timed) {
+                    sqlite3_bind_int64(stmt, 3, to->time);
+                    sqlite3_bind_int64(stmt, 4, to->id);
+                }
+            })) {
+            return false;
+        }
+    }
+    // Untimed ones lie between unless `to` is still among the timed.
+    if (to == nullptr || !to->timed) {
+        std::string sql = outbox + " AND time IS NULL";
+        const bool afterUntimed = from != nullptr && !from->timed;
+        if (afterUntimed) sql += " AND id > ?1";
+        if (to != nullptr) sql += " AND id <= ?2";
+        if (!run(sql, [&](sqlite3_stmt* stmt) {
+                if (afterUntimed) sqlite3_bind_int64(stmt, 1, from->id);
+                if (to != nullptr) sqlite3_bind_int64(stmt, 2, to->id);
+            })) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// --- the operations on messages --------------------------------------------------------------
+
+bool OpenMessageStore(MessageDatabase& db) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    return db.Open();
+}
+
 bool WriteMessage(MessageDatabase& db, SmsMessage& message) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (!db.IsOpen()) {
+        db.SetError(StoreError::kFailed, "the store is not open");
+        return false;
+    }
     if (message.time == 0) message.time = CurrentLocalFileTime();
-    CePropVal values[6];
-    values[0].propId = kPropFolder;
-    values[0].ui4 = message.folder;
-    values[1].propId = kPropName;
-    values[1].text = message.name;
-    values[2].propId = kPropText;
-    values[2].text = message.text;
-    values[3].propId = kPropTime;
-    values[3].fileTime = message.time;
-    values[4].propId = kPropNumber;
-    values[4].text = message.number;
-    values[5].propId = kPropFlags;
-    values[5].ui4 = message.flags;
-    const CeOid oid = db.WriteRecord(message.oid, values, 6);
-    if (oid == 0) return false;
+    if (message.time > static_cast<FileTime>(INT64_MAX)) {
+        db.SetError(StoreError::kFailed, "the time cannot be stored");
+        return false;
+    }
+    const bool create = message.oid == 0;
+    sqlite3_stmt* stmt =
+        db.Statement(create ? "INSERT INTO messages(folder, name, text, time, number, flags)"
+                              " VALUES(?1, ?2, ?3, ?4, ?5, ?6)"
+                            : "UPDATE messages SET folder = ?1, name = ?2, text = ?3, time = ?4,"
+                              " number = ?5, flags = ?6 WHERE id = ?7");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    sqlite3_bind_int64(stmt, 1, message.folder);
+    BindStoreText(stmt, 2, message.name);
+    BindStoreText(stmt, 3, message.text);
+    sqlite3_bind_int64(stmt, 4, static_cast<std::int64_t>(message.time));
+    BindStoreText(stmt, 5, message.number);
+    sqlite3_bind_int64(stmt, 6, message.flags);
+    if (!create) sqlite3_bind_int64(stmt, 7, message.oid);
+    const int rc = sqlite3_step(stmt);
+    if (rc != SQLITE_DONE) {
+        db.Fail(rc);
+        return false;
+    }
+    if (!create && sqlite3_changes(db.Connection()) == 0) {
+        db.SetError(StoreError::kNoRecord, "no such message");
+        return false;
+    }
+    const Oid oid =
+        create ? static_cast<Oid>(sqlite3_last_insert_rowid(db.Connection())) : message.oid;
+    db.currentId = oid;
+    db.SetError(StoreError::kNone);
     message.oid = oid;
     message.store = &db;
     return true;
@@ -391,12 +435,17 @@ bool WriteMessage(MessageDatabase& db, SmsMessage& message) {
 bool ReadCurrent(MessageDatabase& db, SmsMessage& message) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     ClearKeepingFolder(message);
-    std::vector<CePropVal> values;
-    const CeOid oid = db.ReadRecord(kReadOrder, 7, &values);
-    if (oid == 0) return false;
-    for (const CePropVal& value : values) Apply(value, message);
-    message.store = &db;
-    message.oid = oid;
+    if (!db.IsOpen() || db.currentId == 0) {
+        db.SetError(StoreError::kNoRecord);
+        return false;
+    }
+    bool found = false;
+    if (!db.ReadRow(db.currentId, &message, &found)) return false;
+    if (!found) {
+        db.SetError(StoreError::kNoRecord, "no such message");
+        return false;
+    }
+    db.SetError(StoreError::kNone);
     return true;
 }
 
@@ -408,7 +457,7 @@ bool ReadFirst(MessageDatabase& db, SmsMessage& message) {
 bool ReadById(MessageDatabase& db, SmsMessage& message) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (message.oid == 0) return false;
-    if (db.currentId != message.oid && db.Seek(CeSeek::kOid, message.oid) == 0) return false;
+    db.currentId = message.oid;
     return ReadCurrent(db, message);
 }
 
@@ -423,23 +472,40 @@ bool SeekNextInFolder(MessageDatabase& db) {
     return db.StepInFolder(false);
 }
 
-// The next record of the folder is one look-up in the folder's index (the Log view's for
-// kFolderLog), not a step through every record in between: the send loop looks for the first
-// Outbox message once per message it sends, and the Outbox holds the newest messages of a
-// store that may hold a hundred thousand. The Outbox records passed on the way are counted
-// in the same index.
+// The next message of the folder is one look-up in the folder's index (the Log view's for
+// kFolderLog), not a step through every message in between: the send loop walks the Outbox of
+// a store that may hold a hundred thousand messages. The Outbox messages passed on the way are
+// counted in the Outbox's part of the same index.
 bool MessageDatabase::StepInFolder(bool fromStart) {
-    const RecordFilter outbox{kFolderColumn + " = " + std::to_string(kFolderOutbox), ""};
-    const RecordFilter match =
-        folderFilter == kFolderLog
-            ? RecordFilter{kLogCondition, LogIndex(TableName())}
-            : RecordFilter{kFolderColumn + " = " + std::to_string(folderFilter), ""};
-    const bool inOutbox = folderFilter == kFolderOutbox;
+    currentId = 0;
+    if (!IsOpen()) {
+        SetError(StoreError::kFailed, "the store is not open");
+        return false;
+    }
+    const WalkKey* from = fromStart || !positioned_ ? nullptr : &position_;
+    WalkKey found;
+    bool any = false;
+    if (!NextInFolder(folderFilter, from, &found, &any)) return false;
     std::uint32_t passed = 0;
-    const CeOid oid = SeekForwardTo(fromStart, match, inOutbox ? nullptr : &outbox, &passed);
-    // Walking the Outbox itself, the only Outbox record passed is the one found.
-    outboxSeen += inOutbox ? (oid != 0 ? 1 : 0) : passed;
-    return oid != 0;
+    if (folderFilter == kFolderOutbox) {
+        passed =
+            any ? 1 : 0;  // walking the Outbox, the only Outbox message passed is the one found
+    } else if (!CountOutbox(from, any ? &found : nullptr, &passed)) {
+        return false;
+    }
+    outboxSeen += passed;
+    if (!any) {
+        // Nothing selected lies ahead: the walk is over, and stays so.
+        positioned_ = true;
+        position_ = WalkKey{false, 0, INT64_MAX};
+        SetError(StoreError::kNoRecord);
+        return false;
+    }
+    positioned_ = true;
+    position_ = found;
+    currentId = static_cast<Oid>(found.id);
+    SetError(StoreError::kNone);
+    return true;
 }
 
 bool FindDuplicate(MessageDatabase& db, const SmsMessage& message) {

@@ -1,5 +1,6 @@
-// The message store: every short message of the program, one record per message, in the
-// database "Velkan Tessiver SmsDb", sorted by time (oldest first, equal times by record id).
+// The message store: every short message of the program, one row per message in the table
+// "messages" of the store file (store/schema.h), walked by time (oldest first, equal times by
+// record id, messages without a time last).
 //
 // The user interface and the transfer worker each use their own MessageDatabase object; every
 // operation below holds the one process-wide recursive lock (MessageStoreLock) while it works,
@@ -12,18 +13,7 @@
 #include <vector>
 
 #include "common/sms_message.h"
-#include "store/ce_database.h"
-
-inline constexpr char16_t kMessageDatabaseName[] = u"Velkan Tessiver SmsDb";
-
-// The properties of a message record.
-constexpr CePropId kPropFolder = MakePropId(0x000A, kCevtUi4);
-constexpr CePropId kPropTime = MakePropId(0x000B, kCevtFiletime);
-constexpr CePropId kPropExtra = MakePropId(0x000C, kCevtBlob);  // asked for, never written
-constexpr CePropId kPropName = MakePropId(0x000D, kCevtLpwstr);
-constexpr CePropId kPropText = MakePropId(0x000E, kCevtLpwstr);
-constexpr CePropId kPropNumber = MakePropId(0x000F, kCevtLpwstr);
-constexpr CePropId kPropFlags = MakePropId(0x0010, kCevtUi4);
+#include "store/database.h"
 
 class MessageDatabase : public CeDatabase {
   public:
@@ -42,17 +32,36 @@ class MessageDatabase : public CeDatabase {
     // True when a record of message.folder has the same time, text and number. An index
     // look-up: it does not slow down as the folder grows, and it leaves the cursor alone.
     bool HasDuplicate(const SmsMessage& message, bool* found);
+    // Deletes one record; false when it is not stored or cannot be deleted.
+    bool DeleteRecord(Oid oid);
     // Deletes every listed record in one transaction, or none: when an id is not stored,
     // nothing is deleted, *missing names it, and the result is false.
     bool DeleteRecords(const std::vector<Oid>& oids, Oid* missing);
 
   private:
     friend bool OpenMessageStore(MessageDatabase& db);
+    friend bool WriteMessage(MessageDatabase& db, SmsMessage& message);
+    friend bool ReadCurrent(MessageDatabase& db, SmsMessage& message);
     friend bool SeekFirstInFolder(MessageDatabase& db);
     friend bool SeekNextInFolder(MessageDatabase& db);
-    bool EnsureListIndexes();
+    friend bool DeleteStoredMessage(SmsMessage& message);
+
+    // A place in the walking order of every message: by time, messages without a time last,
+    // then by id.
+    struct WalkKey {
+        bool timed = false;
+        std::int64_t time = 0;
+        std::int64_t id = 0;
+    };
     bool StepInFolder(bool fromStart);
-    bool ReadRow(sqlite3_stmt* stmt, SmsMessage* message);
+    // The next message of `folder` (kFolderLog: Inbox or Sent) after `from` (or the first).
+    bool NextInFolder(FolderId folder, const WalkKey* from, WalkKey* found, bool* any);
+    // Outbox messages after `from` (or from the start) up to `to` (or to the end), included.
+    bool CountOutbox(const WalkKey* from, const WalkKey* to, std::uint32_t* count);
+    bool ReadRow(Oid oid, SmsMessage* message, bool* found);
+
+    bool positioned_ = false;
+    WalkKey position_;
 };
 
 // The one lock of the message store, held around every operation (it nests).
@@ -77,13 +86,14 @@ class MessageStoreBatch {
     bool started_;
 };
 
-// Opens `db` on the message database unless it is open, creating the database or adding its
-// time order when needed.
+// Opens `db` on the store file unless it is open (creating, migrating or repairing its layout
+// when needed).
 bool OpenMessageStore(MessageDatabase& db);
 
-// Writes the message's six properties to record message.oid (0 creates one); a zero time
-// becomes the current local time first, and stays in the message. The record id becomes
-// message.oid and the database's current id; message.store = &db.
+// Writes the message's folder, name, text, time, number and flags to record message.oid (0
+// creates one; a record that does not exist fails); a zero time becomes the current local time
+// first, and stays in the message. The record id becomes message.oid and the database's
+// current id; message.store = &db.
 bool WriteMessage(MessageDatabase& db, SmsMessage& message);
 // Clears the message (keeping its folder) and reads the current record into it.
 bool ReadCurrent(MessageDatabase& db, SmsMessage& message);

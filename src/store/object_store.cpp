@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "common/file_time.h"
+#include "store/schema.h"
 #include "store/store_connection.h"
 
 namespace {
@@ -225,27 +226,43 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
     if (rc != SQLITE_OK) return fail(rc);
     rc = Exec(db, "PRAGMA synchronous=FULL");
     if (rc != SQLITE_OK) return fail(rc);
-    if (version == static_cast<std::int64_t>(kStoreSchemaVersion)) return CheckResult::kGood;
-    // A new file. Another process may be doing the same: the write lock decides, and the
-    // statements below are harmless when repeated.
+    if (version == static_cast<std::int64_t>(kStoreSchemaVersion)) {
+        // A store whose indexes went missing gets them back; nothing is written otherwise, so
+        // that a read-only or locked store still opens for reading.
+        std::int64_t indexes = 0;
+        rc = Query(db,
+                   "SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND name IN"
+                   " ('messages_folder_time', 'messages_log', 'recent_by_use', 'recent_by_name')",
+                   [&](sqlite3_stmt* s) { indexes = sqlite3_column_int64(s, 0); });
+        if (rc != SQLITE_OK) return fail(rc);
+        if (indexes == 4) return CheckResult::kGood;
+    }
+    // A new file, a file of the earlier layout, or missing indexes. Another process may be
+    // doing the same: the write lock decides, and whoever comes second finds the work done.
     rc = Exec(db, "BEGIN IMMEDIATE");
     if (rc != SQLITE_OK) return fail(rc);
-    const std::string init =
-        "CREATE TABLE IF NOT EXISTS object_databases("
-        " id INTEGER PRIMARY KEY AUTOINCREMENT,"
-        " name TEXT NOT NULL UNIQUE,"
-        " type INTEGER NOT NULL DEFAULT 0,"
-        " sort_orders TEXT NOT NULL DEFAULT '');"
-        "PRAGMA application_id=" +
-        std::to_string(kStoreApplicationId) +
-        ";"
-        "PRAGMA user_version=" +
-        std::to_string(kStoreSchemaVersion) + ";";
-    rc = Exec(db, init.c_str());
+    rc = Query(db, "PRAGMA user_version",
+               [&](sqlite3_stmt* s) { version = sqlite3_column_int64(s, 0); });
+    std::string migration;
+    if (rc == SQLITE_OK) {
+        rc = version == 1 ? MigrateFromObjectStore(db, &migration) : CreateStoreLayout(db);
+    }
+    if (rc == SQLITE_OK) {
+        const std::string stamp = "PRAGMA application_id=" + std::to_string(kStoreApplicationId) +
+                                  ";PRAGMA user_version=" + std::to_string(kStoreSchemaVersion);
+        rc = Exec(db, stamp.c_str());
+    }
     if (rc == SQLITE_OK) rc = Exec(db, "COMMIT");
     if (rc != SQLITE_OK) {
         const CheckResult r = fail(rc);
         Exec(db, "ROLLBACK");
+        if (!migration.empty()) {
+            AddNotice(StoreProblem::kCannotOpen, path,
+                      "The message store " + path +
+                          " could not be brought to this version's "
+                          "layout (" +
+                          migration + "); it is left as it was.");
+        }
         return r;
     }
     return CheckResult::kGood;

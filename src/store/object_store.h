@@ -1,4 +1,4 @@
-// The object store: one SQLite file that holds every named database of the program.
+// The store file: one SQLite file that holds the messages and the recent recipients.
 //
 // The file lives in the data folder: $VELKAN_DATA_DIR when set, else
 // $XDG_DATA_HOME/velkan-tessiver, else ~/.local/share/velkan-tessiver. Its name is
@@ -34,8 +34,9 @@ struct StoreNotice {
     std::string message;  // one sentence for the user, UTF-8
 };
 
-// The version of the file layout, kept in PRAGMA user_version. Later versions migrate from it.
-constexpr std::uint32_t kStoreSchemaVersion = 1;
+// The version of the file layout (store/schema.h), kept in PRAGMA user_version. A file of
+// version 1 is migrated when it is first opened; a newer one is left alone.
+constexpr std::uint32_t kStoreSchemaVersion = 2;
 // PRAGMA application_id of a store file ("VKTS").
 constexpr std::uint32_t kStoreApplicationId = 0x564B5453;
 

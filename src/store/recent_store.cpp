@@ -1,44 +1,60 @@
 #include "store/recent_store.h"
 
-namespace {
+#include <sqlite3.h>
 
-constexpr CeSortOrder kRecentSortOrders[] = {{kPropRecentLastUsed, 0}, {kPropRecentName, 0}};
-constexpr CePropId kRecentProps[] = {kPropRecentName, kPropRecentNumber, kPropRecentLastUsed};
+#include <algorithm>
 
-}  // namespace
+#include "store/store_text.h"
 
-bool OpenRecentStore(RecentDatabase& db, CePropId sortProperty) {
-    if (!db.IsOpen() &&
-        !db.CreateOrOpen(kRecentDatabaseName, kRecentSortOrders, 2, sortProperty, 0)) {
-        return false;
-    }
-    // A just-created database comes back unsorted, and an object may still be open in the
-    // other order: both are reopened in the order asked for.
-    if (db.SortProperty() != sortProperty) return db.Open(kRecentDatabaseName, sortProperty, 0);
+bool OpenRecentStore(RecentDatabase& db, RecentOrder order) {
+    if (!db.Open()) return false;
+    db.order_ = order;
     return true;
 }
 
-bool ReadCurrent(RecentDatabase& db, RecentRecipient& entry) {
-    std::vector<CePropVal> values;
-    const CeOid oid = db.ReadRecord(kRecentProps, 3, &values);
-    if (oid == 0) return false;
-    for (const CePropVal& value : values) {
-        if (value.flags & kPropNotFound) continue;
-        switch (value.propId) {
-            case kPropRecentName:
-                entry.name = value.text;
-                break;
-            case kPropRecentNumber:
-                entry.number = value.text;
-                break;
-            case kPropRecentLastUsed:
-                entry.lastUsed = value.fileTime;
-                break;
-            default:
-                break;
-        }
+bool RecentDatabase::GetRecordCount(std::uint32_t* count) {
+    sqlite3_stmt* stmt = Statement("SELECT count(*) FROM recent_recipients");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    const int rc = sqlite3_step(stmt);
+    if (rc != SQLITE_ROW) {
+        Fail(rc);
+        return false;
     }
-    entry.oid = oid;
+    *count = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+    return true;
+}
+
+bool RecentDatabase::ReadAll(std::vector<RecentRecipient>* entries) {
+    entries->clear();
+    sqlite3_stmt* stmt = Statement(
+        order_ == RecentOrder::kByName
+            ? "SELECT id, name, number, last_used FROM recent_recipients ORDER BY name, id"
+            : "SELECT id, name, number, last_used FROM recent_recipients ORDER BY last_used, id");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        RecentRecipient entry;
+        entry.oid = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+        entry.name = ColumnStoreText(stmt, 1);
+        entry.number = ColumnStoreText(stmt, 2);
+        if (sqlite3_column_type(stmt, 3) == SQLITE_INTEGER && sqlite3_column_int64(stmt, 3) >= 0) {
+            entry.lastUsed = static_cast<FileTime>(sqlite3_column_int64(stmt, 3));
+        }
+        entries->push_back(std::move(entry));
+    }
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
+        return false;
+    }
+    if (order_ == RecentOrder::kByName) {
+        // By UTF-16 code units, as the lists have always been sorted; SQL compares UTF-8 bytes,
+        // which puts characters beyond U+FFFF elsewhere.
+        std::stable_sort(
+            entries->begin(), entries->end(),
+            [](const RecentRecipient& a, const RecentRecipient& b) { return a.name < b.name; });
+    }
     return true;
 }
 
@@ -46,52 +62,57 @@ bool AddRecent(RecentDatabase& db, RecentRecipient& entry) {
     if (!OpenRecentStore(db, kPropRecentLastUsed)) return false;
     entry.lastUsed = CurrentLocalFileTime();
     entry.oid = 0;
-    for (CeOid at = db.Seek(CeSeek::kBeginning, 0); at != 0; at = db.Seek(CeSeek::kCurrent, 1)) {
-        RecentRecipient stored;
-        if (!ReadCurrent(db, stored)) continue;
+    std::vector<RecentRecipient> stored;
+    if (!db.ReadAll(&stored)) return false;
+    for (const RecentRecipient& old : stored) {
         // The name decides first, and empty names are equal: at most one nameless entry.
-        if (stored.name == entry.name) {
-            entry.oid = stored.oid;
+        if (old.name == entry.name) {
+            entry.oid = old.oid;
             break;
         }
-        if (stored.number == entry.number) {
+        if (old.number == entry.number) {
             // A nameless use of a number that already has a (named) entry keeps that entry.
             if (entry.name.empty()) return true;
-            entry.oid = stored.oid;
+            entry.oid = old.oid;
             break;
         }
     }
-    CePropVal values[3];
-    values[0].propId = kPropRecentName;
-    values[0].text = entry.name;
-    values[1].propId = kPropRecentNumber;
-    values[1].text = entry.number;
-    values[2].propId = kPropRecentLastUsed;
-    values[2].fileTime = entry.lastUsed;
-    const CeOid oid = db.WriteRecord(entry.oid, values, 3);
-    if (oid == 0) return false;
-    entry.oid = oid;
-    // The handle is sorted by last use, so the first record is the least recently used.
-    std::uint32_t count = 0;
-    if (!db.GetRecordCount(&count)) return true;
-    while (count > kMaxRecentRecipients) {
-        const CeOid oldest = db.Seek(CeSeek::kBeginning, 0);
-        if (oldest == 0 || !db.DeleteRecord(oldest)) break;
-        std::uint32_t after = 0;
-        if (!db.GetRecordCount(&after) || after >= count) break;
-        count = after;
+    sqlite3_stmt* stmt = db.Statement(
+        entry.oid == 0 ? "INSERT INTO recent_recipients(name, number, last_used) VALUES(?1, ?2, ?3)"
+                       : "UPDATE recent_recipients SET name = ?1, number = ?2, last_used = ?3"
+                         " WHERE id = ?4");
+    if (stmt == nullptr) return false;
+    {
+        StmtScope scope(stmt);
+        BindStoreText(stmt, 1, entry.name);
+        BindStoreText(stmt, 2, entry.number);
+        sqlite3_bind_int64(stmt, 3, static_cast<std::int64_t>(entry.lastUsed));
+        if (entry.oid != 0) sqlite3_bind_int64(stmt, 4, entry.oid);
+        const int rc = sqlite3_step(stmt);
+        if (rc != SQLITE_DONE) {
+            db.Fail(rc);
+            return false;
+        }
     }
+    if (entry.oid == 0)
+        entry.oid = static_cast<std::uint32_t>(sqlite3_last_insert_rowid(db.Connection()));
+    db.currentId = entry.oid;
+    // The least recently used go until ten are left.
+    sqlite3_stmt* trim = db.Statement(
+        "DELETE FROM recent_recipients WHERE id IN (SELECT id FROM recent_recipients"
+        " ORDER BY last_used, id LIMIT max(0, (SELECT count(*) FROM recent_recipients) - ?1))");
+    if (trim == nullptr) return true;
+    StmtScope scope(trim);
+    sqlite3_bind_int64(trim, 1, kMaxRecentRecipients);
+    const int rc = sqlite3_step(trim);
+    if (rc != SQLITE_DONE) db.Fail(rc);
     return true;
 }
 
 bool ListRecentByName(RecentDatabase& db, std::vector<RecentRecipient>* entries) {
     entries->clear();
     if (!OpenRecentStore(db, kPropRecentName)) return false;
-    for (CeOid at = db.Seek(CeSeek::kBeginning, 0); at != 0; at = db.Seek(CeSeek::kCurrent, 1)) {
-        RecentRecipient entry;
-        if (ReadCurrent(db, entry)) entries->push_back(std::move(entry));
-    }
-    return true;
+    return db.ReadAll(entries);
 }
 
 std::u16string FormatRecentItem(std::u16string_view first, std::u16string_view second) {

@@ -1,6 +1,6 @@
 // The recent recipients: the last ten names and numbers the user sent or saved a message to,
-// in the database "Velkan Recent FriendDb" (sorted by last use and by name). They feed the two
-// drop-down lists of the compose dialog. User-interface thread only.
+// in the table "recent_recipients" of the store file (walked by last use or by name). They
+// feed the two drop-down lists of the compose dialog. User-interface thread only.
 #pragma once
 
 #include <string>
@@ -8,31 +8,40 @@
 #include <vector>
 
 #include "common/file_time.h"
-#include "store/ce_database.h"
+#include "store/database.h"
 
-inline constexpr char16_t kRecentDatabaseName[] = u"Velkan Recent FriendDb";
 constexpr unsigned kMaxRecentRecipients = 10;
 
-constexpr CePropId kPropRecentLastUsed = MakePropId(0x000B, kCevtFiletime);
-constexpr CePropId kPropRecentName = MakePropId(0x000D, kCevtLpwstr);
-constexpr CePropId kPropRecentNumber = MakePropId(0x000F, kCevtLpwstr);
+// The two orders the recent recipients are walked in.
+enum class RecentOrder { kByLastUse, kByName };
+constexpr RecentOrder kPropRecentLastUsed = RecentOrder::kByLastUse;  // least recently used first
+constexpr RecentOrder kPropRecentName = RecentOrder::kByName;
 
 struct RecentRecipient {
     std::u16string name;  // may be empty
     std::u16string number;
     FileTime lastUsed = 0;  // local time of the last use
-    CeOid oid = 0;          // 0 while not stored
+    std::uint32_t oid = 0;  // 0 while not stored
 };
 
-class RecentDatabase : public CeDatabase {};
+class RecentDatabase : public CeDatabase {
+  public:
+    RecentOrder SortProperty() const { return order_; }
+    // The count of stored entries.
+    bool GetRecordCount(std::uint32_t* count);
 
-// Opens the recent recipients sorted by kPropRecentLastUsed (least recently used first) or by
-// kPropRecentName, creating the database when needed. An object open in the other order is
-// reopened in the one asked for.
-bool OpenRecentStore(RecentDatabase& db, CePropId sortProperty);
+  private:
+    friend bool OpenRecentStore(RecentDatabase& db, RecentOrder order);
+    friend bool AddRecent(RecentDatabase& db, RecentRecipient& entry);
+    friend bool ListRecentByName(RecentDatabase& db, std::vector<RecentRecipient>* entries);
+    // Every entry in the object's order.
+    bool ReadAll(std::vector<RecentRecipient>* entries);
 
-// Reads the current record into `entry`; properties the record lacks keep their value.
-bool ReadCurrent(RecentDatabase& db, RecentRecipient& entry);
+    RecentOrder order_ = RecentOrder::kByLastUse;
+};
+
+// Opens the recent recipients for walks by last use (least recently used first) or by name.
+bool OpenRecentStore(RecentDatabase& db, RecentOrder order);
 
 // Records a use of (entry.name, entry.number) now: the entry with the same name is reused,
 // else the one with the same number (but a nameless use of a number that has an entry changes

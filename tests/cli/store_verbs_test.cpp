@@ -430,9 +430,7 @@ TEST_F(CliStoreTest, RecoverBringsBackTheReadableMessagesOfAStoreSetAsideAsDamag
     const std::size_t pageSize =
         (static_cast<unsigned char>(bytes[16]) << 8) | static_cast<unsigned char>(bytes[17]);
     auto offsetOf = [&](int i) {
-        std::string wide;
-        for (char c : marker(i)) wide += std::string{'\0', c};  // texts are kept as UTF-16BE
-        return bytes.find(wide);
+        return bytes.find(marker(i));  // texts are kept as UTF-8
     };
     ASSERT_NE(offsetOf(100), std::string::npos);
     ASSERT_NE(offsetOf(200), std::string::npos);

@@ -80,9 +80,8 @@ std::set<int> DamagePagesOf(const std::string& file, std::initializer_list<int> 
     const std::size_t pageSize =
         (static_cast<unsigned char>(bytes[16]) << 8) | static_cast<unsigned char>(bytes[17]);
     auto pageOf = [&](int i) {
-        std::string wide;
-        for (char c : Marker(i)) wide += std::string{'\0', c};
-        const std::size_t at = bytes.find(wide);
+        // Texts are kept as UTF-8: the marker stands in the file as it is.
+        const std::size_t at = bytes.find(Marker(i));
         EXPECT_NE(at, std::string::npos) << i;
         return at / pageSize;
     };
@@ -186,7 +185,7 @@ TEST(MessageSalvage, WithoutAnIndexTheIdsAreTriedOneByOne) {
         sqlite3_stmt* stmt = nullptr;
         ASSERT_EQ(sqlite3_prepare_v2(raw,
                                      "SELECT name FROM sqlite_master WHERE type = 'index' AND "
-                                     "tbl_name LIKE 'records_%' AND sql IS NOT NULL",
+                                     "tbl_name = 'messages' AND sql IS NOT NULL",
                                      -1, &stmt, nullptr),
                   SQLITE_OK);
         while (sqlite3_step(stmt) == SQLITE_ROW) {

@@ -59,9 +59,28 @@ bool StoreRetrieved(MessageDatabase& db, SmsMessage m) {
     return WriteMessage(db, m);
 }
 
-std::uint32_t Count(MessageDatabase& db) {
-    std::uint32_t n = 0;
-    EXPECT_TRUE(db.GetRecordCount(&n));
+// Runs SQL of its own on the store's connection, as another program would write the file.
+void Sql(ProbeDatabase& db, const std::string& sql) {
+    char* error = nullptr;
+    EXPECT_EQ(sqlite3_exec(db.Connection(), sql.c_str(), nullptr, nullptr, &error), SQLITE_OK)
+        << sql << ": " << (error != nullptr ? error : "");
+    sqlite3_free(error);
+}
+
+// Inserts a row with only the given columns; its id.
+Oid Insert(ProbeDatabase& db, const std::string& columns, const std::string& values) {
+    Sql(db, "INSERT INTO messages(" + columns + ") VALUES(" + values + ")");
+    return static_cast<Oid>(sqlite3_last_insert_rowid(db.Connection()));
+}
+
+std::uint32_t Count(ProbeDatabase& db) {
+    sqlite3_stmt* stmt = nullptr;
+    EXPECT_EQ(
+        sqlite3_prepare_v2(db.Connection(), "SELECT count(*) FROM messages", -1, &stmt, nullptr),
+        SQLITE_OK);
+    EXPECT_EQ(sqlite3_step(stmt), SQLITE_ROW);
+    const auto n = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
+    sqlite3_finalize(stmt);
     return n;
 }
 
@@ -72,12 +91,20 @@ class MessageStoreTest : public ::testing::Test {
     ProbeDatabase db_;
 };
 
-TEST_F(MessageStoreTest, OpeningCreatesTheDatabaseSortedByTime) {
+TEST_F(MessageStoreTest, OpeningCreatesTheStoreWithItsTablesAndIndexes) {
     EXPECT_TRUE(db_.IsOpen());
-    EXPECT_EQ(db_.SortProperty(), kPropTime);
     EXPECT_TRUE(OpenMessageStore(db_));  // already open: nothing to do
-    CeDatabase raw;
-    EXPECT_TRUE(raw.Open(kMessageDatabaseName, kPropTime, 0));
+    sqlite3_stmt* stmt = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db_.Connection(),
+                                 "SELECT group_concat(name, ' ') FROM (SELECT name FROM"
+                                 " sqlite_schema WHERE name NOT LIKE 'sqlite%' ORDER BY name)",
+                                 -1, &stmt, nullptr),
+              SQLITE_OK);
+    ASSERT_EQ(sqlite3_step(stmt), SQLITE_ROW);
+    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
+                 "messages messages_folder_time messages_log recent_by_name recent_by_use "
+                 "recent_recipients");
+    sqlite3_finalize(stmt);
 }
 
 TEST_F(MessageStoreTest, WritingWithZeroTimeStoresTheLocalTimeAndKeepsItInTheMessage) {
@@ -133,19 +160,10 @@ TEST_F(MessageStoreTest, EveryFieldComesBackAndARewriteUpdatesTheSameRecord) {
 }
 
 TEST_F(MessageStoreTest, ARecordWithoutFlagsReadsWithFlagsZero) {
-    // A record written with five of the six properties.
-    CePropVal values[5];
-    values[0].propId = kPropFolder;
-    values[0].ui4 = kFolderInbox;
-    values[1].propId = kPropName;
-    values[1].text = u"Old";
-    values[2].propId = kPropText;
-    values[2].text = u"no flags here";
-    values[3].propId = kPropTime;
-    values[3].fileTime = At(2002, 1, 1);
-    values[4].propId = kPropNumber;
-    values[4].text = u"123";
-    const CeOid id = db_.WriteRecord(0, values, 5);
+    // A row written by another program with five of the six columns.
+    const Oid id =
+        Insert(db_, "folder, name, text, time, number",
+               "1, 'Old', 'no flags here', " + std::to_string(At(2002, 1, 1)) + ", '123'");
     ASSERT_NE(id, 0u);
     SmsMessage m;
     m.flags = kFlagUnread | kFlagFlash;
@@ -156,12 +174,7 @@ TEST_F(MessageStoreTest, ARecordWithoutFlagsReadsWithFlagsZero) {
 }
 
 TEST_F(MessageStoreTest, ARecordWithoutFolderKeepsTheMessagesFolderAndMatchesNoWalk) {
-    CePropVal values[2];
-    values[0].propId = kPropTime;
-    values[0].fileTime = At(2002, 1, 1);
-    values[1].propId = kPropText;
-    values[1].text = u"folderless";
-    const CeOid id = db_.WriteRecord(0, values, 2);
+    const Oid id = Insert(db_, "time, text", std::to_string(At(2002, 1, 1)) + ", 'folderless'");
     ASSERT_NE(id, 0u);
     SmsMessage m;
     m.folder = kFolderOutbox;
@@ -253,14 +266,8 @@ TEST_F(MessageStoreTest, ADuplicateCountsOnlyInItsOwnFolder) {
 }
 
 TEST_F(MessageStoreTest, ARecordWithoutTextMatchesAnEmptyText) {
-    CePropVal values[3];
-    values[0].propId = kPropFolder;
-    values[0].ui4 = kFolderInbox;
-    values[1].propId = kPropTime;
-    values[1].fileTime = At(2002, 2, 2);
-    values[2].propId = kPropNumber;
-    values[2].text = u"5";
-    ASSERT_NE(db_.WriteRecord(0, values, 3), 0u);
+    ASSERT_NE(Insert(db_, "folder, time, number", "1, " + std::to_string(At(2002, 2, 2)) + ", '5'"),
+              0u);
     EXPECT_TRUE(FindDuplicate(db_, Make(kFolderInbox, At(2002, 2, 2), u"", u"5")));
     EXPECT_FALSE(FindDuplicate(db_, Make(kFolderInbox, At(2002, 2, 2), u"x", u"5")));
 }
@@ -288,7 +295,7 @@ TEST_F(MessageStoreTest, FindDuplicateIsAnIndexLookUpThatLeavesTheCursorAlone) {
     fill(2000, 8000);
     db_.folderFilter = kFolderInbox;
     ASSERT_TRUE(SeekFirstInFolder(db_));
-    const CeOid before = db_.currentId;
+    const Oid before = db_.currentId;
     TakeSteps(db_.Connection());
     ASSERT_TRUE(FindDuplicate(db_, probe));
     ASSERT_FALSE(FindDuplicate(db_, absent));
@@ -343,15 +350,11 @@ TEST_F(MessageStoreTest, TheSendLoopFindsTheOutboxWithoutWalkingTheHistory) {
     EXPECT_EQ(large.vm, small.vm);  // ten times the history, the same work
 }
 
-TEST_F(MessageStoreTest, AFolderWalkCountsTheOutboxRecordsItPassesAndEndsOnTheLastRecord) {
+TEST_F(MessageStoreTest, AFolderWalkCountsTheOutboxRecordsItPasses) {
     // Records without a time come after all others, in id order.
-    CePropVal folderOnly;
-    folderOnly.propId = kPropFolder;
-    folderOnly.ui4 = kFolderOutbox;
-    const CeOid timelessOutbox = db_.WriteRecord(0, &folderOnly, 1);
+    const Oid timelessOutbox = Insert(db_, "folder", "2");
     ASSERT_NE(timelessOutbox, 0u);
-    folderOnly.ui4 = kFolderDraft;
-    const CeOid timelessDraft = db_.WriteRecord(0, &folderOnly, 1);
+    const Oid timelessDraft = Insert(db_, "folder", "3");
     ASSERT_NE(timelessDraft, 0u);
     SmsMessage out1 = Make(kFolderOutbox, At(2003, 1, 1), u"out 1");
     SmsMessage draft1 = Make(kFolderDraft, At(2003, 1, 2), u"draft 1");
@@ -375,10 +378,9 @@ TEST_F(MessageStoreTest, AFolderWalkCountsTheOutboxRecordsItPassesAndEndsOnTheLa
     EXPECT_FALSE(SeekNextInFolder(db_));
     EXPECT_EQ(db_.currentId, 0u);
     EXPECT_EQ(db_.outboxSeen, 4u);
-    // The walk ended on the last record, as a walk record by record does: one step back is the
-    // record before it.
-    EXPECT_EQ(db_.Seek(CeSeek::kCurrent, 0), timelessDraft);
-    EXPECT_EQ(db_.Seek(CeSeek::kCurrent, static_cast<std::uint32_t>(-1)), timelessOutbox);
+    // A walk that ended stays ended.
+    EXPECT_FALSE(SeekNextInFolder(db_));
+    EXPECT_EQ(db_.outboxSeen, 4u);
 
     db_.folderFilter = kFolderInbox;
     ASSERT_TRUE(SeekFirstInFolder(db_));
@@ -386,7 +388,6 @@ TEST_F(MessageStoreTest, AFolderWalkCountsTheOutboxRecordsItPassesAndEndsOnTheLa
     EXPECT_EQ(db_.outboxSeen, 3u);
     EXPECT_FALSE(SeekNextInFolder(db_));
     EXPECT_EQ(db_.outboxSeen, 4u);
-    EXPECT_EQ(db_.Seek(CeSeek::kCurrent, 0), timelessDraft);
 
     db_.folderFilter = kFolderOutbox;
     std::vector<Oid> walked;
@@ -585,7 +586,7 @@ TEST_F(MessageStoreTest, WritesAreDurableAndVisibleToAnotherConnectionAtOnce) {
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open_v2(dir_.File().c_str(), &raw, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
     sqlite3_stmt* stmt = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(raw, "SELECT count(*) FROM object_databases", -1, &stmt, nullptr),
+    ASSERT_EQ(sqlite3_prepare_v2(raw, "SELECT count(*) FROM messages", -1, &stmt, nullptr),
               SQLITE_OK);
     ASSERT_EQ(sqlite3_step(stmt), SQLITE_ROW);
     EXPECT_EQ(sqlite3_column_int(stmt, 0), 1);

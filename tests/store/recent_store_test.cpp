@@ -149,12 +149,6 @@ TEST_F(RecentStoreTest, OpeningInTheOtherOrderReopens) {
     EXPECT_EQ(db_.SortProperty(), kPropRecentName);
     ASSERT_TRUE(OpenRecentStore(db_, kPropRecentLastUsed));
     EXPECT_EQ(db_.SortProperty(), kPropRecentLastUsed);
-    CeSortOrder orders[kMaxSortOrders];
-    unsigned count = 0;
-    ASSERT_TRUE(db_.GetSortOrders(orders, &count));
-    ASSERT_EQ(count, 2u);
-    EXPECT_EQ(orders[0].propId, kPropRecentLastUsed);
-    EXPECT_EQ(orders[1].propId, kPropRecentName);
 }
 
 TEST_F(RecentStoreTest, FormattingAnItem) {
