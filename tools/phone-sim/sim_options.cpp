@@ -36,6 +36,19 @@ bool ParseErrorRule(std::string_view text, ErrorRule* rule) {
     return false;
 }
 
+// "nul", "cmti", "long:N".
+bool ParseListingNoise(std::string_view text, ListingNoise* noise) {
+    *noise = {};
+    if (text == "nul") return true;
+    if (text == "cmti") {
+        noise->kind = ListingNoiseKind::kCmti;
+        return true;
+    }
+    noise->kind = ListingNoiseKind::kLongLine;
+    return text.substr(0, 5) == "long:" && ParseCount(text.substr(5), 100000, &noise->length) &&
+           noise->length > 0;
+}
+
 }  // namespace
 
 bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::string* error) {
@@ -176,6 +189,17 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
             ok = flag(&k.promptWithoutBlank);
         } else if (arg == "--unsolicited") {
             ok = text(&k.unsolicited);
+        } else if (arg == "--listing-noise") {
+            std::string_view v;
+            ok = next(&v);
+            ListingNoise noise;
+            if (ok && !ParseListingNoise(v, &noise)) {
+                *error =
+                    "option --listing-noise: expected nul, cmti or long:N (1 to 100000), got '" +
+                    std::string(v) + "'";
+                ok = false;
+            }
+            if (ok) k.listingNoise.push_back(noise);
         } else if (arg == "--baud") {
             ok = count(10000000, &options->baud);
             if (ok && options->baud != 0 && options->baud < 10) {
@@ -249,6 +273,10 @@ log; options naming CMD are repeatable):
   --no-line-end-flood CMD
                        answer CMD with 2000 bytes and no line end
   --unsolicited TEXT   send TEXT as an unsolicited line (e.g. RING) before every response
+  --listing-noise KIND put a bad line into every AT+CMGL listing, at its first message
+                       (repeatable): nul (a NUL byte in the middle of its PDU line, which
+                       makes that message unreadable), cmti (a "+CMTI:" line between its header
+                       and its PDU line), long:N (a line of N letters before its header)
   --garbage N          send N random printable bytes (never '>') before every response
   --prompt-without-blank
                        prompt with ">" instead of "> " after AT+CMGS
