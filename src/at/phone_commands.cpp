@@ -195,9 +195,10 @@ TransferError RetrieveAll(PhoneSession* session, MemoryNotify notifyMemory,
     if (phoneSelect == kErrCancelled) return kErrCancelled;
     if (phoneSelect != kErrNone) {
         // A phone without its own memory is fine when the SIM was read. When neither memory
-        // could be selected there is no count to go by either: nothing is listed.
+        // could be selected nothing was read, and the phone's answer says why (a phone that
+        // has gone away times out).
         if (simSelected) return simPart == kErrNone ? kErrNone : kErrPhoneError;
-        return kErrNone;
+        return phoneSelect;
     }
 
     // Unlike the SIM, the phone memory is listed even when its count says it is empty.

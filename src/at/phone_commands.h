@@ -43,8 +43,9 @@ TransferError DeleteMessage(PhoneSession* session, std::uint32_t index);
 
 // Lists the SIM ("SM") and then the phone memory ("ME"). The SIM is listed only when it holds
 // messages; the phone memory is listed whenever it can be selected. 0 when the SIM was read
-// (a failure on the phone memory is then not reported); otherwise the phone memory's result.
-// A cancel (5) ends it at once.
+// (a failure on the phone memory is then not reported); otherwise the phone memory's result,
+// and when neither memory can be selected, the phone memory's selection error. A cancel (5)
+// ends it at once.
 TransferError RetrieveAll(PhoneSession* session, MemoryNotify notifyMemory,
                           PerMessageCallback perMessage, void* context);
 

@@ -286,12 +286,24 @@ TEST_F(AtTest, WithoutSimThePhoneMemoryDecides) {
     EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCmsError);
 }
 
-TEST_F(AtTest, NeitherMemorySelectableListsNothing) {
+// Neither memory can be selected: nothing was read, and the phone memory's answer says why; a
+// phone that has gone away times out.
+TEST_F(AtTest, NeitherMemorySelectableGivesThePhoneMemorysError) {
     Collector collected;
     phone_.Expect("AT+CPMS=\"SM\"\r", kError);
     phone_.Expect("AT+CPMS=\"ME\"\r", kError);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrPhoneError);
     EXPECT_EQ(phone_.Writes().size(), 2u);
+    EXPECT_TRUE(collected.memories.empty());
+
+    phone_.Expect("AT+CPMS=\"SM\"\r", "\r\n+CME ERROR: 10\r\n");
+    phone_.Expect("AT+CPMS=\"ME\"\r", "\r\n+CMS ERROR: 302\r\n");
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCmsError);
+
+    phone_.Expect("AT+CPMS=\"SM\"\r", "");
+    phone_.Expect("AT+CPMS=\"ME\"\r", "");
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrTimeout);
+    EXPECT_EQ(phone_.Writes().size(), 6u);
     EXPECT_TRUE(collected.memories.empty());
 }
 

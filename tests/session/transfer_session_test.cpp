@@ -807,3 +807,22 @@ TEST_F(TransferSessionTest, SubmitsAndStatusReportsOnThePhoneAreLeftAlone) {
               1);
     EXPECT_EQ(sim.StoredIn("ME"), 3);
 }
+
+// ---- What the retrieval could not read ----
+
+// A phone that answers nothing once the set-up is over (gone, or its link dropped) has not
+// been read: the run ends with the phone memory's selection error, never with "Success".
+TEST_F(TransferSessionTest, APhoneThatGoesAwayBeforeRetrievalIsNoSuccess) {
+    for (const char* knob : {"--silent-on", "--drop-on"}) {
+        SCOPED_TRACE(knob);
+        PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                            {knob, "AT+CPMS", "--sms", "ME:+4930222222:Never fetched"});
+        ASSERT_TRUE(sim.Ok());
+        UseSim(sim);
+        FakeClock clock(1000, 2);  // the 3 s time-outs pass in a moment
+        RunLog run = RunFull();
+        EXPECT_EQ(run.result, kErrTimeout);
+        EXPECT_FALSE(run.Has(kNotifySuccess));
+        EXPECT_TRUE(Folder(kFolderInbox).empty());
+    }
+}
