@@ -62,6 +62,7 @@ struct ListingState {
     void* context;
     std::uint32_t announced;
     std::uint32_t notRead;
+    bool headerWithoutPdu;  // the last line was a header that announced no PDU
 };
 
 // The line without the blanks around it.
@@ -134,6 +135,8 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
     // Blanks around the hex digits are tolerated; everything between them must be hex.
     TrimBlanks(&line, &length);
     const bool hex = IsHexLine(line, length);
+    const bool afterHeaderWithoutPdu = state->headerWithoutPdu;
+    state->headerWithoutPdu = false;
     std::int32_t index;
     std::int32_t announced;
 
@@ -156,6 +159,7 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
         ++state->announced;
         state->index = index;
         state->pendingLength = static_cast<std::uint32_t>(announced);
+        state->headerWithoutPdu = announced == 0;
         return kErrNone;
     }
 
@@ -167,11 +171,9 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
         std::uint8_t centre = 0;
         (void)HexToBytes(reinterpret_cast<const char*>(line), 2, &centre);
         const std::uint32_t tpduLength = centre + 1u < octets ? octets - 1u - centre : octets;
-        const bool decoded = DecodeListedPdu(state, line, length, tpduLength, 0);
-        if (!decoded || CouldBeReceived(state->record)) {
-            ++state->announced;
-            ++state->notRead;
-        }
+        (void)DecodeListedPdu(state, line, length, tpduLength, 0);
+        if (!afterHeaderWithoutPdu) ++state->announced;  // that header counted it already
+        if (CouldBeReceived(state->record)) ++state->notRead;
         return kErrNone;
     }
     // Anything else is passed over. Between a header and its PDU that is an unsolicited line

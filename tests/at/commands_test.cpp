@@ -318,9 +318,11 @@ TEST_F(AtTest, SentCopiesAndReportsThatDoNotDecodeAreNotCounted) {
     phone_.Expect("AT+CMGL=4\r",
                   "\r\n" + Header(1, 7) + "0001000A91940321\r\n" +  // an SMS-SUBMIT, cut short
                       Header(2, 24) + "0006010A919403214365301151900350403011519003514000\r\n" +
-                      Header(3, 23) + kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(ListMemory(session_, 4, 3, &Collect, &collected, &outcome), 0u);
-    EXPECT_EQ(outcome.announced, 3u);
+                      // A header that announces no PDU, then a sent copy's PDU line of its own.
+                      Header(4, 0) + "0001000A919403214365000005C8329BFD06\r\n" + Header(3, 23) +
+                      kHelloPdu + "\r\n" + kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 4, &Collect, &collected, &outcome), 0u);
+    EXPECT_EQ(outcome.announced, 4u);
     EXPECT_EQ(outcome.notRead, 0u);
     ASSERT_FALSE(collected.messages.empty());
     EXPECT_EQ(collected.messages.back().storageIndex, 3u);
