@@ -709,6 +709,17 @@ TEST(PhoneModel, ListingNoisePutsBadLinesAtTheFirstListedMessage) {
     EXPECT_EQ(Send(phone, "AT+CMGL=4\r"), "\r\nOK\r\n");
 }
 
+TEST(PhoneModel, ListingNoiseCanGoWithTheMessageAtAnIndex) {
+    Knobs k = QuietKnobs();
+    k.listingNoise = {{ListingNoiseKind::kLongLine, 3, 2}};
+    PhoneModel phone(k);
+    AddDeliverHello(phone, Storage::kSim, kRecRead);
+    AddDeliverHello(phone, Storage::kSim, kRecRead);
+    const std::string expected = "\r\n+CMGL: 1,1,,23\r\n" + std::string(kDeliverHello) +
+                                 "\r\nxxx\r\n+CMGL: 2,1,,23\r\n" + kDeliverHello + "\r\n\r\nOK\r\n";
+    EXPECT_EQ(Send(phone, "AT+CMGL=4\r"), expected);
+}
+
 TEST(PhoneModel, OverlongCommandIsAnsweredErrorAndForgotten) {
     PhoneModel phone;
     EXPECT_EQ(Send(phone, "AT" + std::string(5000, 'E') + "\r"), "\r\nERROR\r\n");

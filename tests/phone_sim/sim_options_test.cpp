@@ -79,7 +79,7 @@ TEST(SimOptions, EveryOptionIsTaken) {
                        "nul",
                        "--listing-noise",
                        "cmti",
-                       "--listing-noise=long:1999"},
+                       "--listing-noise=long:1999@7"},
                       &o, &error))
         << error;
     EXPECT_EQ(o.host, "localhost");
@@ -119,6 +119,8 @@ TEST(SimOptions, EveryOptionIsTaken) {
     EXPECT_EQ(o.knobs.listingNoise[1].kind, ListingNoiseKind::kCmti);
     EXPECT_EQ(o.knobs.listingNoise[2].kind, ListingNoiseKind::kLongLine);
     EXPECT_EQ(o.knobs.listingNoise[2].length, 1999u);
+    EXPECT_EQ(o.knobs.listingNoise[0].index, 0u);
+    EXPECT_EQ(o.knobs.listingNoise[2].index, 7u);
 }
 
 TEST(SimOptions, PtyAndIpv6Listen) {
@@ -157,6 +159,9 @@ TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
         {"--listing-noise", "long"},
         {"--listing-noise", "long:0"},
         {"--listing-noise", "long:100001"},
+        {"--listing-noise", "nul@"},
+        {"--listing-noise", "nul@0"},
+        {"--listing-noise", "cmti@x"},
     };
     for (const auto& args : bad) {
         SimOptions o;

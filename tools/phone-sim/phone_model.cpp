@@ -722,8 +722,8 @@ PhoneModel::Result PhoneModel::Cmgl(std::string_view args, bool bare, bool test,
                              std::to_string(message.tpduLength);
         std::string pdu = message.pduHex;
         std::vector<std::string> between;  // lines between the header and the PDU line
-        static const std::vector<ListingNoise> kNone;
-        for (const ListingNoise& noise : first ? knobs_.listingNoise : kNone) {
+        for (const ListingNoise& noise : knobs_.listingNoise) {
+            if (noise.index != 0 ? noise.index != index : !first) continue;
             switch (noise.kind) {
                 case ListingNoiseKind::kNul:
                     if (!pdu.empty()) pdu[pdu.size() / 2] = '\0';

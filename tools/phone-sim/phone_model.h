@@ -40,8 +40,8 @@ struct ErrorRule {
     FaultReply reply;
 };
 
-// A bad line that the phone puts into its listings, at the first message of each, as a damaged
-// line or a careless phone would.
+// A bad line that the phone puts into its listings, at the first message of each (or at the
+// message with a given index), as a damaged line or a careless phone would.
 enum class ListingNoiseKind {
     kNul,       // a NUL byte in place of the middle character of the PDU line: unreadable
     kCmti,      // an unsolicited "+CMTI:" line between the header and the PDU line
@@ -50,6 +50,7 @@ enum class ListingNoiseKind {
 struct ListingNoise {
     ListingNoiseKind kind = ListingNoiseKind::kNul;
     unsigned length = 0;  // kLongLine only
+    unsigned index = 0;   // the storage index of the message it goes with; 0: the first listed
 };
 
 // Everything that shapes the phone's behaviour. Defaults make a well-behaved phone.
@@ -63,7 +64,7 @@ struct Knobs {
     std::vector<std::string> floodOn;   // commands answered with bytes that never end a line
     unsigned dropAfter = 0;             // close the connection after this many commands (0: never)
     std::string unsolicited;            // an unsolicited line sent before every response
-    std::vector<ListingNoise> listingNoise;  // bad lines in every listing, at its first message
+    std::vector<ListingNoise> listingNoise;  // bad lines in every listing
     unsigned garbage = 0;                    // random printable bytes sent before every response
     bool promptWithoutBlank = false;         // ">" instead of "> " after AT+CMGS
     bool deliverSent = true;                 // every sent message arrives back in the phone memory

@@ -36,9 +36,16 @@ bool ParseErrorRule(std::string_view text, ErrorRule* rule) {
     return false;
 }
 
-// "nul", "cmti", "long:N".
+// "nul", "cmti", "long:N", each optionally followed by "@INDEX".
 bool ParseListingNoise(std::string_view text, ListingNoise* noise) {
     *noise = {};
+    const std::size_t at = text.find('@');
+    if (at != std::string_view::npos) {
+        if (!ParseCount(text.substr(at + 1), 100000, &noise->index) || noise->index == 0) {
+            return false;
+        }
+        text = text.substr(0, at);
+    }
     if (text == "nul") return true;
     if (text == "cmti") {
         noise->kind = ListingNoiseKind::kCmti;
@@ -195,7 +202,8 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
             ListingNoise noise;
             if (ok && !ParseListingNoise(v, &noise)) {
                 *error =
-                    "option --listing-noise: expected nul, cmti or long:N (1 to 100000), got '" +
+                    "option --listing-noise: expected nul, cmti or long:N (1 to 100000), "
+                    "optionally @INDEX, got '" +
                     std::string(v) + "'";
                 ok = false;
             }
@@ -273,10 +281,12 @@ log; options naming CMD are repeatable):
   --no-line-end-flood CMD
                        answer CMD with 2000 bytes and no line end
   --unsolicited TEXT   send TEXT as an unsolicited line (e.g. RING) before every response
-  --listing-noise KIND put a bad line into every AT+CMGL listing, at its first message
-                       (repeatable): nul (a NUL byte in the middle of its PDU line, which
-                       makes that message unreadable), cmti (a "+CMTI:" line between its header
-                       and its PDU line), long:N (a line of N letters before its header)
+  --listing-noise KIND[@INDEX]
+                       put a bad line into every AT+CMGL listing, at its first message or at
+                       the message stored at INDEX (repeatable): nul (a NUL byte in the middle
+                       of its PDU line, which makes that message unreadable), cmti (a "+CMTI:"
+                       line between its header and its PDU line), long:N (a line of N letters
+                       before its header)
   --garbage N          send N random printable bytes (never '>') before every response
   --prompt-without-blank
                        prompt with ">" instead of "> " after AT+CMGS
