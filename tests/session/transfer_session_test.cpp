@@ -932,3 +932,31 @@ TEST_F(TransferSessionTest, ACutListingIsFetchedOverSeveralGetsUntilThePhoneIsEm
                     gets, cutGets);
     }
 }
+
+// A phone that goes on sending after the listing's deadline, far more than its memory can
+// hold (here a line of 100,000 bytes in the middle of the listing, at 38400 baud on a clock ten
+// times as fast), is out of step: its answers could belong to any command, so nothing more is
+// asked of it, not even the deletion of the message that did arrive. That message is stored,
+// and the one behind the noise is named.
+TEST_F(TransferSessionTest, APhoneOutOfStepAfterACutListingIsAskedNothingMore) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--baud", "38400", "--listing-noise", "long:100000@2", "--sms",
+                         "ME:+4930222221:Arrived", "--sms", "ME:+4930222222:Behind the noise"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim, /*delMsg=*/true);
+    ScaledClock clock(10);
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    // A phone memory listing that fails after a good (empty) SIM is not reported as an error.
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Count(kNotifyReceived), 1);
+    EXPECT_EQ(session.Shortfalls(),
+              (std::vector<std::u16string>{u"1 message(s) in the phone memory could not be read"}));
+    const auto log = Commands(sim.Log());
+    ASSERT_FALSE(log.empty());
+    EXPECT_EQ(log.back(), "AT+CMGL=4");  // no AT+CPMS or AT+CMGD after the listing
+    EXPECT_EQ(sim.StoredIn("ME"), 2);
+    const auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(inbox.size(), 1u);
+    EXPECT_EQ(inbox[0].text, u"Arrived");
+}
