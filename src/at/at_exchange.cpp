@@ -80,12 +80,17 @@ TransferError AtExchange(AtRequest* request, AtLineHandler lineHandler, void* ha
     if (result != kErrNone) return result;
 
     std::uint32_t timeout = request->timeoutMs != 0 ? request->timeoutMs : kAtDefaultTimeoutMs;
-    std::uint32_t deadline = GetTickCount() + timeout;
+    request->lastArrival = GetTickCount();
+    std::uint32_t deadline = request->lastArrival + timeout;
     ResetCursor(cursor, buffer, size);
 
     for (;;) {
         std::uint32_t room = CursorFreeSpace(cursor);
-        if (room < 1) return kErrInvalidParameter;
+        if (room < 1) {
+            if (!request->skipOverlongLines) return kErrInvalidParameter;
+            CursorStartDiscard(cursor);
+            room = CursorFreeSpace(cursor);
+        }
 
         std::uint32_t got = room;
         // Whatever made the read fail (a broken line, the user's cancel), the command has no
@@ -94,17 +99,22 @@ TransferError AtExchange(AtRequest* request, AtLineHandler lineHandler, void* ha
             return kErrTimeout;
         }
         if (got > 0) {
+            request->lastArrival = GetTickCount();
             CursorCommit(cursor, got);
             if (request->dataHook != nullptr &&
                 request->dataHook(request, cursor->bufferStart, cursor->filled,
                                   request->hookContext) == 0) {
                 return kErrNone;
             }
+            if (cursor->discarding && CursorEndDiscard(cursor) && lineHandler != nullptr) {
+                TransferError handled = lineHandler(request, nullptr, 0, handlerArg);
+                if (handled != kErrNone) return handled;
+            }
         }
 
         const std::uint8_t* line;
         std::uint32_t length;
-        while (CutLine(cursor, &line, &length)) {
+        while (!cursor->discarding && CutLine(cursor, &line, &length)) {
             TransferError code;
             if (ClassifyResultLine(line, length, &code) == kErrNone) return code;
             if (lineHandler != nullptr) {
@@ -120,6 +130,38 @@ TransferError AtExchange(AtRequest* request, AtLineHandler lineHandler, void* ha
 
 TransferError AtSimple(AtRequest* request) {
     return AtExchange(request, nullptr, nullptr);
+}
+
+TransferError AtAwaitFinal(AtRequest* request, std::uint32_t quietMs, std::uint32_t byteLimit) {
+    ResponseCursor* cursor = &request->cursor;
+    if (request->channel == nullptr || cursor->bufferStart == nullptr) return kErrInvalidParameter;
+    std::uint32_t passedOver = 0;
+    for (;;) {
+        // What is already in the buffer first: the final code may have come with the last read.
+        const std::uint8_t* line;
+        std::uint32_t length;
+        while (!cursor->discarding && CutLine(cursor, &line, &length)) {
+            TransferError code;
+            if (ClassifyResultLine(line, length, &code) == kErrNone) return kErrNone;
+        }
+        CompactCursor(cursor);
+        if (CursorFreeSpace(cursor) < 1) CursorStartDiscard(cursor);
+
+        std::uint32_t room = CursorFreeSpace(cursor);
+        std::uint32_t got = room;
+        TransferError read = ChannelRead(request->channel, cursor->writePos, &got);
+        if (read != kErrNone) return read;
+        if (got > room) return kErrTimeout;
+        if (got == 0) {
+            if (TickElapsed(GetTickCount(), request->lastArrival) >= quietMs) return kErrNone;
+            continue;
+        }
+        request->lastArrival = GetTickCount();
+        if (got > byteLimit - passedOver) return kErrTimeout;
+        passedOver += got;
+        CursorCommit(cursor, got);
+        if (cursor->discarding) (void)CursorEndDiscard(cursor);
+    }
 }
 
 namespace {

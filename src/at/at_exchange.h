@@ -41,6 +41,8 @@ struct AtRequest;
 using AtDataHook = int (*)(AtRequest* request, const std::uint8_t* bufferStart,
                            std::uint32_t filled, const void* hookContext);
 // Gets every line that is not a final result code; a non-zero result ends the exchange with it.
+// On a request that skips overlong lines, a null `line` (length 0) stands for a line that was too
+// long for the response buffer and was passed over once its end had arrived.
 using AtLineHandler = TransferError (*)(AtRequest* request, const std::uint8_t* line,
                                         std::uint32_t length, void* handlerArg);
 
@@ -55,6 +57,10 @@ struct AtRequest {
     void* handlerResult;  // where a line handler stores what it collects
     AtDataHook dataHook;
     const void* hookContext;
+    // A line too long for the buffer is dropped up to its end and the exchange goes on, instead
+    // of failing with 4 (used by the listing, where one bad line must not hide the rest).
+    bool skipOverlongLines;
+    std::uint32_t lastArrival;  // tick of the last bytes received (of the write, before any)
 };
 
 // Zero-fills the request and points it at the session's channel and buffer.
@@ -69,6 +75,15 @@ TransferError AtExchange(AtRequest* request, AtLineHandler lineHandler, void* ha
 
 // AtExchange without a line handler.
 TransferError AtSimple(AtRequest* request);
+
+// After an exchange that ended without its final result code (its deadline passed), the phone may
+// still be sending the rest of that response, which the next command would take for its answer.
+// Reads on with the request's cursor and passes everything over until a final result code line
+// has gone by (0), the line has been quiet for `quietMs` since the last bytes arrived (0: the
+// phone has nothing more to say), or more than `byteLimit` bytes came without one (10: the phone
+// is out of step, later answers cannot be trusted). A failed read is returned as it is (5 when
+// cancelled).
+TransferError AtAwaitFinal(AtRequest* request, std::uint32_t quietMs, std::uint32_t byteLimit);
 
 // Installs the prompt hook for `text` (which must outlive the request) and runs AtSimple. The
 // exchange ends with 0 as soon as `text` occurs anywhere in what was received for the command.

@@ -45,62 +45,140 @@ bool FormatMemoryCommand(const char* memory, char* command, std::size_t size) {
 
 // ---- AT+CMGL ----
 
+// The rest of a cut listing is waited for while at most this many bytes a message come, and as
+// long as the phone does not go quiet for this long.
+constexpr std::uint32_t kListedMessageBytes = 512;  // a header and a PDU line, with room to spare
+constexpr std::uint32_t kListingQuietMs = kAtDefaultTimeoutMs;
+// The count to go by when the phone did not give one.
+constexpr std::int32_t kUnknownListingCount = 255;
+// The centre's length octet and the shortest SMS-DELIVER TPDU: a shorter hex line is no PDU.
+constexpr std::uint32_t kShortestListedPdu = 14;
+
 struct ListingState {
     std::int32_t index;           // storage index of the last header
     std::uint32_t pendingLength;  // TPDU length it announced; 0: no PDU line expected
     PduRecord* record;            // reused for every message of the listing
     PerMessageCallback perMessage;
     void* context;
+    std::uint32_t announced;
+    std::uint32_t notRead;
+    bool headerWithoutPdu;  // the last line was a header that announced no PDU
 };
+
+// The line without the blanks around it.
+void TrimBlanks(const std::uint8_t** line, std::uint32_t* length) {
+    while (*length > 0 && IsBlank((*line)[*length - 1])) --*length;
+    while (*length > 0 && IsBlank(**line)) {
+        ++*line;
+        --*length;
+    }
+}
+
+bool IsHexLine(const std::uint8_t* line, std::uint32_t length) {
+    if (length == 0) return false;
+    for (std::uint32_t i = 0; i < length; ++i) {
+        const std::uint8_t c = line[i];
+        if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// +CMGL: <index>,<status>,[<alpha>],<length>. False for anything else (an echo, a blank line,
+// an unsolicited code, a damaged header).
+bool ParseHeader(const std::uint8_t* line, std::uint32_t length, std::int32_t* index,
+                 std::int32_t* announced) {
+    TokenCursor tokens{line, length};
+    std::int32_t status;
+    if (ExpectLiteral(&tokens, "+CMGL:") != kTokenOk || ReadNumber(&tokens, index) != kTokenOk ||
+        ExpectLiteral(&tokens, ",") != kTokenOk || ReadNumber(&tokens, &status) != kTokenOk ||
+        ExpectLiteral(&tokens, ",") != kTokenOk) {
+        return false;
+    }
+    (void)SkipQuotedString(&tokens);  // the alpha field may be empty or absent
+    return ExpectLiteral(&tokens, ",") == kTokenOk && ReadNumber(&tokens, announced) == kTokenOk;
+}
+
+// Decodes a hex PDU line into the listing's record. False when it cannot be read or decoded.
+bool DecodeListedPdu(ListingState* state, const std::uint8_t* line, std::uint32_t length,
+                     std::uint32_t tpduLength, std::uint32_t storageIndex) {
+    PduRecord* record = state->record;
+    std::memset(record, 0, sizeof *record);
+    record->tpduLength = tpduLength;
+    record->storageIndex = storageIndex;
+    // A line is at most the response buffer's size, so its octets always fit.
+    std::uint8_t octets[kResponseBufferSize / 2];
+    if (length / 2 > sizeof octets) return false;
+    if (HexToBytes(reinterpret_cast<const char*>(line), length, octets) != kErrNone) return false;
+    // The phone's announced length goes to the decoder, whatever the line holds.
+    return DecodePdu(record, octets, length / 2, tpduLength) == kErrNone;
+}
+
+// Sent copies and status reports are no messages to read: one of them that cannot be decoded
+// is not missed. What could not be told apart counts as a received message.
+bool CouldBeReceived(const PduRecord* record) {
+    return (record->firstOctet & 3) == kMtiDeliver;
+}
 
 TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32_t length, void*) {
     auto* state = static_cast<ListingState*>(request->handlerResult);
-    if (state->pendingLength == 0) {
-        // A header: +CMGL: <index>,<status>,[<alpha>],<length>. Anything else (an echo, a blank
-        // line, an unsolicited code) does not parse and is passed over.
-        TokenCursor tokens{line, length};
-        std::int32_t index;
-        std::int32_t status;
-        std::int32_t announced;
-        if (ExpectLiteral(&tokens, "+CMGL:") != kTokenOk ||
-            ReadNumber(&tokens, &index) != kTokenOk || ExpectLiteral(&tokens, ",") != kTokenOk ||
-            ReadNumber(&tokens, &status) != kTokenOk || ExpectLiteral(&tokens, ",") != kTokenOk) {
+    if (line == nullptr) {
+        // A line too long for the buffer. Where a PDU was due it is that PDU, unusable; anywhere
+        // else it is noise.
+        if (state->pendingLength != 0) {
+            state->pendingLength = 0;
+            ++state->notRead;
+        }
+        return kErrNone;
+    }
+    // Blanks around the hex digits are tolerated; everything between them must be hex.
+    TrimBlanks(&line, &length);
+    const bool hex = IsHexLine(line, length);
+    const bool afterHeaderWithoutPdu = state->headerWithoutPdu;
+    state->headerWithoutPdu = false;
+    std::int32_t index;
+    std::int32_t announced;
+
+    if (state->pendingLength != 0 && hex) {
+        // The PDU line of the announced message.
+        const std::uint32_t tpduLength = state->pendingLength;
+        state->pendingLength = 0;
+        if (!DecodeListedPdu(state, line, length, tpduLength,
+                             static_cast<std::uint32_t>(state->index))) {
+            if (CouldBeReceived(state->record)) ++state->notRead;
             return kErrNone;
         }
-        (void)SkipQuotedString(&tokens);  // the alpha field may be empty or absent
-        if (ExpectLiteral(&tokens, ",") != kTokenOk ||
-            ReadNumber(&tokens, &announced) != kTokenOk) {
-            return kErrNone;
-        }
-        state->index = index;
-        state->pendingLength = static_cast<std::uint32_t>(announced);
+        if (state->perMessage != nullptr) return state->perMessage(state->record, state->context);
         return kErrNone;
     }
 
-    // The PDU line of the announced message.
-    PduRecord* record = state->record;
-    std::memset(record, 0, sizeof *record);
-    record->tpduLength = state->pendingLength;
-    record->storageIndex = static_cast<std::uint32_t>(state->index);
-    state->pendingLength = 0;
-
-    // Blanks around the hex digits are tolerated; everything between them must be hex.
-    while (length > 0 && IsBlank(line[length - 1])) --length;
-    while (length > 0 && IsBlank(line[0])) {
-        ++line;
-        --length;
+    if (ParseHeader(line, length, &index, &announced)) {
+        // A header while a PDU was still due: that message's PDU never came.
+        if (state->pendingLength != 0) ++state->notRead;
+        ++state->announced;
+        state->index = index;
+        state->pendingLength = static_cast<std::uint32_t>(announced);
+        state->headerWithoutPdu = announced == 0;
+        return kErrNone;
     }
-    // A line is at most the response buffer's size, so its octets always fit.
-    std::uint8_t octets[kResponseBufferSize / 2];
-    if (length / 2 > sizeof octets) return kErrInvalidParameter;
-    TransferError hex = HexToBytes(reinterpret_cast<const char*>(line), length, octets);
-    if (hex != kErrNone) return kErrInvalidParameter;
 
-    // The phone's announced length goes to the decoder, whatever the line holds.
-    if (DecodePdu(record, octets, length / 2, record->tpduLength) != kErrNone) {
-        return kErrNone;  // an undecodable message is skipped
+    if (state->pendingLength == 0 && hex && length >= 2 * kShortestListedPdu) {
+        // A PDU line without a header that could be read (or after one announcing no PDU): a
+        // message listed but not read. Its type decides whether it is missed; the phone lists
+        // the centre part, so the TPDU is what follows it.
+        const std::uint32_t octets = length / 2;
+        std::uint8_t centre = 0;
+        (void)HexToBytes(reinterpret_cast<const char*>(line), 2, &centre);
+        const std::uint32_t tpduLength = centre + 1u < octets ? octets - 1u - centre : octets;
+        (void)DecodeListedPdu(state, line, length, tpduLength, 0);
+        if (!afterHeaderWithoutPdu) ++state->announced;  // that header counted it already
+        if (CouldBeReceived(state->record)) ++state->notRead;
+        return kErrNone;
     }
-    if (state->perMessage != nullptr) return state->perMessage(record, state->context);
+    // Anything else is passed over. Between a header and its PDU that is an unsolicited line
+    // ("+CMTI:", "RING") or a damaged PDU line: the PDU may still follow, and if a header or the
+    // end comes first, the message is counted as not read.
     return kErrNone;
 }
 
@@ -146,8 +224,11 @@ TransferError SelectMemoryOnly(PhoneSession* session, const char* memory) {
     return AtSimple(&request);
 }
 
-TransferError ListMessages(PhoneSession* session, std::uint32_t status,
-                           PerMessageCallback perMessage, void* context) {
+TransferError ListMemory(PhoneSession* session, std::uint32_t status, std::int32_t expected,
+                         PerMessageCallback perMessage, void* context, ListingOutcome* outcome) {
+    ListingOutcome unused{};
+    if (outcome == nullptr) outcome = &unused;
+    *outcome = {};
     char command[kCommandSize];
     std::snprintf(command, sizeof command, "AT+CMGL=%u\r", status);
     // One record for the whole listing, allocated before the command so that nothing is
@@ -160,9 +241,31 @@ TransferError ListMessages(PhoneSession* session, std::uint32_t status,
     AtRequest request;
     InitAtRequest(&request, session, command, kAtListTimeoutMs);
     request.handlerResult = &state;
+    request.skipOverlongLines = true;
     TransferError result = AtExchange(&request, &CmglLine, nullptr);
     FreePduRecord(state.record);
+    if (state.pendingLength != 0) ++state.notRead;  // the listing ended before that PDU came
+
+    if (result == kErrTimeout) {
+        // Cut by the deadline, or the line broke. Whatever the phone still sends of the listing
+        // is passed over; bounded by what the memory can still hold and by a quiet line.
+        const std::int32_t count = expected >= 0 ? expected : kUnknownListingCount;
+        const std::uint32_t left = static_cast<std::uint32_t>(count) > state.announced
+                                       ? static_cast<std::uint32_t>(count) - state.announced
+                                       : 0;
+        const TransferError rest =
+            AtAwaitFinal(&request, kListingQuietMs, (left + 1) * kListedMessageBytes);
+        if (rest == kErrCancelled) result = kErrCancelled;
+        outcome->outOfStep = rest == kErrTimeout;
+    }
+    outcome->announced = state.announced;
+    outcome->notRead = state.notRead;
     return result;
+}
+
+TransferError ListMessages(PhoneSession* session, std::uint32_t status,
+                           PerMessageCallback perMessage, void* context) {
+    return ListMemory(session, status, -1, perMessage, context, nullptr);
 }
 
 TransferError DeleteMessage(PhoneSession* session, std::uint32_t index) {
@@ -173,17 +276,40 @@ TransferError DeleteMessage(PhoneSession* session, std::uint32_t index) {
     return AtSimple(&request);
 }
 
+namespace {
+
+// The messages of one memory that a listing did not read: those it could not read, and when it
+// ended without its "OK", those the memory's count said were there but never came.
+std::uint32_t NotRead(const ListingOutcome& outcome, TransferError result, std::int32_t used) {
+    std::uint32_t missing = 0;
+    if (result != kErrNone && used > 0 && static_cast<std::uint32_t>(used) > outcome.announced) {
+        missing = static_cast<std::uint32_t>(used) - outcome.announced;
+    }
+    return outcome.notRead + missing;
+}
+
+}  // namespace
+
 TransferError RetrieveAll(PhoneSession* session, MemoryNotify notifyMemory,
-                          PerMessageCallback perMessage, void* context) {
+                          PerMessageCallback perMessage, void* context, RetrieveCounts* counts) {
+    RetrieveCounts unused{};
+    if (counts == nullptr) counts = &unused;
+    *counts = {};
     std::int32_t used = -1;
     std::int32_t total = -1;
+    ListingOutcome listing{};
     TransferError simPart;
     bool simSelected = SelectMemory(session, "SM", &used, &total) == kErrNone;
     if (simSelected) {
         if (notifyMemory != nullptr) notifyMemory(u"SM", context);
         if (used > 0) {
-            simPart = ListMessages(session, kListAllMessages, perMessage, context);
+            simPart = ListMemory(session, kListAllMessages, used, perMessage, context, &listing);
             if (simPart == kErrCancelled) return kErrCancelled;
+            counts->simNotRead = NotRead(listing, simPart, used);
+            if (listing.outOfStep) {
+                counts->outOfStep = true;
+                return simPart;
+            }
         } else {
             simPart = kErrNone;  // an empty SIM is read
         }
@@ -195,15 +321,19 @@ TransferError RetrieveAll(PhoneSession* session, MemoryNotify notifyMemory,
     if (phoneSelect == kErrCancelled) return kErrCancelled;
     if (phoneSelect != kErrNone) {
         // A phone without its own memory is fine when the SIM was read. When neither memory
-        // could be selected there is no count to go by either: nothing is listed.
+        // could be selected nothing was read, and the phone's answer says why (a phone that
+        // has gone away times out).
         if (simSelected) return simPart == kErrNone ? kErrNone : kErrPhoneError;
-        return kErrNone;
+        return phoneSelect;
     }
 
     // Unlike the SIM, the phone memory is listed even when its count says it is empty.
     if (notifyMemory != nullptr) notifyMemory(u"ME", context);
-    TransferError phonePart = ListMessages(session, kListAllMessages, perMessage, context);
+    TransferError phonePart =
+        ListMemory(session, kListAllMessages, used, perMessage, context, &listing);
     if (phonePart == kErrCancelled) return kErrCancelled;
+    counts->phoneNotRead = NotRead(listing, phonePart, used);
+    counts->outOfStep = listing.outOfStep;
     return simPart == kErrNone ? kErrNone : phonePart;
 }
 

@@ -32,21 +32,48 @@ using MemoryNotify = void (*)(const char16_t* memory, void* context);
 
 constexpr std::uint32_t kListAllMessages = 4;  // AT+CMGL status: every message, in PDU mode
 
-// "AT+CMGL=<status>\r" with the 20 s time-out. Headers that do not parse and PDUs that do not
-// decode are skipped; a PDU line with an odd number of hex digits (or a non-hex character) ends
-// the listing with 4.
+// What one listing showed and what of it could not be read.
+struct ListingOutcome {
+    std::uint32_t announced;  // messages listed: headers, and PDU lines whose header was unreadable
+    std::uint32_t notRead;    // of these, messages whose PDU line could not be read or decoded
+                              // (those that decoded as sent copies or status reports not counted)
+    bool outOfStep;  // cut by its deadline, and the rest was still coming when the wait ended
+};
+
+// "AT+CMGL=<status>\r" with the 20 s time-out. A line that cannot be read is passed over and the
+// listing goes on: a header that does not parse, an unsolicited line (even between a header and
+// its PDU), a line too long for the response buffer. A header whose PDU line is unusable (not hex,
+// an odd number of digits, too long, missing, or not decodable) counts as a message not read.
+// When the listing is cut by its deadline the phone may still be sending the rest: it is read and
+// passed over up to its final result code (AtAwaitFinal, at most about `expected` messages' worth;
+// -1 when not known), so that the next command gets its own answer.
+TransferError ListMemory(PhoneSession* session, std::uint32_t status, std::int32_t expected,
+                         PerMessageCallback perMessage, void* context, ListingOutcome* outcome);
+// ListMemory without a known count and without the outcome.
 TransferError ListMessages(PhoneSession* session, std::uint32_t status,
                            PerMessageCallback perMessage, void* context);
 
 // "AT+CMGD=<index>\r".
 TransferError DeleteMessage(PhoneSession* session, std::uint32_t index);
 
+// Messages of each memory that a retrieval could not read. Zero-fill to initialise.
+struct RetrieveCounts {
+    std::uint32_t simNotRead;
+    std::uint32_t phoneNotRead;
+    bool outOfStep;  // a cut listing's rest did not end: later answers cannot be trusted, and
+                     // nothing may be deleted
+};
+
 // Lists the SIM ("SM") and then the phone memory ("ME"). The SIM is listed only when it holds
 // messages; the phone memory is listed whenever it can be selected. 0 when the SIM was read
-// (a failure on the phone memory is then not reported); otherwise the phone memory's result.
-// A cancel (5) ends it at once.
+// (a failure on the phone memory is then not reported); otherwise the phone memory's result,
+// and when neither memory can be selected, the phone memory's selection error. A cancel (5)
+// ends it at once. A listing that is out of step ends it with that listing's result.
+// `counts` (may be null) gets, per memory, the messages not read: those whose PDU could not be
+// read or decoded, and when the listing ended without its "OK", those its "+CPMS:" count said
+// were there but never came.
 TransferError RetrieveAll(PhoneSession* session, MemoryNotify notifyMemory,
-                          PerMessageCallback perMessage, void* context);
+                          PerMessageCallback perMessage, void* context, RetrieveCounts* counts);
 
 constexpr std::uint32_t kMaxDialLength = 90;
 // "ATD<number>;\r" (a voice call); each UTF-16 unit is sent as its low byte. 4 for a number

@@ -27,6 +27,7 @@ void ResetCursor(ResponseCursor* cursor, std::uint8_t* buffer, std::uint32_t siz
     cursor->parsePos = buffer;
     cursor->unparsed = 0;
     cursor->lineStart = nullptr;
+    cursor->discarding = false;
 }
 
 std::uint32_t CursorFreeSpace(const ResponseCursor* cursor) {
@@ -86,6 +87,53 @@ void CompactCursor(ResponseCursor* cursor) {
     if (cursor->lineStart != nullptr) cursor->lineStart -= distance;
     cursor->writePos -= distance;
     cursor->filled -= distance;
+}
+
+namespace {
+
+// Empties the buffer but for a CR at the end of what it held, which may be the first half of the
+// line end that a discarded line is waiting for.
+void DropAllButTrailingCr(ResponseCursor* cursor) {
+    const bool trailingCr = cursor->unparsed > 0 && cursor->parsePos[cursor->unparsed - 1] == '\r';
+    std::uint8_t* start = cursor->bufferStart;
+    std::uint32_t kept = 0;
+    if (trailingCr) start[kept++] = '\r';
+    cursor->parsePos = start;
+    cursor->lineStart = start;  // a line is under way: no leading CR LF is skipped any more
+    cursor->writePos = start + kept;
+    cursor->filled = kept;
+    cursor->unparsed = kept;
+}
+
+}  // namespace
+
+void CursorStartDiscard(ResponseCursor* cursor) {
+    CompactCursor(cursor);
+    DropAllButTrailingCr(cursor);
+    cursor->discarding = true;
+}
+
+bool CursorEndDiscard(ResponseCursor* cursor) {
+    if (!cursor->discarding) return false;
+    const std::uint8_t* p = cursor->parsePos;
+    const std::uint8_t* end = p + cursor->unparsed;
+    for (const std::uint8_t* q = p; q + 1 < end; ++q) {
+        if (q[0] == '\r' && q[1] == '\n') {
+            const std::uint8_t* next = q + 2;
+            const auto rest = static_cast<std::uint32_t>(end - next);
+            std::uint8_t* start = cursor->bufferStart;
+            if (rest > 0) std::memmove(start, next, rest);
+            cursor->parsePos = start;
+            cursor->lineStart = start;
+            cursor->writePos = start + rest;
+            cursor->filled = rest;
+            cursor->unparsed = rest;
+            cursor->discarding = false;
+            return true;
+        }
+    }
+    DropAllButTrailingCr(cursor);
+    return false;
 }
 
 TransferError DrainInput(PhoneChannel* channel, std::uint8_t* buffer, std::uint32_t size) {

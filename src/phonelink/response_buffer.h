@@ -35,6 +35,7 @@ struct ResponseCursor {
     std::uint8_t* parsePos;   // first byte not yet cut into a line
     std::uint32_t unparsed;   // bytes from parsePos to writePos
     std::uint8_t* lineStart;  // start of the line being assembled; null before the first line
+    bool discarding;  // the line being received did not fit: its bytes are dropped up to its CR LF
 };
 
 // Starts a new response: everything empty, no line started.
@@ -54,6 +55,16 @@ bool CutLine(ResponseCursor* cursor, const std::uint8_t** line, std::uint32_t* l
 
 // Moves the unparsed tail to the buffer start once the complete lines of a read are handled.
 void CompactCursor(ResponseCursor* cursor);
+
+// For a full buffer that holds no complete line: the line being assembled can never fit, so it is
+// dropped, and so are its further bytes as they arrive (CursorEndDiscard), up to its CR LF. A CR
+// at the end is kept, as it may be the first half of that CR LF. The buffer has room afterwards.
+void CursorStartDiscard(ResponseCursor* cursor);
+
+// While discarding, after bytes were committed: drops them up to and including the first CR LF.
+// True when it was found: the overlong line is over, and what follows it is cut into lines as
+// usual. False when everything was dropped (but a CR at the end) and the line goes on.
+bool CursorEndDiscard(ResponseCursor* cursor);
 
 // Reads and discards stale input before a command is written: stops at the first empty read
 // after kDrainQuietMs, and after kDrainLimitMs at the latest. A read error is returned as is.

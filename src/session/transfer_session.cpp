@@ -44,6 +44,8 @@ constexpr std::size_t kOutcomeLimit = 4000;
 constexpr std::uint32_t kLockRetryMs = 100;
 
 constexpr std::uint32_t kStringNotStored = 3158;        // "%d message(s) could not be stored: %s"
+constexpr std::uint32_t kStringSimNotRead = 3159;       // "%d message(s) in the SIM could not ..."
+constexpr std::uint32_t kStringPhoneNotRead = 3160;     // "%d message(s) in the phone memory ..."
 constexpr std::uint32_t kStringMayHaveBeenSent = 3161;  // "Not sent, it may have been sent ..."
 constexpr std::uint32_t kStringNotEncodable = 3162;     // "Not sent, the number cannot be used: %s"
 constexpr std::uint32_t kStringSentNotMoved = 3163;     // "The message to %s was sent, but ..."
@@ -357,16 +359,33 @@ void TransferSession::Run() {
         }
         RetrieveContext ctx{
             this, &store, settings.deleteAfterRetrieve ? &res.deletions : nullptr, 0, {}};
-        const TransferError err = RetrieveAll(res.phone, &NoteMemory, &StoreRetrieved, &ctx);
+        RetrieveCounts counts{};
+        const TransferError err =
+            RetrieveAll(res.phone, &NoteMemory, &StoreRetrieved, &ctx, &counts);
         if (ctx.notStored != 0) {
             AddShortfall(Outcome(kStringNotStored, static_cast<int>(ctx.notStored),
                                  Utf8ToUtf16(ctx.whyNotStored).c_str()));
+        }
+        // Messages left unread because the person stopped the run are no shortfall to report.
+        const bool cancelled = err == kErrCancelled || IsCancelled();
+        if (!cancelled && counts.simNotRead != 0) {
+            AddShortfall(Outcome(kStringSimNotRead, static_cast<int>(counts.simNotRead)));
+        }
+        if (!cancelled && counts.phoneNotRead != 0) {
+            AddShortfall(Outcome(kStringPhoneNotRead, static_cast<int>(counts.phoneNotRead)));
+        }
+        // What arrived whole is here now, so it goes from the phone even when a listing was cut
+        // or failed: otherwise the next transfer would fetch the same messages and never the
+        // rest. Not when the retrieval was cancelled (a cancel that came later stops the first
+        // deletion), and not when a listing's rest never ended: the phone's answers could then
+        // belong to other commands.
+        if (settings.deleteAfterRetrieve && err != kErrCancelled && !counts.outOfStep) {
+            DeleteCollected(res.phone, &res.deletions);
         }
         if (err != kErrNone) {
             result_ = err;
             return;
         }
-        if (settings.deleteAfterRetrieve) DeleteCollected(res.phone, &res.deletions);
     }
     // A cancel that interrupted the listing or the deletions reaches the engine as a time-out,
     // which a phone memory listed after a good SIM does not report: the run still ends as

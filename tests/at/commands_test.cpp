@@ -174,21 +174,27 @@ TEST_F(AtTest, PduLineLongerThanAnnouncedIsDecodedWithTheAnnouncedLength) {
 
 TEST_F(AtTest, UndecodablePduIsSkippedAndTheListingGoesOn) {
     Collector collected;
-    // 25 octets announced as 23: the service-centre length octet does not match; skipped.
+    ListingOutcome outcome{};
+    // 25 octets announced as 23: the service-centre length octet does not match; skipped, and
+    // counted as not read.
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(3, 23) + kHelloPdu + "00\r\n" + Header(4, 23) +
                                      kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(ListMessages(session_, 4, &Collect, &collected), 0u);
+    EXPECT_EQ(ListMemory(session_, 4, 2, &Collect, &collected, &outcome), 0u);
     ASSERT_EQ(collected.messages.size(), 1u);
     EXPECT_EQ(collected.messages[0].storageIndex, 4u);
+    EXPECT_EQ(outcome.notRead, 1u);
 }
 
 TEST_F(AtTest, AnnouncedLengthZeroLeavesNoPduExpected) {
     Collector collected;
+    ListingOutcome outcome{};
+    // The PDU line that follows is no header and is passed over: a message not read.
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 0) + kHelloPdu + "\r\n" + Header(2, 23) +
                                      kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(ListMessages(session_, 4, &Collect, &collected), 0u);
+    EXPECT_EQ(ListMemory(session_, 4, 2, &Collect, &collected, &outcome), 0u);
     ASSERT_EQ(collected.messages.size(), 1u);
     EXPECT_EQ(collected.messages[0].storageIndex, 2u);
+    EXPECT_EQ(outcome.notRead, 1u);
 }
 
 TEST_F(AtTest, EchoesBlankAndUnknownLinesPassTheListing) {
@@ -201,15 +207,22 @@ TEST_F(AtTest, EchoesBlankAndUnknownLinesPassTheListing) {
     EXPECT_EQ(phone_.Writes(), (Commands{"AT+CMGL=4\r"}));
 }
 
-TEST_F(AtTest, OddOrBadHexEndsTheListingWith4) {
+// A PDU line that cannot be read costs that message, never the rest of the listing.
+TEST_F(AtTest, UnreadablePduLinesAreCountedAndTheListingGoesOn) {
     Collector collected;
-    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu.substr(1) + "\r\n" +
-                                     Header(2, 23) + kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(ListMessages(session_, 4, &Collect, &collected), kErrInvalidParameter);
-    EXPECT_TRUE(collected.messages.empty());
-    phone_.Expect("AT+CMGL=4\r",
-                  "\r\n" + Header(1, 23) + "00-4" + kHelloPdu.substr(4) + "\r\n" + kOk);
-    EXPECT_EQ(ListMessages(session_, 4, &Collect, &collected), kErrInvalidParameter);
+    ListingOutcome outcome{};
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu.substr(1) + "\r\n" +  // odd
+                                     Header(2, 23) + "00-4" + kHelloPdu.substr(4) + "\r\n" +
+                                     Header(3, 23) + kHelloPdu.substr(0, 20) +
+                                     std::string(1, '\0') + kHelloPdu.substr(21) +
+                                     "\r\n" +  // a NUL byte
+                                     Header(4, 18) + kHiPdu + "\r\n" + kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 4, &Collect, &collected, &outcome), 0u);
+    ASSERT_EQ(collected.messages.size(), 1u);
+    EXPECT_EQ(collected.messages[0].storageIndex, 4u);
+    EXPECT_EQ(outcome.announced, 4u);
+    EXPECT_EQ(outcome.notRead, 3u);
+    EXPECT_FALSE(outcome.outOfStep);
 }
 
 TEST_F(AtTest, CallbackResultEndsTheListing) {
@@ -231,6 +244,90 @@ TEST_F(AtTest, ListingWaitsTwentySeconds) {
     EXPECT_EQ(ListMessages(session_, 4, nullptr, nullptr), 0u);
 }
 
+// ---- lines a listing cannot read ----
+
+TEST_F(AtTest, UnsolicitedAndBlankLinesBetweenAHeaderAndItsPduArePassedOver) {
+    Collector collected;
+    ListingOutcome outcome{};
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + "+CMTI: \"SM\",5\r\n" + kHelloPdu +
+                                     "\r\n" + Header(2, 18) + "RING\r\n\r\n" + kHiPdu + "\r\n" +
+                                     kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 2, &Collect, &collected, &outcome), 0u);
+    ASSERT_EQ(collected.messages.size(), 2u);
+    EXPECT_EQ(collected.messages[0].septets, "Hello");
+    EXPECT_EQ(collected.messages[1].storageIndex, 2u);
+    EXPECT_EQ(collected.messages[1].septets, "Hi");
+    EXPECT_EQ(outcome.announced, 2u);
+    EXPECT_EQ(outcome.notRead, 0u);
+}
+
+// A NUL byte that spoils a header leaves its PDU line without one: that message is not read,
+// and counted; a NUL line of its own is noise.
+TEST_F(AtTest, ANulByteInAHeaderCostsOnlyThatMessage) {
+    Collector collected;
+    ListingOutcome outcome{};
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + std::string("+CMGL: 1\0,1,,23\r\n", 17) + kHelloPdu +
+                                     "\r\n" + std::string("\0\r\n", 3) + Header(2, 18) + kHiPdu +
+                                     "\r\n" + kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 2, &Collect, &collected, &outcome), 0u);
+    ASSERT_EQ(collected.messages.size(), 1u);
+    EXPECT_EQ(collected.messages[0].storageIndex, 2u);
+    EXPECT_EQ(outcome.announced, 2u);
+    EXPECT_EQ(outcome.notRead, 1u);
+}
+
+// Lines longer than the response buffer (2000 bytes): in place of a PDU that message is not
+// read; between messages they are noise. Either way the listing goes on.
+TEST_F(AtTest, OverlongLinesInAListingArePassedOver) {
+    Collector collected;
+    ListingOutcome outcome{};
+    phone_.Expect("AT+CMGL=4\r",
+                  "\r\n" + Header(1, 23) + std::string(1999, 'Z') + "\r\n" +  // overlong PDU
+                      Header(2, 23) + kHelloPdu + "\r\n" +                    //
+                      std::string(1999, 'x') + "\r\n" +                       // overlong noise
+                      Header(3, 18) + kHiPdu + "\r\n" +                       //
+                      Header(4, 23) + std::string(2500, '0') + "\r\n" +       // over 2000, hex
+                      Header(5, 23) + std::string(1998, 'G') + "\r\n" +       // fits, not hex
+                      Header(6, 23) + kHelloPdu + "\r\n" + kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 6, &Collect, &collected, &outcome), 0u);
+    ASSERT_EQ(collected.messages.size(), 3u);
+    EXPECT_EQ(collected.messages[0].storageIndex, 2u);
+    EXPECT_EQ(collected.messages[1].storageIndex, 3u);
+    EXPECT_EQ(collected.messages[2].storageIndex, 6u);
+    EXPECT_EQ(outcome.announced, 6u);
+    EXPECT_EQ(outcome.notRead, 3u);  // 1, 4 and 5
+}
+
+TEST_F(AtTest, AHeaderWhosePduNeverComesIsCounted) {
+    Collector collected;
+    ListingOutcome outcome{};
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + Header(2, 23) + kHelloPdu + "\r\n" +
+                                     Header(3, 23) + kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 3, &Collect, &collected, &outcome), 0u);
+    ASSERT_EQ(collected.messages.size(), 1u);
+    EXPECT_EQ(collected.messages[0].storageIndex, 2u);
+    EXPECT_EQ(outcome.announced, 3u);
+    EXPECT_EQ(outcome.notRead, 2u);
+}
+
+// Only received messages are missed: a sent copy or a status report that does not decode is
+// passed over as one that does.
+TEST_F(AtTest, SentCopiesAndReportsThatDoNotDecodeAreNotCounted) {
+    Collector collected;
+    ListingOutcome outcome{};
+    phone_.Expect("AT+CMGL=4\r",
+                  "\r\n" + Header(1, 7) + "0001000A91940321\r\n" +  // an SMS-SUBMIT, cut short
+                      Header(2, 24) + "0006010A919403214365301151900350403011519003514000\r\n" +
+                      // A header that announces no PDU, then a sent copy's PDU line of its own.
+                      Header(4, 0) + "0001000A919403214365000005C8329BFD06\r\n" + Header(3, 23) +
+                      kHelloPdu + "\r\n" + kOk);
+    EXPECT_EQ(ListMemory(session_, 4, 4, &Collect, &collected, &outcome), 0u);
+    EXPECT_EQ(outcome.announced, 4u);
+    EXPECT_EQ(outcome.notRead, 0u);
+    ASSERT_FALSE(collected.messages.empty());
+    EXPECT_EQ(collected.messages.back().storageIndex, 3u);
+}
+
 // ---- retrieval ----
 
 TEST_F(AtTest, EmptySimIsNotListedEmptyPhoneMemoryIs) {
@@ -238,7 +335,7 @@ TEST_F(AtTest, EmptySimIsNotListedEmptyPhoneMemoryIs) {
     phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(0, 20));
     phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(0, 100));
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(9, 23) + kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), 0u);
     EXPECT_EQ(phone_.Writes(), (Commands{"AT+CPMS=\"SM\"\r", "AT+CPMS=\"ME\"\r", "AT+CMGL=4\r"}));
     EXPECT_EQ(collected.memories, (std::vector<std::u16string>{u"SM", u"ME"}));
     ASSERT_EQ(collected.messages.size(), 1u);  // the "empty" phone memory held one
@@ -249,7 +346,7 @@ TEST_F(AtTest, PhoneWithoutMeMemorySucceedsWhenTheSimWasRead) {
     phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(1, 20));
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu + "\r\n" + kOk);
     phone_.Expect("AT+CPMS=\"ME\"\r", kError);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), 0u);
     EXPECT_EQ(collected.memories, (std::vector<std::u16string>{u"SM"}));
     EXPECT_EQ(collected.messages.size(), 1u);
     EXPECT_EQ(phone_.PendingExpectations(), 0u);
@@ -260,7 +357,7 @@ TEST_F(AtTest, FailedSimListingWithoutMeMemoryIsAnError) {
     phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(2, 20));
     phone_.Expect("AT+CMGL=4\r", "\r\n+CMS ERROR: 321\r\n");
     phone_.Expect("AT+CPMS=\"ME\"\r", kError);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrPhoneError);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrPhoneError);
 }
 
 TEST_F(AtTest, PhoneMemoryFailureIsNotReportedWhenTheSimWasRead) {
@@ -268,7 +365,7 @@ TEST_F(AtTest, PhoneMemoryFailureIsNotReportedWhenTheSimWasRead) {
     phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(0, 20));
     phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(3, 100));
     phone_.Expect("AT+CMGL=4\r", kError);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), 0u);
 }
 
 TEST_F(AtTest, WithoutSimThePhoneMemoryDecides) {
@@ -276,22 +373,34 @@ TEST_F(AtTest, WithoutSimThePhoneMemoryDecides) {
     phone_.Expect("AT+CPMS=\"SM\"\r", "\r\n+CME ERROR: 10\r\n");
     phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(1, 100));
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(4, 23) + kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), 0u);
     EXPECT_EQ(collected.memories, (std::vector<std::u16string>{u"ME"}));
     EXPECT_EQ(collected.messages.size(), 1u);
 
     phone_.Expect("AT+CPMS=\"SM\"\r", kError);
     phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(1, 100));
     phone_.Expect("AT+CMGL=4\r", "\r\n+CMS ERROR: 500\r\n");
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCmsError);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrCmsError);
 }
 
-TEST_F(AtTest, NeitherMemorySelectableListsNothing) {
+// Neither memory can be selected: nothing was read, and the phone memory's answer says why; a
+// phone that has gone away times out.
+TEST_F(AtTest, NeitherMemorySelectableGivesThePhoneMemorysError) {
     Collector collected;
     phone_.Expect("AT+CPMS=\"SM\"\r", kError);
     phone_.Expect("AT+CPMS=\"ME\"\r", kError);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrPhoneError);
     EXPECT_EQ(phone_.Writes().size(), 2u);
+    EXPECT_TRUE(collected.memories.empty());
+
+    phone_.Expect("AT+CPMS=\"SM\"\r", "\r\n+CME ERROR: 10\r\n");
+    phone_.Expect("AT+CPMS=\"ME\"\r", "\r\n+CMS ERROR: 302\r\n");
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrCmsError);
+
+    phone_.Expect("AT+CPMS=\"SM\"\r", "");
+    phone_.Expect("AT+CPMS=\"ME\"\r", "");
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrTimeout);
+    EXPECT_EQ(phone_.Writes().size(), 6u);
     EXPECT_TRUE(collected.memories.empty());
 }
 
@@ -302,7 +411,7 @@ TEST_F(AtTest, CancelFromTheCallbackStopsRetrievalAtOnce) {
     phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(2, 20));
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu + "\r\n" + Header(2, 23) +
                                      kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCancelled);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrCancelled);
     EXPECT_EQ(phone_.Writes(), (Commands{"AT+CPMS=\"SM\"\r", "AT+CMGL=4\r"}));
 }
 
@@ -313,7 +422,7 @@ TEST_F(AtTest, CancelDuringThePhoneMemoryListingIsReportedEvenAfterAGoodSim) {
     phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(0, 20));
     phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(1, 100));
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(4, 23) + kHelloPdu + "\r\n" + kOk);
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCancelled);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrCancelled);
 }
 
 TEST_F(AtTest, CancelWhileListingStopsRetrievalBeforeTheNextCommand) {
@@ -325,9 +434,109 @@ TEST_F(AtTest, CancelWhileListingStopsRetrievalBeforeTheNextCommand) {
     phone_.OnWrite([&cancel](const std::string& command) {
         if (command == "AT+CMGL=4\r") cancel.raised = true;
     });
-    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), kErrCancelled);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), kErrCancelled);
     EXPECT_EQ(phone_.Writes(), (Commands{"AT+CPMS=\"SM\"\r", "AT+CMGL=4\r"}));
     EXPECT_LT(SinceWrite(1), 1000u);  // not the 20 s of the listing
+}
+
+// ---- listings that end early ----
+
+// A listing that ends without its "OK" misses what the memory's count said it holds and never
+// came, besides what it could not read.
+TEST_F(AtTest, MessagesNotReadAreCountedPerMemory) {
+    Collector collected;
+    RetrieveCounts counts{};
+    phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(5, 30));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu + "\r\n" + Header(2, 18) +
+                                     kHiPdu + "\r\n\r\n+CMS ERROR: 500\r\n");
+    phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(3, 100));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(4, 23) + kHelloPdu + "\r\n");  // then silence
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, &counts), kErrTimeout);
+    EXPECT_EQ(collected.messages.size(), 3u);
+    EXPECT_EQ(counts.simNotRead, 3u);
+    EXPECT_EQ(counts.phoneNotRead, 2u);
+    EXPECT_FALSE(counts.outOfStep);
+
+    // A listing that ends with its "OK" is not held to the count; what it could not read is.
+    phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(0, 30));
+    phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(4, 100));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(4, 23) + kHelloPdu + "\r\n" + Header(5, 23) +
+                                     kHelloPdu.substr(1) + "\r\n" + kOk);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, &counts), 0u);
+    EXPECT_EQ(counts.simNotRead, 0u);
+    EXPECT_EQ(counts.phoneNotRead, 1u);
+}
+
+// A listing cut by its 20 s deadline while the phone still sends: the rest is passed over up to
+// its "OK", and only then is the phone memory selected, so that its answer is its own.
+TEST_F(AtTest, ACutListingIsFollowedByTheNextCommandInStep) {
+    Collector collected;
+    RetrieveCounts counts{};
+    phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(4, 30));
+    phone_.Expect("AT+CMGL=4\r",
+                  "\r\n" + Header(1, 23) + kHelloPdu + "\r\n" + Header(2, 18) + kHiPdu + "\r\n");
+    phone_.ExpectMore(Header(3, 23) + kHelloPdu + "\r\n", 19000);
+    phone_.ExpectMore(Header(4, 23) + kHelloPdu + "\r\n", 21000);  // after the deadline
+    phone_.ExpectMore("RING\r\n", 23000);
+    phone_.ExpectMore(kOk, 25000);
+    phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(1, 100));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(7, 23) + kHelloPdu + "\r\n" + kOk);
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, &counts), 0u);
+    EXPECT_EQ(phone_.Writes(),
+              (Commands{"AT+CPMS=\"SM\"\r", "AT+CMGL=4\r", "AT+CPMS=\"ME\"\r", "AT+CMGL=4\r"}));
+    EXPECT_GE(phone_.WriteTicks().at(2) - phone_.WriteTicks().at(1), 25000u);
+    std::vector<std::uint32_t> indices;
+    for (const Listed& m : collected.messages) indices.push_back(m.storageIndex);
+    EXPECT_EQ(indices, (std::vector<std::uint32_t>{1, 2, 3, 7}));
+    EXPECT_EQ(counts.simNotRead, 1u);  // message 4 came after the deadline
+    EXPECT_EQ(counts.phoneNotRead, 0u);
+    EXPECT_FALSE(counts.outOfStep);
+}
+
+// A phone that keeps sending after the deadline, more than its memory can hold: it is out of
+// step, so nothing more is asked of it.
+TEST_F(AtTest, APhoneThatKeepsSendingAfterACutListingIsOutOfStep) {
+    Collector collected;
+    RetrieveCounts counts{};
+    phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(3, 30));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu + "\r\n");
+    phone_.OnWrite([this](const std::string& command) {
+        if (command == "AT+CMGL=4\r") phone_.SetChatter("RING\r\n");
+    });
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, &counts), kErrTimeout);
+    EXPECT_EQ(phone_.Writes(), (Commands{"AT+CPMS=\"SM\"\r", "AT+CMGL=4\r"}));
+    EXPECT_TRUE(counts.outOfStep);
+    EXPECT_EQ(counts.simNotRead, 2u);
+    EXPECT_EQ(collected.messages.size(), 1u);
+    EXPECT_LT(SinceWrite(1), kAtListTimeoutMs + 3000);
+}
+
+struct CancelAt {
+    FakeClock* clock;
+    std::uint32_t at = 0;  // 0: not yet
+};
+
+TransferError CancelOnceDue(PhoneChannel*, void* context) {
+    auto* c = static_cast<CancelAt*>(context);
+    return c->at != 0 && TickPassed(c->clock->Now(), c->at) ? kErrCancelled : kErrNone;
+}
+
+TEST_F(AtTest, CancelWhileWaitingForTheRestOfACutListingStopsAtOnce) {
+    Collector collected;
+    RetrieveCounts counts{};
+    CancelAt cancel{&clock_};
+    SetPollCallback(channel_, &CancelOnceDue, 100, &cancel);
+    // A count that would let the wait for the rest run on for long.
+    phone_.Expect("AT+CPMS=\"SM\"\r", Cpms(200, 250));
+    phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(1, 23) + kHelloPdu + "\r\n");
+    phone_.OnWrite([this, &cancel](const std::string& command) {
+        if (command != "AT+CMGL=4\r") return;
+        phone_.SetChatter("RING\r\n");
+        cancel.at = clock_.Now() + kAtListTimeoutMs + 200;
+    });
+    EXPECT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, &counts), kErrCancelled);
+    EXPECT_EQ(phone_.Writes().size(), 2u);
+    EXPECT_LT(SinceWrite(1), kAtListTimeoutMs + 500);
 }
 
 // ---- deletion ----
@@ -386,7 +595,7 @@ TEST_F(AtTest, RetrievedMessagesAreDeletedFromTheMemoryTheyCameFrom) {
                                      kHiPdu + "\r\n" + kOk);
     phone_.Expect("AT+CPMS=\"ME\"\r", Cpms(1, 100));
     phone_.Expect("AT+CMGL=4\r", "\r\n" + Header(4, 23) + kHelloPdu + "\r\n" + kOk);
-    ASSERT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected), 0u);
+    ASSERT_EQ(RetrieveAll(session_, &NoteMemory, &Collect, &collected, nullptr), 0u);
     phone_.SetResponder([](const std::string&) { return kOk; });
     DeleteCollected(session_, &lists);
     Commands deletion(phone_.Writes().begin() + 4, phone_.Writes().end());

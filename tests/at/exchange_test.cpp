@@ -67,8 +67,15 @@ struct LineLog {
     std::string answerOn;  // the handler returns `answer` for this line
 };
 
+// A line too long for the buffer is logged as this.
+const std::string kOverlong = "<overlong>";
+
 TransferError LogLine(AtRequest*, const std::uint8_t* line, std::uint32_t length, void* arg) {
     auto* log = static_cast<LineLog*>(arg);
+    if (line == nullptr) {
+        log->lines.push_back(kOverlong);
+        return 0;
+    }
     log->lines.emplace_back(reinterpret_cast<const char*>(line), length);
     if (!log->answerOn.empty() && log->lines.back() == log->answerOn) return log->answer;
     return 0;
@@ -80,6 +87,22 @@ class ExchangeTest : public AtTest {
         AtRequest request;
         InitAtRequest(&request, session_, command, timeout);
         return AtExchange(&request, log != nullptr ? &LogLine : nullptr, log);
+    }
+    // An exchange that passes over lines too long for the buffer, as the listing does.
+    TransferError Skipping(const char* command, LineLog* log, std::uint32_t timeout = 0) {
+        AtRequest request;
+        InitAtRequest(&request, session_, command, timeout);
+        request.skipOverlongLines = true;
+        return AtExchange(&request, &LogLine, log);
+    }
+    // An exchange that runs into its deadline, then AtAwaitFinal on the same request.
+    TransferError CutThenAwait(const char* command, std::uint32_t timeout, std::uint32_t quietMs,
+                               std::uint32_t byteLimit, TransferError* exchange) {
+        AtRequest request;
+        InitAtRequest(&request, session_, command, timeout);
+        request.skipOverlongLines = true;
+        *exchange = AtExchange(&request, nullptr, nullptr);
+        return AtAwaitFinal(&request, quietMs, byteLimit);
     }
     TransferError Expecting(const char* command, const char* text, std::uint32_t timeout = 0) {
         AtRequest request;
@@ -211,6 +234,99 @@ TEST_F(ExchangeTest, LongestLineThatFitsIsDelivered) {
     EXPECT_EQ(Run("AT+CMGL=4\r", &log, kAtListTimeoutMs), 0u);
     ASSERT_EQ(log.lines.size(), 3u);
     EXPECT_EQ(log.lines[1], std::string(1998, 'z'));
+}
+
+// Where overlong lines are passed over, a line that cannot fit is dropped up to its CR LF and
+// the exchange goes on with the next line, however the bytes arrive.
+class OverlongLineTest : public ExchangeTest,
+                         public ::testing::WithParamInterface<ScriptPhone::Split> {};
+
+TEST_P(OverlongLineTest, IsPassedOverAndTheExchangeGoesOn) {
+    phone_.SetSplit(GetParam(), 5);
+    LineLog log;
+    // 1999 bytes: with its CR the buffer is full and the LF is still to come.
+    phone_.Expect("AT+CMGL=4\r", "\r\nfirst\r\n" + std::string(1999, 'a') + "\r\nsecond\r\n" +
+                                     std::string(2500, 'b') + "\r\n" + std::string(1998, 'c') +
+                                     "\r\n" + std::string(4000, '\r') + "\r\nthird\r\n" + kOk);
+    // One byte a read takes more reads than the clock allows for 20 s.
+    EXPECT_EQ(Skipping("AT+CMGL=4\r", &log, 100000), 0u);
+    ASSERT_EQ(log.lines.size(), 8u);
+    EXPECT_EQ(log.lines[0], "first");
+    EXPECT_EQ(log.lines[1], kOverlong);
+    EXPECT_EQ(log.lines[2], "second");
+    EXPECT_EQ(log.lines[3], kOverlong);
+    EXPECT_TRUE(log.lines[4] == std::string(1998, 'c')) << log.lines[4].size() << " bytes";
+    EXPECT_EQ(log.lines[5], kOverlong);  // 4000 CRs: no line end among them
+    EXPECT_EQ(log.lines[6], "third");
+    EXPECT_EQ(log.lines[7], "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Splits, OverlongLineTest,
+                         ::testing::Values(ScriptPhone::Split::kWhole, ScriptPhone::Split::kOneByte,
+                                           ScriptPhone::Split::kRandom));
+
+TEST_F(ExchangeTest, AnOverlongLineThatNeverEndsRunsIntoTheDeadline) {
+    LineLog log;
+    phone_.Expect("AT+CMGL=4\r", "\r\nfirst\r\n" + std::string(10000, 'x'));
+    EXPECT_EQ(Skipping("AT+CMGL=4\r", &log, kAtListTimeoutMs), kErrTimeout);
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"first"}));
+    EXPECT_GE(SinceWrite(0), kAtListTimeoutMs);
+}
+
+// ---- the rest of a cut response ----
+
+TEST_F(ExchangeTest, AwaitFinalPassesTheRestOverUpToTheFinalCode) {
+    // The rest keeps coming after the deadline (3 s), never 3 s apart, with an overlong line.
+    phone_.Expect("AT+CMGL=4\r", "\r\n+CMGL: 1,1,,23\r\n");
+    phone_.ExpectMore("00AA\r\n+CMGL: 2,1,,23\r\n", 2500);
+    phone_.ExpectMore("00BB\r\n" + std::string(3000, 'y') + "\r\nERR", 4500);
+    phone_.ExpectMore("OR\r\n", 6500);
+    TransferError exchange = 0;
+    EXPECT_EQ(CutThenAwait("AT+CMGL=4\r", 3000, 3000, 100000, &exchange), 0u);
+    EXPECT_EQ(exchange, kErrTimeout);
+    EXPECT_GE(SinceWrite(0), 6500u);  // up to the final code
+    EXPECT_LT(SinceWrite(0), 6600u);  // and no further
+}
+
+TEST_F(ExchangeTest, AwaitFinalEndsOnAQuietLine) {
+    phone_.Expect("AT+CMGL=4\r", "\r\n+CMGL: 1,1,,23\r\n");
+    phone_.ExpectMore("00AA\r\n", 2500);  // then nothing more
+    TransferError exchange = 0;
+    EXPECT_EQ(CutThenAwait("AT+CMGL=4\r", 2000, 3000, 100000, &exchange), 0u);
+    EXPECT_EQ(exchange, kErrTimeout);
+    EXPECT_GE(SinceWrite(0), 5500u);  // 3 s after the last bytes
+    EXPECT_LT(SinceWrite(0), 5600u);
+
+    // Quiet since long before the deadline: it returns at once.
+    phone_.Expect("AT+CMGL=4\r", "\r\n+CMGL: 1,1,,23\r\n");
+    EXPECT_EQ(CutThenAwait("AT+CMGL=4\r", 20000, 3000, 100000, &exchange), 0u);
+    EXPECT_LT(SinceWrite(1), 20010u);
+}
+
+TEST_F(ExchangeTest, AwaitFinalGivesUpOnAPhoneThatKeepsSending) {
+    phone_.Expect("AT+CMGL=4\r", "\r\n+CMGL: 1,1,,23\r\n");
+    phone_.SetChatter("+CMGL: 9,1,,23\r\n");
+    AtRequest request;
+    InitAtRequest(&request, session_, "AT+CMGL=4\r", 2000);
+    EXPECT_EQ(AtExchange(&request, nullptr, nullptr), kErrTimeout);
+    const std::uint64_t before = phone_.BytesHandedOut();
+    EXPECT_EQ(AtAwaitFinal(&request, 3000, 5000), kErrTimeout);
+    const std::uint64_t passedOver = phone_.BytesHandedOut() - before;
+    EXPECT_GT(passedOver, 5000u);
+    EXPECT_LE(passedOver, 5000u + kResponseBufferSize);
+}
+
+TEST_F(ExchangeTest, AwaitFinalStopsAtACancel) {
+    CancelFlag cancel;
+    SetPollCallback(channel_, &CheckCancel, 100, &cancel);
+    phone_.Expect("AT+CMGL=4\r", "");
+    phone_.SetChatter("RING\r\n");
+    AtRequest request;
+    InitAtRequest(&request, session_, "AT+CMGL=4\r", 2000);
+    EXPECT_EQ(AtExchange(&request, nullptr, nullptr), kErrTimeout);
+    cancel.raised = true;
+    EXPECT_EQ(AtAwaitFinal(&request, 3000, 1000000), kErrCancelled);
+    EXPECT_LT(SinceWrite(0), 2300u);  // within about one poll interval
 }
 
 TEST_F(ExchangeTest, ReadFailureWhileWaitingIsATimeout) {

@@ -333,8 +333,8 @@ TEST_F(AtNoAllocation, RetrievingBothMemoriesAllocatesOneRecordPerListing) {
                                  {"AT+CMGL=4\r", &listing}};
         phone_.Script(script, 4, 7);
         TransferError result = 1;
-        std::uint64_t count =
-            allocations::During([&] { result = RetrieveAll(session_, nullptr, &Count, tally); });
+        std::uint64_t count = allocations::During(
+            [&] { result = RetrieveAll(session_, nullptr, &Count, tally, nullptr); });
         EXPECT_EQ(result, kErrNone);
         EXPECT_EQ(phone_.next, 4u) << "every command was sent";
         EXPECT_EQ(phone_.unexpected, 0u);

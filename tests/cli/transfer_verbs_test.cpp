@@ -686,3 +686,22 @@ TEST_F(CliTransferTest, ASecondSendGetOnTheSameStoreWaitsThenGivesUp) {
               1);
     EXPECT_EQ(CountWithText("sent", "Only once"), 1);
 }
+
+// A listing line that cannot be read costs only its message: the run succeeds (exit 0), the
+// rest is fetched and deleted, and the message left unread on the phone is named on stderr.
+TEST_F(CliTransferTest, SendGetNamesMessagesThatCouldNotBeReadAndStillSucceeds) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--listing-noise", "nul", "--sms", "ME:+4930222221:Unreadable", "--sms",
+                         "ME:+4930222222:Fetched"});
+    ASSERT_TRUE(sim.Ok());
+    UseTcp(sim, /*delMsg=*/true);
+    const ProcessResult r = Velkan({"send-get"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    const auto lines = Lines(r.err);
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "Success"), lines.end()) << r.err;
+    EXPECT_EQ(lines.back(), "velkan: warning: 1 message(s) in the phone memory could not be read")
+        << r.err;
+    EXPECT_EQ(CountWithText("inbox", "Fetched"), 1);
+    EXPECT_EQ(CountWithText("inbox", "Unreadable"), 0);
+    EXPECT_EQ(sim.StoredIn("ME"), 1);
+}

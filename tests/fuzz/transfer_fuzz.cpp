@@ -138,7 +138,7 @@ void Transfer(PhoneSession* phone, Run* run, std::uint32_t outbox, std::uint32_t
         if (run->cancelAtPoll != 0 && run->polls >= run->cancelAtPoll) return;
     }
 
-    const TransferError listed = RetrieveAll(phone, &NoteMemory, &StoreRetrieved, run);
+    const TransferError listed = RetrieveAll(phone, &NoteMemory, &StoreRetrieved, run, nullptr);
     Check(IsDocumented(listed));
     if (listed != kErrNone) return;
     if (run->deleteAfterRetrieve) DeleteCollected(phone, &run->deletions);

@@ -72,7 +72,7 @@ TEST(AtEngineInterop, SetUpRetrieveSendDeliverAndDelete) {
         EXPECT_EQ(AtInit(engine.session()), 0u);
 
         Retrieved first;
-        EXPECT_EQ(RetrieveAll(engine.session(), OnMemory, OnMessage, &first), 0u);
+        EXPECT_EQ(RetrieveAll(engine.session(), OnMemory, OnMessage, &first, nullptr), 0u);
         EXPECT_EQ(first.memories, (std::vector<std::string>{"SM", "ME"}));
         EXPECT_EQ(first.numbers, (std::vector<std::string>{"4930111111", "4930222222"}));
         FreeDeletionLists(&first.deletion);
@@ -84,7 +84,7 @@ TEST(AtEngineInterop, SetUpRetrieveSendDeliverAndDelete) {
         EXPECT_EQ(engine.session()->lastError, 0u);
 
         Retrieved second;
-        EXPECT_EQ(RetrieveAll(engine.session(), OnMemory, OnMessage, &second), 0u);
+        EXPECT_EQ(RetrieveAll(engine.session(), OnMemory, OnMessage, &second, nullptr), 0u);
         EXPECT_EQ(second.numbers,
                   (std::vector<std::string>{"4930111111", "4930222222", "4930333333"}));
         DeleteCollected(engine.session(), &second.deletion);
@@ -99,10 +99,9 @@ TEST(AtEngineInterop, SetUpRetrieveSendDeliverAndDelete) {
 }
 
 TEST(AtEngineInterop, FaultKnobsReachTheEngineAsTheirResultCodes) {
-    PhoneSimProcess sim(PhoneSimProcess::kTcp,
-                        {"--reject-v1", "--no-me", "--echo", "--unsolicited", "RING", "--error-on",
-                         "PDU:CMS:500", "--error-on", "AT+CMGD:CME:3", "--sms",
-                         "SM:+4930111111:First"});
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--reject-v1", "--no-me", "--echo", "--unsolicited",
+                                                "RING", "--error-on", "PDU:CMS:500", "--error-on",
+                                                "AT+CMGD:CME:3", "--sms", "SM:+4930111111:First"});
     ASSERT_TRUE(sim.Ok());
     {
         Engine engine(sim.Address());
@@ -110,7 +109,7 @@ TEST(AtEngineInterop, FaultKnobsReachTheEngineAsTheirResultCodes) {
         EXPECT_EQ(AtInit(engine.session()), 0u);
 
         Retrieved retrieved;
-        EXPECT_EQ(RetrieveAll(engine.session(), OnMemory, OnMessage, &retrieved), 0u);
+        EXPECT_EQ(RetrieveAll(engine.session(), OnMemory, OnMessage, &retrieved, nullptr), 0u);
         EXPECT_EQ(retrieved.numbers, (std::vector<std::string>{"4930111111"}));
         FreeDeletionLists(&retrieved.deletion);
 

@@ -692,6 +692,39 @@ TEST(PhoneModel, FloodAnswersWithoutALineEnd) {
     EXPECT_EQ(Send(phone, "AT\r"), "\r\nOK\r\n");
 }
 
+TEST(PhoneModel, ListingNoisePutsBadLinesAtTheFirstListedMessage) {
+    Knobs k = QuietKnobs();
+    k.listingNoise = {{ListingNoiseKind::kLongLine, 5},
+                      {ListingNoiseKind::kCmti, 0},
+                      {ListingNoiseKind::kNul, 0}};
+    PhoneModel phone(k);
+    AddDeliverHello(phone, Storage::kPhone, kRecUnread);
+    AddDeliverHello(phone, Storage::kPhone, kRecRead);
+    Send(phone, "AT+CPMS=\"ME\"\r");
+    std::string spoiled = kDeliverHello;
+    spoiled[spoiled.size() / 2] = '\0';
+    const std::string expected = "\r\nxxxxx\r\n+CMGL: 1,0,,23\r\n+CMTI: \"ME\",1\r\n" + spoiled +
+                                 "\r\n+CMGL: 2,1,,23\r\n" + kDeliverHello + "\r\n\r\nOK\r\n";
+    EXPECT_TRUE(Send(phone, "AT+CMGL=4\r") == expected) << "the listing differs";
+    // Every listing gets it; the stored message stays as it was.
+    EXPECT_NE(Send(phone, "AT+CMGL=4\r").find("+CMTI: \"ME\",1\r\n"), std::string::npos);
+    EXPECT_EQ(phone.memory(Storage::kPhone).Find(1)->pduHex, kDeliverHello);
+    // An empty listing has no first message, so no noise.
+    Send(phone, "AT+CPMS=\"SM\"\r");
+    EXPECT_EQ(Send(phone, "AT+CMGL=4\r"), "\r\nOK\r\n");
+}
+
+TEST(PhoneModel, ListingNoiseCanGoWithTheMessageAtAnIndex) {
+    Knobs k = QuietKnobs();
+    k.listingNoise = {{ListingNoiseKind::kLongLine, 3, 2}};
+    PhoneModel phone(k);
+    AddDeliverHello(phone, Storage::kSim, kRecRead);
+    AddDeliverHello(phone, Storage::kSim, kRecRead);
+    const std::string expected = "\r\n+CMGL: 1,1,,23\r\n" + std::string(kDeliverHello) +
+                                 "\r\nxxx\r\n+CMGL: 2,1,,23\r\n" + kDeliverHello + "\r\n\r\nOK\r\n";
+    EXPECT_EQ(Send(phone, "AT+CMGL=4\r"), expected);
+}
+
 TEST(PhoneModel, OverlongCommandIsAnsweredErrorAndForgotten) {
     PhoneModel phone;
     EXPECT_EQ(Send(phone, "AT" + std::string(5000, 'E') + "\r"), "\r\nERROR\r\n");

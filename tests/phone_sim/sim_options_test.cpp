@@ -74,7 +74,12 @@ TEST(SimOptions, EveryOptionIsTaken) {
                        "--garbage",
                        "8",
                        "--no-line-end-flood",
-                       "AT+CMGL"},
+                       "AT+CMGL",
+                       "--listing-noise",
+                       "nul",
+                       "--listing-noise",
+                       "cmti",
+                       "--listing-noise=long:1999@7"},
                       &o, &error))
         << error;
     EXPECT_EQ(o.host, "localhost");
@@ -109,6 +114,13 @@ TEST(SimOptions, EveryOptionIsTaken) {
     EXPECT_EQ(o.baud, 19200u);
     EXPECT_EQ(o.knobs.garbage, 8u);
     EXPECT_EQ(o.knobs.floodOn, (std::vector<std::string>{"AT+CMGL"}));
+    ASSERT_EQ(o.knobs.listingNoise.size(), 3u);
+    EXPECT_EQ(o.knobs.listingNoise[0].kind, ListingNoiseKind::kNul);
+    EXPECT_EQ(o.knobs.listingNoise[1].kind, ListingNoiseKind::kCmti);
+    EXPECT_EQ(o.knobs.listingNoise[2].kind, ListingNoiseKind::kLongLine);
+    EXPECT_EQ(o.knobs.listingNoise[2].length, 1999u);
+    EXPECT_EQ(o.knobs.listingNoise[0].index, 0u);
+    EXPECT_EQ(o.knobs.listingNoise[2].index, 7u);
 }
 
 TEST(SimOptions, PtyAndIpv6Listen) {
@@ -142,6 +154,14 @@ TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
         {"--silent-on", ""},
         {"--echo=yes"},
         {"--drop-after"},
+        {"--listing-noise"},
+        {"--listing-noise", "NUL"},
+        {"--listing-noise", "long"},
+        {"--listing-noise", "long:0"},
+        {"--listing-noise", "long:100001"},
+        {"--listing-noise", "nul@"},
+        {"--listing-noise", "nul@0"},
+        {"--listing-noise", "cmti@x"},
     };
     for (const auto& args : bad) {
         SimOptions o;
@@ -182,6 +202,7 @@ TEST(SimOptions, HelpNamesEveryOptionAndTheFileFormat) {
                              "--baud",
                              "--garbage",
                              "--no-line-end-flood",
+                             "--listing-noise",
                              "MEM|STATUS|NUMBER|YYYY-MM-DD HH:MM:SS|+ZZ|TEXT",
                              "MEM|STATUS|PDU:<hex>|<tpdu length>"}) {
         EXPECT_NE(help.find(name), std::string::npos) << name;

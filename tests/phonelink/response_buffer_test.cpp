@@ -115,6 +115,61 @@ TEST_F(ResponseBufferTest, FullBufferHasNoFreeByte) {
     EXPECT_EQ(cursor.filled, kResponseBufferSize);
 }
 
+// Bytes into the cursor as the exchange puts them there.
+void Put(ResponseCursor* cursor, const std::string& bytes) {
+    ASSERT_LE(bytes.size(), CursorFreeSpace(cursor));
+    std::memcpy(cursor->writePos, bytes.data(), bytes.size());
+    CursorCommit(cursor, static_cast<std::uint32_t>(bytes.size()));
+}
+
+TEST_F(ResponseBufferTest, AnOverlongLineIsDroppedUpToItsLineEnd) {
+    ResponseCursor cursor;
+    ResetCursor(&cursor, buffer_, kResponseBufferSize);
+    Put(&cursor, std::string(kResponseBufferSize, 'x'));
+    CursorStartDiscard(&cursor);
+    EXPECT_TRUE(cursor.discarding);
+    EXPECT_EQ(CursorFreeSpace(&cursor), kResponseBufferSize);
+    Put(&cursor, std::string(700, 'y'));
+    EXPECT_FALSE(CursorEndDiscard(&cursor));  // still the same line
+    EXPECT_EQ(cursor.filled, 0u);
+    Put(&cursor, "yy\r\nnext\r\npart");
+    ASSERT_TRUE(CursorEndDiscard(&cursor));
+    EXPECT_FALSE(cursor.discarding);
+    const std::uint8_t* line;
+    std::uint32_t length;
+    ASSERT_TRUE(CutLine(&cursor, &line, &length));
+    EXPECT_EQ(S(reinterpret_cast<const char*>(line), length), "next");
+    EXPECT_FALSE(CutLine(&cursor, &line, &length));
+    CompactCursor(&cursor);
+    EXPECT_EQ(cursor.filled, 4u);  // "part" waits for its line end
+}
+
+TEST_F(ResponseBufferTest, ACrAtTheEndOfADroppedPieceIsKeptForItsLf) {
+    ResponseCursor cursor;
+    ResetCursor(&cursor, buffer_, kResponseBufferSize);
+    // 1999 bytes and the CR fill the buffer; the LF comes with the next read.
+    Put(&cursor, std::string(kResponseBufferSize - 1, 'x') + "\r");
+    CursorStartDiscard(&cursor);
+    EXPECT_EQ(cursor.filled, 1u);
+    Put(&cursor, "\nOK\r\n");
+    ASSERT_TRUE(CursorEndDiscard(&cursor));
+    const std::uint8_t* line;
+    std::uint32_t length;
+    ASSERT_TRUE(CutLine(&cursor, &line, &length));
+    EXPECT_EQ(S(reinterpret_cast<const char*>(line), length), "OK");
+
+    // Likewise while dropping: a CR at the end of a read waits for the next byte.
+    ResetCursor(&cursor, buffer_, kResponseBufferSize);
+    Put(&cursor, std::string(kResponseBufferSize, 'x'));
+    CursorStartDiscard(&cursor);
+    Put(&cursor, "yyy\r");
+    EXPECT_FALSE(CursorEndDiscard(&cursor));
+    Put(&cursor, "\nB\r\n");
+    ASSERT_TRUE(CursorEndDiscard(&cursor));
+    ASSERT_TRUE(CutLine(&cursor, &line, &length));
+    EXPECT_EQ(S(reinterpret_cast<const char*>(line), length), "B");
+}
+
 TEST_F(ResponseBufferTest, ResetStartsANewResponse) {
     ResponseCursor cursor;
     ResetCursor(&cursor, buffer_, kResponseBufferSize);

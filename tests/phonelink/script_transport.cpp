@@ -43,7 +43,11 @@ PhoneChannel* ScriptPhone::Connect() {
 }
 
 void ScriptPhone::Expect(std::string command, std::string response, std::uint32_t afterMs) {
-    expected_.push_back({std::move(command), std::move(response), afterMs});
+    expected_.push_back({std::move(command), std::move(response), afterMs, {}});
+}
+
+void ScriptPhone::ExpectMore(std::string response, std::uint32_t afterMs) {
+    if (!expected_.empty()) expected_.back().more.push_back({std::move(response), afterMs});
 }
 
 void ScriptPhone::SetResponder(std::function<std::string(const std::string&)> responder) {
@@ -137,6 +141,9 @@ TransferError ScriptPhone::Write(PhoneChannel* channel, const std::uint8_t* byte
         Expectation next = std::move(self->expected_.front());
         self->expected_.pop_front();
         self->Queue(next.response, next.afterMs != 0, now + next.afterMs);
+        for (const Piece& piece : next.more) {
+            self->Queue(piece.response, piece.afterMs != 0, now + piece.afterMs);
+        }
     } else if (self->responder_) {
         self->Queue(self->responder_(command), false, 0);
     } else {

@@ -31,6 +31,10 @@ class ScriptPhone {
 
     // The next command the phone expects, and its answer, released `afterMs` after the write.
     void Expect(std::string command, std::string response, std::uint32_t afterMs = 0);
+    // More of the answer to the command of the last Expect, released `afterMs` after that
+    // command's write and not before the pieces given before it (a long answer that keeps
+    // coming, as a listing does on a slow line).
+    void ExpectMore(std::string response, std::uint32_t afterMs);
     // Answers commands that are not in the Expect list (instead of recording them as unexpected).
     void SetResponder(std::function<std::string(const std::string& command)> responder);
     // Bytes available at once, before any command (stale input).
@@ -67,10 +71,15 @@ class ScriptPhone {
         std::uint32_t releaseTick;
         bool timed;
     };
+    struct Piece {
+        std::string response;
+        std::uint32_t afterMs;
+    };
     struct Expectation {
         std::string command;
         std::string response;
         std::uint32_t afterMs;
+        std::vector<Piece> more;
     };
 
     static TransferError Read(PhoneChannel* channel, std::uint8_t* buffer, std::uint32_t* length);

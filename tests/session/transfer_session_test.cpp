@@ -794,9 +794,11 @@ TEST_F(TransferSessionTest, SubmitsAndStatusReportsOnThePhoneAreLeftAlone) {
     PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--messages", file});
     ASSERT_TRUE(sim.Ok());
     UseSim(sim, /*delMsg=*/true);
-    RunLog run = RunFull();
+    TransferSession session;
+    RunLog run = RunTransfer(session);
     EXPECT_EQ(run.result, kErrNone);
     EXPECT_EQ(run.Count(kNotifyReceived), 1);
+    EXPECT_TRUE(session.Shortfalls().empty());  // none of them is a message not read
     const auto inbox = Folder(kFolderInbox);
     ASSERT_EQ(inbox.size(), 1u);
     EXPECT_EQ(inbox[0].text, u"The only message");
@@ -806,4 +808,155 @@ TEST_F(TransferSessionTest, SubmitsAndStatusReportsOnThePhoneAreLeftAlone) {
                             [](const std::string& l) { return l.rfind("AT+CMGD=", 0) == 0; }),
               1);
     EXPECT_EQ(sim.StoredIn("ME"), 3);
+}
+
+// ---- What the retrieval could not read ----
+
+// A phone that answers nothing once the set-up is over (gone, or its link dropped) has not
+// been read: the run ends with the phone memory's selection error, never with "Success".
+TEST_F(TransferSessionTest, APhoneThatGoesAwayBeforeRetrievalIsNoSuccess) {
+    for (const char* knob : {"--silent-on", "--drop-on"}) {
+        SCOPED_TRACE(knob);
+        PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                            {knob, "AT+CPMS", "--sms", "ME:+4930222222:Never fetched"});
+        ASSERT_TRUE(sim.Ok());
+        UseSim(sim);
+        FakeClock clock(1000, 2);  // the 3 s time-outs pass in a moment
+        RunLog run = RunFull();
+        EXPECT_EQ(run.result, kErrTimeout);
+        EXPECT_FALSE(run.Has(kNotifySuccess));
+        EXPECT_TRUE(Folder(kFolderInbox).empty());
+    }
+}
+
+// A line of a listing that cannot be read costs at most its own message: the rest is fetched
+// (and, with "DelMsg", deleted), and what was not read is named per memory. The unread message
+// stays on the phone.
+TEST_F(TransferSessionTest, ABadListingLineCostsAtMostItsMessageAndIsNamed) {
+    struct Case {
+        const char* noise;
+        int notReadPerMemory;
+    } cases[] = {{"nul", 1}, {"cmti", 0}, {"long:1999", 0}, {"long:5000", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.noise);
+        std::filesystem::remove_all(root_ / "data");
+        std::filesystem::create_directories(root_ / "data");
+        PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                            {"--listing-noise", c.noise, "--sms", "SM:+4930111111:SIM one", "--sms",
+                             "SM:+4930111112:SIM two", "--sms", "ME:+4930222221:Phone one", "--sms",
+                             "ME:+4930222222:Phone two", "--sms", "ME:+4930222223:Phone three"});
+        ASSERT_TRUE(sim.Ok());
+        UseSim(sim, /*delMsg=*/true);
+        TransferSession session;
+        RunLog run = RunTransfer(session);
+        EXPECT_EQ(run.result, kErrNone);
+        EXPECT_TRUE(run.Has(kNotifySuccess));
+        EXPECT_EQ(run.Count(kNotifyReceived), 5 - 2 * c.notReadPerMemory);
+        EXPECT_EQ(static_cast<int>(Folder(kFolderInbox).size()), 5 - 2 * c.notReadPerMemory);
+        std::vector<std::u16string> expected;
+        if (c.notReadPerMemory != 0) {
+            expected = {u"1 message(s) in the SIM could not be read",
+                        u"1 message(s) in the phone memory could not be read"};
+        }
+        EXPECT_EQ(session.Shortfalls(), expected);
+        // Deleted exactly what was stored.
+        EXPECT_EQ(sim.StoredIn("SM"), c.notReadPerMemory);
+        EXPECT_EQ(sim.StoredIn("ME"), c.notReadPerMemory);
+    }
+}
+
+// Long messages at 38400 baud take about 0.09 s each to list; with the clock running ten times
+// as fast, the 20 s listing deadline falls after about 2 s, in the middle of a listing of 30 or
+// 40. The messages that arrived whole are stored and deleted, the rest is named, and the phone
+// is in step again for the deletions: the next Get fetches the rest, until the phone is empty.
+// The result codes stay as they are: a cut phone-memory listing after a good SIM is no error; a
+// cut SIM listing on a phone without phone memory is 14, and "Success" is not claimed.
+TEST_F(TransferSessionTest, ACutListingIsFetchedOverSeveralGetsUntilThePhoneIsEmpty) {
+    struct Case {
+        const char* memory;
+        int messages;
+        std::vector<std::string> knobs;
+        TransferError cutResult;
+        std::u16string where;
+    } cases[] = {{"ME", 40, {}, kErrNone, u"in the phone memory"},
+                 {"SM", 30, {"--no-me"}, kErrPhoneError, u"in the SIM"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.memory);
+        std::filesystem::remove_all(root_ / "data");
+        std::filesystem::create_directories(root_ / "data");
+        const std::string file = (root_ / "long.txt").string();
+        {
+            std::ofstream out(file);
+            for (int i = 1; i <= c.messages; ++i) {
+                std::string text = "Message " + std::to_string(i) + " ";
+                text += std::string(160 - text.size(), 'x');
+                out << c.memory << "|0|+49301000" << 100 + i << "|2024-01-01 08:00:00|+04|" << text
+                    << "\n";
+            }
+        }
+        std::vector<std::string> args = {"--baud", "38400", "--messages", file};
+        args.insert(args.end(), c.knobs.begin(), c.knobs.end());
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, args);
+        ASSERT_TRUE(sim.Ok());
+        UseSim(sim, /*delMsg=*/true);
+        ScaledClock clock(10);
+        int cutGets = 0;
+        int gets = 0;
+        while (sim.StoredIn(c.memory) > 0 && gets < 8) {
+            ++gets;
+            SCOPED_TRACE("Get " + std::to_string(gets));
+            const int before = sim.StoredIn(c.memory);
+            TransferSession session;
+            RunLog run = RunTransfer(session);
+            const int left = sim.StoredIn(c.memory);
+            EXPECT_EQ(run.Count(kNotifyReceived), before - left);  // every stored one was deleted
+            EXPECT_GT(before - left, 0) << "no progress";
+            const auto shortfalls = session.Shortfalls();
+            if (left == 0) {
+                EXPECT_EQ(run.result, kErrNone);
+                EXPECT_TRUE(shortfalls.empty());
+            } else {
+                ++cutGets;
+                EXPECT_EQ(run.result, c.cutResult);
+                // Exactly the messages still on the phone are named.
+                EXPECT_EQ(shortfalls, (std::vector<std::u16string>{
+                                          Utf8ToUtf16(std::to_string(left)) + u" message(s) " +
+                                          c.where + u" could not be read"}));
+            }
+            EXPECT_EQ(run.Has(kNotifySuccess), run.result == kErrNone);
+        }
+        EXPECT_EQ(sim.StoredIn(c.memory), 0);
+        EXPECT_GE(cutGets, 1) << "the deadline never cut the listing";
+        EXPECT_EQ(static_cast<int>(Folder(kFolderInbox).size()), c.messages);
+        std::printf("%s: %d Gets emptied the memory, %d of them cut by the deadline\n", c.memory,
+                    gets, cutGets);
+    }
+}
+
+// A phone that goes on sending after the listing's deadline, far more than its memory can
+// hold (here a line of 100,000 bytes in the middle of the listing, at 38400 baud on a clock ten
+// times as fast), is out of step: its answers could belong to any command, so nothing more is
+// asked of it, not even the deletion of the message that did arrive. That message is stored,
+// and the one behind the noise is named.
+TEST_F(TransferSessionTest, APhoneOutOfStepAfterACutListingIsAskedNothingMore) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--baud", "38400", "--listing-noise", "long:100000@2", "--sms",
+                         "ME:+4930222221:Arrived", "--sms", "ME:+4930222222:Behind the noise"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim, /*delMsg=*/true);
+    ScaledClock clock(10);
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    // A phone memory listing that fails after a good (empty) SIM is not reported as an error.
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_EQ(run.Count(kNotifyReceived), 1);
+    EXPECT_EQ(session.Shortfalls(),
+              (std::vector<std::u16string>{u"1 message(s) in the phone memory could not be read"}));
+    const auto log = Commands(sim.Log());
+    ASSERT_FALSE(log.empty());
+    EXPECT_EQ(log.back(), "AT+CMGL=4");  // no AT+CPMS or AT+CMGD after the listing
+    EXPECT_EQ(sim.StoredIn("ME"), 2);
+    const auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(inbox.size(), 1u);
+    EXPECT_EQ(inbox[0].text, u"Arrived");
 }

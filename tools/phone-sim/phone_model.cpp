@@ -733,11 +733,33 @@ PhoneModel::Result PhoneModel::Cmgl(std::string_view args, bool bare, bool test,
     if (!bare && !ParseNumber(args, &status)) return {Final::kError, 0};
     if (status > 4) return {Final::kError, 0};
     bool changed = false;
+    bool first = true;
     for (auto& [index, message] : memory(readMemory_).messages()) {
         if (status != 4 && static_cast<unsigned>(message.status) != status) continue;
-        info->push_back("+CMGL: " + std::to_string(index) + "," + std::to_string(message.status) +
-                        ",," + std::to_string(message.tpduLength));
-        info->push_back(message.pduHex);
+        std::string header = "+CMGL: " + std::to_string(index) + "," +
+                             std::to_string(message.status) + ",," +
+                             std::to_string(message.tpduLength);
+        std::string pdu = message.pduHex;
+        std::vector<std::string> between;  // lines between the header and the PDU line
+        for (const ListingNoise& noise : knobs_.listingNoise) {
+            if (noise.index != 0 ? noise.index != index : !first) continue;
+            switch (noise.kind) {
+                case ListingNoiseKind::kNul:
+                    if (!pdu.empty()) pdu[pdu.size() / 2] = '\0';
+                    break;
+                case ListingNoiseKind::kCmti:
+                    between.push_back("+CMTI: \"" + std::string(StorageName(readMemory_)) + "\"," +
+                                      std::to_string(index));
+                    break;
+                case ListingNoiseKind::kLongLine:
+                    info->push_back(std::string(noise.length, 'x'));
+                    break;
+            }
+        }
+        first = false;
+        info->push_back(std::move(header));
+        info->insert(info->end(), between.begin(), between.end());
+        info->push_back(std::move(pdu));
         // A phone marks what it has shown as read.
         if (message.status == kRecUnread) {
             message.status = kRecRead;

@@ -40,6 +40,19 @@ struct ErrorRule {
     FaultReply reply;
 };
 
+// A bad line that the phone puts into its listings, at the first message of each (or at the
+// message with a given index), as a damaged line or a careless phone would.
+enum class ListingNoiseKind {
+    kNul,       // a NUL byte in place of the middle character of the PDU line: unreadable
+    kCmti,      // an unsolicited "+CMTI:" line between the header and the PDU line
+    kLongLine,  // a line of `length` letters before the header
+};
+struct ListingNoise {
+    ListingNoiseKind kind = ListingNoiseKind::kNul;
+    unsigned length = 0;  // kLongLine only
+    unsigned index = 0;   // the storage index of the message it goes with; 0: the first listed
+};
+
 // Everything that shapes the phone's behaviour. Defaults make a well-behaved phone.
 struct Knobs {
     bool echo = false;                  // echo state at connection start and after ATZ
@@ -54,11 +67,12 @@ struct Knobs {
     // point of its conversation this way.
     std::vector<std::string> holdOn;
     std::string holdGate;
-    unsigned dropAfter = 0;           // close the connection after this many commands (0: never)
-    std::string unsolicited;          // an unsolicited line sent before every response
-    unsigned garbage = 0;             // random printable bytes sent before every response
-    bool promptWithoutBlank = false;  // ">" instead of "> " after AT+CMGS
-    bool deliverSent = true;          // every sent message arrives back in the phone memory
+    unsigned dropAfter = 0;                  // close the connection after this many commands
+    std::string unsolicited;                 // an unsolicited line sent before every response
+    std::vector<ListingNoise> listingNoise;  // bad lines in every listing
+    unsigned garbage = 0;                    // random printable bytes sent before every response
+    bool promptWithoutBlank = false;         // ">" instead of "> " after AT+CMGS
+    bool deliverSent = true;                 // every sent message arrives back in the phone memory
     std::string serviceCentre = "+491710760000";  // the centre named in stored PDUs ("" = none)
     unsigned simCapacity = 30;
     unsigned phoneCapacity = 100;

@@ -36,6 +36,26 @@ bool ParseErrorRule(std::string_view text, ErrorRule* rule) {
     return false;
 }
 
+// "nul", "cmti", "long:N", each optionally followed by "@INDEX".
+bool ParseListingNoise(std::string_view text, ListingNoise* noise) {
+    *noise = {};
+    const std::size_t at = text.find('@');
+    if (at != std::string_view::npos) {
+        if (!ParseCount(text.substr(at + 1), 100000, &noise->index) || noise->index == 0) {
+            return false;
+        }
+        text = text.substr(0, at);
+    }
+    if (text == "nul") return true;
+    if (text == "cmti") {
+        noise->kind = ListingNoiseKind::kCmti;
+        return true;
+    }
+    noise->kind = ListingNoiseKind::kLongLine;
+    return text.substr(0, 5) == "long:" && ParseCount(text.substr(5), 100000, &noise->length) &&
+           noise->length > 0;
+}
+
 }  // namespace
 
 bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::string* error) {
@@ -180,6 +200,18 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
             ok = flag(&k.promptWithoutBlank);
         } else if (arg == "--unsolicited") {
             ok = text(&k.unsolicited);
+        } else if (arg == "--listing-noise") {
+            std::string_view v;
+            ok = next(&v);
+            ListingNoise noise;
+            if (ok && !ParseListingNoise(v, &noise)) {
+                *error =
+                    "option --listing-noise: expected nul, cmti or long:N (1 to 100000), "
+                    "optionally @INDEX, got '" +
+                    std::string(v) + "'";
+                ok = false;
+            }
+            if (ok) k.listingNoise.push_back(noise);
         } else if (arg == "--baud") {
             ok = count(10000000, &options->baud);
             if (ok && options->baud != 0 && options->baud < 10) {
@@ -256,6 +288,12 @@ log; options naming CMD are repeatable):
   --hold-gate FILE     the file that --hold-on waits for (tests: a change made at an exact
                        moment of the conversation)
   --unsolicited TEXT   send TEXT as an unsolicited line (e.g. RING) before every response
+  --listing-noise KIND[@INDEX]
+                       put a bad line into every AT+CMGL listing, at its first message or at
+                       the message stored at INDEX (repeatable): nul (a NUL byte in the middle
+                       of its PDU line, which makes that message unreadable), cmti (a "+CMTI:"
+                       line between its header and its PDU line), long:N (a line of N letters
+                       before its header)
   --garbage N          send N random printable bytes (never '>') before every response
   --prompt-without-blank
                        prompt with ">" instead of "> " after AT+CMGS
