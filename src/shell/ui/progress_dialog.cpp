@@ -271,10 +271,9 @@ QString TransferErrorText(TransferError result) {
 
 int RunTransfer(ProgressDialog& dialog, QWidget* owner) {
     dialog.ResetCounts();
-    FrameWindowBase* frame = FrameWindowBase::Instance();
-    if (frame != nullptr) frame->setEnabled(false);
+    // The page under the dialog stays drawn as it is; the dialog, being modal, is what keeps
+    // its input away meanwhile.
     const int result = dialog.RunModal(owner);
-    if (frame != nullptr) frame->setEnabled(true);
     if (result != IDCANCEL) return result;
     const TransferError code = dialog.Session().Result();
     if (code == kErrCancelled) return result;

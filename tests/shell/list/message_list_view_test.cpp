@@ -634,6 +634,49 @@ class MessageListViewTest : public QObject {
         QVERIFY(listHiddenMeanwhile);
     }
 
+    void theListTakesTheKeyboardAgainAfterTheSettingsDialogsClose() {
+        for (int i = 0; i < 3; ++i) {
+            StoreMessage(MakeMessage(kFolderInbox, u"A", u"+1", u"x", MakeTime(2024, 5, 1, 8, i)));
+        }
+        // The list as the program has it: the settings dialogs are the real ones.
+        ShownHook<MessageListView> list;
+        std::vector<QWidget*> focusAfter;
+        int rowAfterDown = -1;
+        auto endPageWhenShown = [&](int templateId) {
+            auto* timer = new QTimer(&list);
+            timer->setInterval(5);
+            connect(timer, &QTimer::timeout, &list, [&, timer, templateId] {
+                for (DialogBase* d : frame->findChildren<DialogBase*>()) {
+                    if (d->TemplateId() == templateId && d->IsRunning() && d->isVisible()) {
+                        timer->stop();
+                        timer->deleteLater();
+                        d->EndDialog(IDCANCEL);
+                        return;
+                    }
+                }
+            });
+            timer->start();
+        };
+        list.onShown = [&] {
+            frame->activateWindow();
+            list.List()->setCurrentIndex(list.Model()->index(0, 0));
+            list.List()->setFocus();
+            endPageWhenShown(119);
+            list.SendCommand(MessageListView::kCmdConnection);
+            focusAfter.push_back(QApplication::focusWidget());
+            endPageWhenShown(120);
+            list.SendCommand(MessageListView::kCmdPreferences);
+            focusAfter.push_back(QApplication::focusWidget());
+            // An arrow, as the keyboard delivers it to the window, moves the current row.
+            QTest::keyClick(frame->windowHandle(), Qt::Key_Down);
+            rowAfterDown = list.List()->currentIndex().row();
+            list.EndDialog(IDOK);
+        };
+        list.RunPage(nullptr);
+        QCOMPARE(focusAfter, (std::vector<QWidget*>{list.List(), list.List()}));
+        QCOMPARE(rowAfterDown, 1);
+    }
+
     // --- context menu -------------------------------------------------------------------
 
     void theRightButtonOpensTheContextMenuAndItsCommandsWork() {
@@ -904,7 +947,7 @@ class MessageListViewTest : public QObject {
         StoreMessage(MakeMessage(kFolderOutbox, u"A", u"+1", u"out", MakeTime(2024, 5, 1, 8, 0)));
         TestList list;
         ScriptedSession session;
-        bool frameDisabledDuring = false;
+        bool modalDuring = false;
         session.work = [] {
             StoreMessage(
                 MakeMessage(kFolderInbox, u"", u"+9", u"arrived", MakeTime(2024, 5, 9, 8, 0), 1));
@@ -913,7 +956,9 @@ class MessageListViewTest : public QObject {
         list.progressFactory = [&] {
             auto d = std::make_unique<ProgressDialog>(&session);
             d->SetCloseDelay(1);
-            QTimer::singleShot(0, d.get(), [&] { frameDisabledDuring = !frame->isEnabled(); });
+            QTimer::singleShot(0, d.get(), [&, dialog = d.get()] {
+                modalDuring = QApplication::activeModalWidget() == dialog;
+            });
             return d;
         };
         RunList(list, [&] {
@@ -921,7 +966,7 @@ class MessageListViewTest : public QObject {
             QVERIFY(!list.Control(1023)->isHidden());
             QTest::mouseClick(list.ControlAs<QPushButton>(1023), Qt::LeftButton);
             QCOMPARE(session.runs.load(), 1);
-            QVERIFY(frameDisabledDuring);
+            QVERIFY(modalDuring);
             QVERIFY(frame->isEnabled());
             QCOMPARE(list.CurrentFolder(), kFolderInbox);
             QCOMPARE(list.FolderCombo()->currentIndex(), 0);
