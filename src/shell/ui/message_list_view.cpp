@@ -244,7 +244,12 @@ bool MessageListView::OnInitDialog() {
         combo_->addItem(ResourceText(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
     }
     const QRect comboRect = TemplateRect(27, 3, 44, 84);
-    combo_->setGeometry(comboRect.left(), comboRect.top(), comboRect.width(),
+    // Wide enough for the longest folder name in the face really used, which may be wider than
+    // the template's.
+    combo_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    combo_->ensurePolished();
+    combo_->setGeometry(comboRect.left(), comboRect.top(),
+                        qMax(comboRect.width(), combo_->sizeHint().width()),
                         combo_->sizeHint().height());
     connect(combo_, &QComboBox::activated, this, [this](int index) { OnFolderChosen(index); });
 

@@ -67,8 +67,12 @@ RowFontKind RowFontOf(const SmsMessage& message, bool logView) {
 
 MessageRowDelegate::MessageRowDelegate(QObject* parent) : QStyledItemDelegate(parent) {}
 
-int MessageRowDelegate::RowHeightFor(const QFontMetrics& listFontMetrics) {
-    return (listFontMetrics.height() + 1) * 2;
+int MessageRowDelegate::RowHeightFor(const QFont& listFont) {
+    int line = QFontMetrics(listFont).height();
+    for (UiFont rowFont : {UiFont::SmallBold, UiFont::MediumItalic}) {
+        line = qMax(line, QFontMetrics(GetUiFont(rowFont)).height());
+    }
+    return (line + 1) * 2;
 }
 
 QColor MessageRowDelegate::HighlightColor(const QPalette& palette) {
@@ -155,6 +159,6 @@ void MessageRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
 }
 
 QSize MessageRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
-    if (rowHeight_ == 0) rowHeight_ = RowHeightFor(option.fontMetrics);
+    if (rowHeight_ == 0) rowHeight_ = RowHeightFor(option.font);
     return QSize(option.rect.width() > 0 ? option.rect.width() : 1, rowHeight_);
 }

@@ -46,8 +46,10 @@ class MessageRowDelegate : public QStyledItemDelegate {
     void SetLogView(bool logView) { logView_ = logView; }
     bool LogView() const { return logView_; }
 
-    // The row height: twice a line of the list's font plus one pixel, fixed at first use.
-    static int RowHeightFor(const QFontMetrics& listFontMetrics);
+    // The row height: twice a line plus one pixel, fixed at first use. A line is as tall as the
+    // tallest font a row is drawn in (the list's own, the bold of unread messages, the italic
+    // of sent ones in the "Log"), measured in the faces the system really uses.
+    static int RowHeightFor(const QFont& listFont);
     int RowHeight() const { return rowHeight_; }
 
     // Paints the row of `message` (null: a record that cannot be read, drawn as an empty row)

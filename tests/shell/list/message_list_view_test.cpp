@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QStyleOption>
 #include <QTimer>
 #include <QToolButton>
 #include <QtTest>
@@ -308,7 +309,12 @@ class MessageListViewTest : public QObject {
             MessageListControl* l = list.List();
             const QRect r = l->visualRect(l->model()->index(0, 0));
             QCOMPARE(r.width(), l->viewport()->width());
-            const int expected = (QFontMetrics(l->font()).height() + 1) * 2;
+            // A line is as tall as the tallest font a row may be drawn in.
+            int line = QFontMetrics(l->font()).height();
+            for (UiFont f : {UiFont::SmallBold, UiFont::MediumItalic}) {
+                line = qMax(line, QFontMetrics(GetUiFont(f)).height());
+            }
+            const int expected = (line + 1) * 2;
             QCOMPARE(r.height(), expected);
             QCOMPARE(list.RowHeight(), expected);
         });
@@ -1016,6 +1022,32 @@ class MessageListViewTest : public QObject {
     }
 
     // --- layout ---------------------------------------------------------------------------
+
+    void theFolderNamesFitTheComboInTheFaceReallyUsed() {
+        TestList list;
+        RunList(list, [&] {
+            QComboBox* combo = list.FolderCombo();
+            const QFontMetrics fm(combo->font());
+            QStyleOptionComboBox option;
+            option.initFrom(combo);
+            option.editable = false;
+            option.rect = combo->rect();
+            const QRect field = combo->style()->subControlRect(QStyle::CC_ComboBox, &option,
+                                                               QStyle::SC_ComboBoxEditField, combo);
+            for (int i = 0; i < combo->count(); ++i) {
+                const QString text = combo->itemText(i);
+                // The label is drawn a pixel in from either side of the field.
+                QVERIFY2(fm.horizontalAdvance(text) <= field.width() - 2,
+                         qPrintable(QStringLiteral("%1: %2 pixels in %3")
+                                        .arg(text)
+                                        .arg(fm.horizontalAdvance(text))
+                                        .arg(field.width() - 2)));
+            }
+            // It does not run into the transfer buttons.
+            QVERIFY(combo->geometry().right() < list.Control(40035)->geometry().left());
+            QVERIFY(combo->geometry().right() < list.Control(1023)->geometry().left());
+        });
+    }
 
     void theLayoutFollowsTheWindowSize() {
         TestList list;
