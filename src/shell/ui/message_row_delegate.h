@@ -1,7 +1,9 @@
 // Draws one row of the message list: two lines in a row of fixed height. The first line holds
 // the sender (name, else number, else "(none)") and, at the right, the date, or the time for a
 // message of today; the second line previews the text, wrapped and clipped to the lower half.
-// Unread messages are bold with a blue preview; sent messages in the "Log" view are italic.
+// Unread messages are bold with a blue preview; sent messages in the "Log" view are italic. An
+// Outbox message that may have been sent, or that cannot be sent, carries a red mark that says
+// so between the sender and the date.
 #pragma once
 
 #include <QColor>
@@ -19,6 +21,7 @@ struct MessageRowTexts {
     QString sender;   // name, else number, else "(none)"
     QString date;     // short date, or the time without seconds for a message of today
     QString preview;  // the whole text, line breaks as "\n"
+    QString mark;     // "may have been sent" or "cannot be sent" for such Outbox messages
 };
 
 // `today` is today's date as a short date text (the reload's), to which a message's date is
@@ -38,6 +41,8 @@ class MessageRowDelegate : public QStyledItemDelegate {
     static constexpr QRgb kFocusBackground = 0xFFDDDDDD;
     // The preview of an unread message that is not selected.
     static constexpr QRgb kUnreadPreview = 0xFF0000FF;
+    // The mark of an Outbox message that may have been sent or cannot be sent.
+    static constexpr QRgb kMarkColor = 0xFFC00000;
 
     explicit MessageRowDelegate(QObject* parent = nullptr);
 

@@ -282,6 +282,59 @@ class MessageRowTest : public QObject {
                 3);
     }
 
+    // --- marks of Outbox messages -----------------------------------------------------------
+
+    void anOutboxMessageThatMayHaveBeenSentOrCannotBeSentCarriesAMark() {
+        const TextBuffer today = TodayDateText();
+        const FileTime t = MakeTime(2024, 5, 1, 8, 0);
+        auto mark = [&](FolderId folder, std::uint32_t flags) {
+            return MakeRowTexts(MakeMessage(folder, u"Anna", u"+1", u"hi", t, flags), today).mark;
+        };
+        QCOMPARE(mark(kFolderOutbox, kFlagMayHaveBeenSent), QStringLiteral("may have been sent"));
+        QCOMPARE(mark(kFolderOutbox, kFlagNotEncodable), QStringLiteral("cannot be sent"));
+        QCOMPARE(mark(kFolderOutbox, kFlagMayHaveBeenSent | kFlagNotEncodable),
+                 QStringLiteral("may have been sent"));
+        QCOMPARE(mark(kFolderOutbox, 0), QString());
+        QCOMPARE(mark(kFolderOutbox, kFlagFlash), QString());
+        QCOMPARE(mark(kFolderSent, kFlagMayHaveBeenSent), QString());
+    }
+
+    void theMarkIsDrawnInRedBetweenTheSenderAndTheDate() {
+        MessageRowDelegate delegate;
+        delegate.SetToday(TodayDateText());
+        const SmsMessage marked = MakeMessage(kFolderOutbox, u"Anna", u"+1", u"hello",
+                                              MakeTime(2024, 5, 1, 8, 0), kFlagMayHaveBeenSent);
+        const SmsMessage plain =
+            MakeMessage(kFolderOutbox, u"Anna", u"+1", u"hello", MakeTime(2024, 5, 1, 8, 0));
+        const int half = (rowHeight - 2) / 2;
+        const QFontMetrics fm(TemplateFont());
+        const int dw = fm.horizontalAdvance(QStringLiteral("5/1/24"));
+        const int mw = fm.horizontalAdvance(QStringLiteral("may have been sent"));
+        auto isRed = [](QColor c) { return c.red() >= 150 && c.green() <= 80 && c.blue() <= 80; };
+        const QImage image = PaintRow(delegate, &marked, false, false, rowHeight);
+        // Red ink right before the date on the first line, none elsewhere.
+        const QRect markArea(kWidth - 2 - dw - mw - fm.horizontalAdvance(QLatin1Char(' ')), 0, mw,
+                             half);
+        QVERIFY(CountPixels(image, markArea, isRed) > 10);
+        QCOMPARE(CountPixels(image, QRect(0, half, kWidth, rowHeight - half), isRed), 0);
+        QCOMPARE(CountPixels(image, QRect(kWidth - 2 - dw, 0, dw, half), isRed), 0);
+        // The sender and the date are still there.
+        QVERIFY(CountPixels(image, QRect(3, 0, 20, half), [](QColor c) { return c.value() < 80; }) >
+                3);
+        QVERIFY(CountPixels(image, QRect(kWidth - 2 - dw, 0, dw, half),
+                            [](QColor c) { return c.value() < 80; }) > 5);
+        // A row without the flags is drawn as before: the same pixels as always, no red.
+        const QImage plainImage = PaintRow(delegate, &plain, false, false, rowHeight);
+        QCOMPARE(CountPixels(plainImage, QRect(0, 0, kWidth, rowHeight), isRed), 0);
+        QVERIFY(CountPixels(image, QRect(0, half, kWidth, rowHeight - half),
+                            [](QColor c) { return c.value() < 80; }) ==
+                CountPixels(plainImage, QRect(0, half, kWidth, rowHeight - half),
+                            [](QColor c) { return c.value() < 80; }));
+        // Selected, it takes the selected text colour like the rest of the row.
+        const QImage selected = PaintRow(delegate, &marked, true, false, rowHeight);
+        QCOMPARE(CountPixels(selected, QRect(0, 0, kWidth, rowHeight), isRed), 0);
+    }
+
     // --- heights from the fonts really used -------------------------------------------------
 
     void theItalicSentRowsOfTheLogKeepTheirDescenders() {
