@@ -1,6 +1,7 @@
 #include "message_ui/ui/message_dialog.h"
 
 #include <QCheckBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -30,6 +31,7 @@ constexpr unsigned kStringDeleteQuestion = 2112;
 constexpr unsigned kStringSent = 3001;
 constexpr unsigned kStringReceived = 3002;
 constexpr unsigned kStringOptions = 40010;
+constexpr unsigned kStringDiscardQuestion = 3179;
 
 // The width and height of the template, in dialog units: what the controls are placed in at
 // the standard screen size.
@@ -448,6 +450,24 @@ void MessageDialog::Send() {
     // The transfer may have changed the message (its folder, its time); the caller stores it
     // as it comes back. A failed or cancelled send leaves the dialog open.
     if (RunSendTransfer() != IDCANCEL) EndDialog(IDOK);
+}
+
+bool MessageDialog::IsTypedIn() const {
+    return !nameCombo_->currentText().isEmpty() || !numberCombo_->currentText().isEmpty() ||
+           !text_->toPlainText().isEmpty();
+}
+
+void MessageDialog::keyPressEvent(QKeyEvent* event) {
+    // Escape is more often a slip than a choice: a message with something in it is discarded
+    // only when the person says so. The Cancel button discards at once.
+    if (event->key() == Qt::Key_Escape && IsRunning() && !readOnly_ && IsTypedIn()) {
+        if (ShowMessageBox(this, ResourceText(kStringDiscardQuestion), BoxKind::Question) ==
+            IDYES) {
+            EndDialog(IDCANCEL);
+        }
+        return;
+    }
+    DialogBase::keyPressEvent(event);
 }
 
 int MessageDialog::RunSendTransfer() {

@@ -98,6 +98,7 @@ class MessageDialog : public DialogBase {
     void Layout(int w, int h) override;
     bool OnCommand(int id, int notifyCode) override;
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
     // The screens the dialog opens over itself. The picker returns IDOK with the contact's
     // name and its phone number as the contact holds it.
@@ -118,6 +119,7 @@ class MessageDialog : public DialogBase {
     Collected CollectFields();
     void SaveTo(FolderId folder);
     void Send();
+    bool IsTypedIn() const;
     void Reply(bool reply);
     void Delete();
     void PickContact();

@@ -594,6 +594,62 @@ class MessageDialogTest : public QObject {
         QCOMPARE(n.flags & kFlagFlash, kFlagFlash);
     }
 
+    // --- Escape -------------------------------------------------------------------------
+
+    void escapeAsksBeforeDiscardingWhatWasTyped_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("number");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("text") << QString() << QString() << QStringLiteral("Hello");
+        QTest::newRow("number") << QString() << QStringLiteral("+1") << QString();
+        QTest::newRow("name") << QStringLiteral("Ann") << QString() << QString();
+    }
+    void escapeAsksBeforeDiscardingWhatWasTyped() {
+        QFETCH(QString, name);
+        QFETCH(QString, number);
+        QFETCH(QString, text);
+        BoxCapture boxes(IDNO);
+        SmsMessage m;
+        TestDialog d(m);
+        bool openAfterNo = false;
+        QString textAfterNo;
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NameCombo()->setEditText(name);
+                               d.NumberCombo()->setEditText(number);
+                               d.TextEdit()->SetWindowText(text.toStdU16String().c_str());
+                               QTest::keyClick(d.TextEdit(), Qt::Key_Escape);
+                               openAfterNo = d.Result() == kStillOpen;
+                               textAfterNo = d.TextEdit()->toPlainText();
+                               boxes.SetAnswer(IDYES);
+                               QTest::keyClick(d.TextEdit(), Qt::Key_Escape);
+                           }),
+                 IDCANCEL);
+        QVERIFY(openAfterNo);
+        QCOMPARE(textAfterNo, text);
+        QCOMPARE(boxes.boxes.size(), std::size_t{2});
+        QCOMPARE(boxes.boxes[0].text, QStringLiteral("Discard this message?"));
+        QCOMPARE(boxes.boxes[0].kind, BoxKind::Question);
+        QCOMPARE(boxes.boxes[0].caption, QStringLiteral("Velkan Tessiver"));
+    }
+
+    void escapeOnAnEmptyMessageAndCancelCloseAtOnce() {
+        BoxCapture boxes;
+        SmsMessage m;
+        TestDialog d(m);
+        QCOMPARE(RunAndAct(d, [&] { QTest::keyClick(d.TextEdit(), Qt::Key_Escape); }), IDCANCEL);
+        SmsMessage n;
+        TestDialog e(n);
+        QCOMPARE(RunAndAct(e,
+                           [&] {
+                               e.TextEdit()->SetWindowText(u"typed");
+                               QTest::mouseClick(e.ControlAs<QPushButton>(IDCANCEL),
+                                                 Qt::LeftButton);
+                           }),
+                 IDCANCEL);
+        QVERIFY(boxes.boxes.empty());
+    }
+
     // --- read mode -----------------------------------------------------------------------
 
     void okInReadModeStoresNothing() {
