@@ -219,7 +219,8 @@ class MessageListViewTest : public QObject {
             QCOMPARE(bar->findChild<QToolButton*>(QStringLiteral("40004"))->text(),
                      QStringLiteral("Options"));
             QCOMPARE(ActionNames(bar->PopupOf(40014)),
-                     QStringList({"40068 Delete", "-", "40069 Reply", "40070 Forward"}));
+                     QStringList({"40068 Delete", "-", "40069 Reply", "40070 Forward", "-",
+                                  "40071 Send again"}));
             QCOMPARE(ActionNames(bar->PopupOf(40004)),
                      QStringList({"57665 Exit", "-", "57664 About", "-", "40065 Connection",
                                   "40066 Preferences"}));
@@ -1018,6 +1019,136 @@ class MessageListViewTest : public QObject {
             QCOMPARE(boxes.boxes[0].text,
                      QStringLiteral("Connection failed.\nCheck your Connection settings."));
             QCOMPARE(list.CurrentFolder(), kFolderInbox);
+        });
+    }
+
+    // --- Send again -------------------------------------------------------------------------
+
+    void sendAgainSendsTheMarkedMessageAloneAndMovesItToSent() {
+        const Oid marked = StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                                    MakeTime(2024, 5, 1, 8, 0),
+                                                    kFlagMayHaveBeenSent | kFlagFlash));
+        StoreMessage(
+            MakeMessage(kFolderOutbox, u"Bob", u"+2", u"waiting", MakeTime(2024, 5, 2, 8, 0)));
+        TestList list;
+        ScriptedSession session;
+        session.script = {{0x8003, 3104}, {0x8004, 1}, {0x8002}};
+        std::atomic<bool> sendOnly{false};
+        session.work = [&] { sendOnly = session.IsSendOnly(); };
+        list.progressFactory = [&] {
+            auto d = std::make_unique<ProgressDialog>(&session);
+            d->SetCloseDelay(1);
+            return d;
+        };
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            QCOMPARE(list.Model()->OidAt(1), marked);
+            Select(list.List(), {1});
+            QMenu* sms = list.Bar()->PopupOf(MessageListView::kCmdSmsMenu);
+            QAction* sendAgain =
+                sms->findChild<QAction*>(QString::number(MessageListView::kCmdSendAgain));
+            QVERIFY(sendAgain != nullptr);
+            QVERIFY(sendAgain->isEnabled());
+            QCOMPARE(sendAgain->text(), QStringLiteral("Send again"));
+            sendAgain->trigger();
+            QCOMPARE(session.runs.load(), 1);
+            QVERIFY(sendOnly);
+            // The other Outbox message was not sent and is still there.
+            QCOMPARE(list.Model()->rowCount(), 1);
+        });
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage stored;
+        stored.oid = marked;
+        QVERIFY(ReadById(db, stored));
+        QCOMPARE(stored.folder, kFolderSent);
+        QCOMPARE(stored.flags, kFlagFlash);
+        QCOMPARE(stored.text, std::u16string(u"maybe out"));
+        QCOMPARE(CountInFolder(kFolderOutbox), 1u);
+        QCOMPARE(CountInFolder(kFolderSent), 1u);
+    }
+
+    void aFailedSendAgainLeavesTheMessageInTheOutboxWithItsMark() {
+        const Oid marked =
+            StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                     MakeTime(2024, 5, 1, 8, 0), kFlagMayHaveBeenSent));
+        TestList list;
+        ScriptedSession session;
+        session.finalResult = kErrTimeout;
+        list.progressFactory = [&] { return std::make_unique<ProgressDialog>(&session); };
+        BoxCapture boxes;
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            Select(list.List(), {0});
+            list.SendCommand(MessageListView::kCmdSendAgain);
+            QCOMPARE(session.runs.load(), 1);
+            QCOMPARE(list.CurrentFolder(), kFolderOutbox);
+            QCOMPARE(list.Model()->rowCount(), 1);
+        });
+        QCOMPARE(boxes.boxes.size(), std::size_t{1});
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage stored;
+        stored.oid = marked;
+        QVERIFY(ReadById(db, stored));
+        QCOMPARE(stored.folder, kFolderOutbox);
+        QCOMPARE(stored.flags, kFlagMayHaveBeenSent);
+    }
+
+    void sendAgainIsOfferedOnlyForOneMarkedOutboxMessage() {
+        StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                 MakeTime(2024, 5, 1, 8, 0), kFlagMayHaveBeenSent));
+        StoreMessage(MakeMessage(kFolderOutbox, u"Bob", u"+2", u"bad number",
+                                 MakeTime(2024, 5, 2, 8, 0), kFlagNotEncodable));
+        StoreMessage(
+            MakeMessage(kFolderOutbox, u"Cy", u"+3", u"plain", MakeTime(2024, 5, 3, 8, 0)));
+        TestList list;
+        ScriptedSession session;
+        list.progressFactory = [&] { return std::make_unique<ProgressDialog>(&session); };
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            QAction* sendAgain = list.Bar()
+                                     ->PopupOf(MessageListView::kCmdSmsMenu)
+                                     ->findChild<QAction*>(QStringLiteral("40071"));
+            QVERIFY(sendAgain != nullptr);
+            // Rows newest first: plain, bad number, maybe out.
+            const std::vector<std::pair<std::vector<int>, bool>> cases = {
+                {{}, false}, {{0}, false}, {{1}, false}, {{2}, true}, {{1, 2}, false}};
+            for (const auto& [rows, offered] : cases) {
+                list.List()->selectionModel()->clearSelection();
+                for (int r : rows) {
+                    list.List()->selectionModel()->select(list.Model()->index(r, 0),
+                                                          QItemSelectionModel::Select);
+                }
+                QCOMPARE(sendAgain->isEnabled(), offered);
+            }
+            // The command on a message without the mark sends nothing.
+            Select(list.List(), {0});
+            list.SendCommand(MessageListView::kCmdSendAgain);
+            QCOMPARE(session.runs.load(), 0);
+            // The context menu offers it on the marked message only.
+            for (int row : {0, 2}) {
+                Select(list.List(), {row});
+                QStringList names;
+                bool done = false;
+                WhenMenuShown(&list, [&](QMenu* menu) {
+                    names = ActionNames(menu);
+                    menu->close();
+                    done = true;
+                });
+                MessageListControl* l = list.List();
+                QContextMenuEvent event(QContextMenuEvent::Mouse, RowCenter(l, row),
+                                        l->viewport()->mapToGlobal(RowCenter(l, row)));
+                QApplication::sendEvent(l->viewport(), &event);
+                QTRY_VERIFY(done);
+                if (row == 0) {
+                    QCOMPARE(names,
+                             QStringList({"40069 Reply", "40070 Forward", "-", "40068 Delete"}));
+                } else {
+                    QCOMPARE(names, QStringList({"40069 Reply", "40070 Forward", "-",
+                                                 "40068 Delete", "-", "40071 Send again"}));
+                }
+            }
         });
     }
 
