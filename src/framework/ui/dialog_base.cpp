@@ -1,9 +1,11 @@
 #include "framework/ui/dialog_base.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QKeyEvent>
+#include <QPushButton>
 #include <QResizeEvent>
 
 #include "framework/ui/app_event.h"
@@ -12,11 +14,14 @@ namespace {
 QPointer<FrameWindowBase> g_frame;
 }
 
-void FrameWindowBase::SetInstance(FrameWindowBase* frame) { g_frame = frame; }
-FrameWindowBase* FrameWindowBase::Instance() { return g_frame.data(); }
+void FrameWindowBase::SetInstance(FrameWindowBase* frame) {
+    g_frame = frame;
+}
+FrameWindowBase* FrameWindowBase::Instance() {
+    return g_frame.data();
+}
 
-DialogBase::DialogBase(int templateId, QWidget* parent)
-    : QWidget(parent), templateId_(templateId) {
+DialogBase::DialogBase(int templateId, QWidget* parent) : QWidget(parent), templateId_(templateId) {
     setObjectName(QStringLiteral("dialog%1").arg(templateId));
     setAutoFillBackground(true);
     QPalette pal = palette();
@@ -61,7 +66,9 @@ void DialogBase::DestroyMenuBar() {
     RelayOut();
 }
 
-void DialogBase::OnActivate() { CreateMenuBar(MenuBarDefinition()); }
+void DialogBase::OnActivate() {
+    CreateMenuBar(MenuBarDefinition());
+}
 
 void DialogBase::RelayOut() {
     if (menuBar_ != nullptr) {
@@ -119,6 +126,14 @@ int DialogBase::RunPage(DialogBase* owner) {
         setGeometry(frame->rect());
         frame->installEventFilter(this);
     }
+    // The control that had the keyboard in the owner gets it back when this page ends; hiding
+    // the owner takes it away.
+    QPointer<QWidget> ownerFocus;
+    if (owner != nullptr) {
+        QWidget* focused = QApplication::focusWidget();
+        ownerFocus =
+            focused != nullptr && owner->isAncestorOf(focused) ? focused : owner->focusWidget();
+    }
     show();
     raise();
     activateWindow();
@@ -141,6 +156,12 @@ int DialogBase::RunPage(DialogBase* owner) {
         owner->activateWindow();
         owner->OnActivate();
         owner->Refresh();
+        if (ownerFocus != nullptr && owner->isAncestorOf(ownerFocus) &&
+            ownerFocus->isVisibleTo(owner) && ownerFocus->isEnabled()) {
+            ownerFocus->setFocus(Qt::OtherFocusReason);
+        } else {
+            owner->setFocus(Qt::OtherFocusReason);
+        }
     }
     return result_;
 }
@@ -149,6 +170,8 @@ int DialogBase::RunModal(QWidget* owner) {
     result_ = IDCANCEL;
     ended_ = false;
     setParent(owner, Qt::Dialog);
+    // Modal: every other window keeps its look but takes no input while the dialog runs.
+    setWindowModality(Qt::ApplicationModal);
     if (!EnsureCreated()) return IDCANCEL;
     adjustSize();
     show();
@@ -176,7 +199,9 @@ bool DialogBase::OnCommand(int id, int) {
     return false;
 }
 
-bool DialogBase::OnAppMessage(std::uint32_t, std::uintptr_t, std::intptr_t) { return false; }
+bool DialogBase::OnAppMessage(std::uint32_t, std::uintptr_t, std::intptr_t) {
+    return false;
+}
 
 bool DialogBase::event(QEvent* event) {
     if (AppEvent::IsAppMessage(event->type())) {
@@ -205,6 +230,14 @@ void DialogBase::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape && running_) {
         OnCommand(IDCANCEL, 0);
         return;
+    }
+    // Return presses the button that has the focus (a field that takes Return keeps it).
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && running_) {
+        auto* button = qobject_cast<QPushButton*>(QApplication::focusWidget());
+        if (button != nullptr && isAncestorOf(button) && button->isEnabled()) {
+            button->click();
+            return;
+        }
     }
     QWidget::keyPressEvent(event);
 }

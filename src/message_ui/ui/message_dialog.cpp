@@ -1,6 +1,7 @@
 #include "message_ui/ui/message_dialog.h"
 
 #include <QCheckBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -20,6 +21,7 @@
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
+#include "message_ui/ui/store_failure.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
 #include "store/recent_store.h"
@@ -30,6 +32,19 @@ constexpr unsigned kStringDeleteQuestion = 2112;
 constexpr unsigned kStringSent = 3001;
 constexpr unsigned kStringReceived = 3002;
 constexpr unsigned kStringOptions = 40010;
+constexpr unsigned kStringNotStored = 3172;
+constexpr unsigned kStringSentNotStored = 3173;
+constexpr unsigned kStringNotSent = 3174;
+constexpr unsigned kStringRetry = 3175;
+constexpr unsigned kStringMayHaveBeenSent = 3176;
+constexpr unsigned kStringCannotBeSent = 3177;
+constexpr unsigned kStringSendAgain = 3178;
+constexpr unsigned kStringDiscardQuestion = 3179;
+constexpr unsigned kStringNotDeleted = 3181;
+constexpr unsigned kStringNotMarkedRead = 3182;
+
+// The colour of the line that marks a message that may have been sent or cannot be sent.
+constexpr QRgb kMarkColor = 0xFFC00000;
 
 // The width and height of the template, in dialog units: what the controls are placed in at
 // the standard screen size.
@@ -39,8 +54,12 @@ constexpr int kTemplateHeight = 156;
 // field above it takes the extra height.
 constexpr int kTextBottom = 83;
 
-QString ToQString(const TextBuffer& text) { return QString::fromUtf16(text.Text()); }
-QString ToQString(const std::u16string& text) { return QString::fromStdU16String(text); }
+QString ToQString(const TextBuffer& text) {
+    return QString::fromUtf16(text.Text());
+}
+QString ToQString(const std::u16string& text) {
+    return QString::fromStdU16String(text);
+}
 
 // Read-only fields look like ordinary white fields, not greyed.
 void PaintWhite(QWidget* field) {
@@ -118,16 +137,25 @@ void MessageDialog::CreateControls() {
     counter_ = label(kIdCounter, "160/160");
     counter_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     dateLine_ = label(kIdDateLine, "");
+    markLine_ = new QLabel(this);
+    markLine_->setObjectName(QStringLiteral("markLine"));
+    {
+        QPalette pal = markLine_->palette();
+        pal.setColor(QPalette::WindowText, QColor::fromRgb(kMarkColor));
+        markLine_->setPalette(pal);
+    }
     reply_ = button(kIdReply, "Reply");
     forward_ = button(kIdForward, "Forward");
     delete_ = button(kIdDelete, "Delete");
     ok_ = button(IDOK, "OK");
     send_ = button(kIdSend, "Send");
+    sendAgain_ = button(kIdSendAgain, "");
+    sendAgain_->setText(ResourceText(kStringSendAgain));
     outbox_ = button(kIdOutbox, "Outbox");
     draft_ = button(kIdDraft, "Draft");
     cancel_ = button(IDCANCEL, "Cancel");
-    for (QPushButton* b :
-         {send_, ok_, outbox_, reply_, delete_, draft_, forward_, cancel_, nameButton_}) {
+    for (QPushButton* b : {send_, ok_, outbox_, reply_, delete_, draft_, forward_, cancel_,
+                           nameButton_, sendAgain_}) {
         MakeRoundedButton(b);
     }
 
@@ -155,7 +183,7 @@ bool MessageDialog::OnInitDialog() {
     CreateMenuBar(MenuBarDefinition());
     resize(sizeHint());
     FillFields();
-    QWidget* first = readOnly_ ? static_cast<QWidget*>(ok_)
+    QWidget* first = readOnly_                 ? static_cast<QWidget*>(ok_)
                      : message_.number.empty() ? static_cast<QWidget*>(nameCombo_)
                                                : static_cast<QWidget*>(text_);
     // The runner focuses the dialog itself once it is shown; the control takes the focus
@@ -170,12 +198,19 @@ void MessageDialog::MarkReadOnOpening() {
     message_.flags &= ~kFlagUnread;
     // Opening a received message marks it read at once, whatever the dialog ends with.
     if (message_.store != nullptr) {
-        WriteMessage(*message_.store, message_);
+        if (!WriteMessage(*message_.store, message_)) {
+            ShowMessageBox(
+                this, FormatResourceText(kStringNotMarkedRead, StoreFailureReason(message_.store)),
+                BoxKind::Error);
+        }
         return;
     }
     if (message_.oid == 0) return;
     MessageDatabase db;
-    if (OpenMessageStore(db)) WriteMessage(db, message_);
+    if (!OpenMessageStore(db) || !WriteMessage(db, message_)) {
+        ShowMessageBox(this, FormatResourceText(kStringNotMarkedRead, StoreFailureReason(&db)),
+                       BoxKind::Error);
+    }
     // The database object ends here; the caller's message must not point at it.
     message_.store = nullptr;
 }
@@ -186,18 +221,31 @@ void MessageDialog::Layout(int w, int h) {
     const double scale = static_cast<double>(w) / du.X(kTemplateWidth);
     const int extra = qMax(0, h - du.Y(kTemplateHeight));
     const std::vector<Placement> placements = {
-        {nameButton_, 0, 2, 28, 11},     {nameCombo_, 33, 2, 103, 13},
-        {nameLabel_, 2, 15, 26, 11},     {nameField_, 31, 15, 98, 12},
-        {numberLabel_, 3, 29, 33, 11},   {numberCombo_, 33, 28, 103, 13},
-        {numberField_, 32, 42, 98, 12},  {text_, 0, 57, 136, 26},
-        {flash_, 2, 94, 46, 10},         {counter_, 90, 95, 46, 8},
+        {nameButton_, 0, 2, 28, 11},
+        {nameCombo_, 33, 2, 103, 13},
+        {nameLabel_, 2, 15, 26, 11},
+        {nameField_, 31, 15, 98, 12},
+        {numberLabel_, 3, 29, 33, 11},
+        {numberCombo_, 33, 28, 103, 13},
+        {numberField_, 32, 42, 98, 12},
+        {text_, 0, 57, 136, 26},
+        {flash_, 2, 94, 46, 10},
+        {counter_, 90, 95, 46, 8},
         {dateLine_, 0, 106, 68, 8},
+        // Compose mode leaves the date line's and the read-mode buttons' places free: the mark
+        // of a message that may have been sent and its "Send again" stand there.
+        {markLine_, 0, 106, 136, 8},
+        {sendAgain_, 0, 122, 66, 12},
         // The buttons of each mode stand in one row, in the order of the template (whose
         // read-mode buttons overlap one another).
-        {ok_, 0, 122, 32, 12},           {reply_, 35, 122, 32, 12},
-        {forward_, 70, 122, 32, 12},     {delete_, 104, 122, 32, 12},
-        {send_, 2, 141, 30, 12},         {outbox_, 36, 141, 30, 12},
-        {draft_, 70, 141, 31, 12},       {cancel_, 104, 141, 32, 12},
+        {ok_, 0, 122, 32, 12},
+        {reply_, 35, 122, 32, 12},
+        {forward_, 70, 122, 32, 12},
+        {delete_, 104, 122, 32, 12},
+        {send_, 2, 141, 30, 12},
+        {outbox_, 36, 141, 30, 12},
+        {draft_, 70, 141, 31, 12},
+        {cancel_, 104, 141, 32, 12},
     };
     for (const Placement& p : placements) {
         const QRect r = du.Rect(p.x, p.y, p.w, p.h);
@@ -258,13 +306,26 @@ QString MessageDialog::DateLineText() const {
     return ToQString(line);
 }
 
+QString MessageDialog::MarkText() const {
+    if (message_.folder != kFolderOutbox) return QString();
+    if ((message_.flags & kFlagMayHaveBeenSent) != 0) return ResourceText(kStringMayHaveBeenSent);
+    if ((message_.flags & kFlagNotEncodable) != 0) return ResourceText(kStringCannotBeSent);
+    return QString();
+}
+
 void MessageDialog::ShowMode() {
     const bool compose = !readOnly_;
-    for (QWidget* w : std::initializer_list<QWidget*>{send_, draft_, outbox_, cancel_, flash_,
-                                                      counter_, nameCombo_, numberCombo_,
-                                                      nameButton_}) {
+    for (QWidget* w : std::initializer_list<QWidget*>{draft_, outbox_, cancel_, flash_, counter_,
+                                                      nameCombo_, numberCombo_, nameButton_}) {
         w->setVisible(compose);
     }
+    // A message that may already be out is sent only by the person's explicit "Send again".
+    const bool sendAgain =
+        compose && message_.folder == kFolderOutbox && (message_.flags & kFlagMayHaveBeenSent) != 0;
+    send_->setVisible(compose && !sendAgain);
+    sendAgain_->setVisible(sendAgain);
+    markLine_->setText(compose ? MarkText() : QString());
+    markLine_->setVisible(compose && !markLine_->text().isEmpty());
     for (QWidget* w : std::initializer_list<QWidget*>{reply_, delete_, forward_, ok_, dateLine_,
                                                       nameField_, numberField_, nameLabel_}) {
         w->setVisible(!compose);
@@ -336,6 +397,7 @@ bool MessageDialog::OnCommand(int id, int notifyCode) {
     }
     switch (id) {
         case kIdSend:
+        case kIdSendAgain:
             if (!readOnly_) Send();
             return true;
         case kIdOutbox:
@@ -347,8 +409,10 @@ bool MessageDialog::OnCommand(int id, int notifyCode) {
         case IDOK:
             if (readOnly_) {
                 EndDialog(IDCANCEL);
+            } else if (CollectFields() == Collected::kEmpty) {
+                EndDialog(IDCANCEL);
             } else {
-                EndDialog(CollectFields() == Collected::kEmpty ? IDCANCEL : IDOK);
+                StoreAndEnd();
             }
             return true;
         case IDCANCEL:
@@ -433,21 +497,92 @@ void MessageDialog::SaveTo(FolderId folder) {
     }
     // A draft may lack anything; the Outbox only takes what can be sent.
     if (folder == kFolderOutbox && (message_.number.empty() || message_.text.empty())) return;
-    EndDialog(IDOK);
+    // Saved again, the message is tried again: the next transfer finds out whether it can be
+    // encoded now.
+    message_.flags &= ~kFlagNotEncodable;
+    StoreAndEnd();
+}
+
+void MessageDialog::StoreAndEnd() {
+    QString problem;
+    if (!storeWriter_ || storeWriter_(message_, &problem)) {
+        EndDialog(IDOK);
+        return;
+    }
+    // Nothing the person wrote is lost: the dialog stays as it is.
+    ShowMessageBox(this, FormatResourceText(kStringNotStored, FolderName(message_.folder), problem),
+                   BoxKind::Error);
 }
 
 void MessageDialog::Send() {
+    // The message is out already; sending it again would send it twice.
+    if (sentNotStored_) {
+        StoreSent();
+        return;
+    }
+    const FolderId folder = message_.folder;
     message_.folder = kFolderSent;
     if (CollectFields() == Collected::kEmpty) {
         EndDialog(IDCANCEL);
         return;
     }
-    if (message_.number.empty() || message_.text.empty()) return;
+    if (message_.number.empty() || message_.text.empty()) {
+        message_.folder = folder;
+        return;
+    }
+    // Nothing goes out that could not be recorded afterwards.
+    QString problem;
+    if (storeCheck_ && !storeCheck_(&problem)) {
+        message_.folder = folder;
+        ShowMessageBox(this, FormatResourceText(kStringNotSent, problem), BoxKind::Error);
+        return;
+    }
     // (A handheld locks its on-screen keyboard up while the transfer runs; a desktop has no
     // such panel to hold, so nothing is saved or restored around the transfer here.)
-    // The transfer may have changed the message (its folder, its time); the caller stores it
-    // as it comes back. A failed or cancelled send leaves the dialog open.
-    if (RunSendTransfer() != IDCANCEL) EndDialog(IDOK);
+    // The transfer may have changed the message (its folder, its time). A failed or cancelled
+    // send leaves the dialog open, and the message in the folder it came from.
+    if (RunSendTransfer() == IDCANCEL) {
+        message_.folder = folder;
+        return;
+    }
+    // Sent: what the Outbox said about it no longer holds.
+    message_.folder = kFolderSent;
+    message_.flags &= ~(kFlagMayHaveBeenSent | kFlagNotEncodable | kFlagUnread);
+    StoreSent();
+}
+
+void MessageDialog::StoreSent() {
+    QString problem;
+    if (!storeWriter_ || storeWriter_(message_, &problem)) {
+        EndDialog(IDOK);
+        return;
+    }
+    if (!sentNotStored_) {
+        sentNotStored_ = true;
+        // From now on the button stores the sent message, and the Outbox, from which it would
+        // go out a second time, does not take it.
+        for (QPushButton* b : {send_, sendAgain_}) b->setText(ResourceText(kStringRetry));
+        outbox_->setEnabled(false);
+    }
+    ShowMessageBox(this, FormatResourceText(kStringSentNotStored, problem), BoxKind::Error);
+}
+
+bool MessageDialog::IsTypedIn() const {
+    return !nameCombo_->currentText().isEmpty() || !numberCombo_->currentText().isEmpty() ||
+           !text_->toPlainText().isEmpty();
+}
+
+void MessageDialog::keyPressEvent(QKeyEvent* event) {
+    // Escape is more often a slip than a choice: a message with something in it is discarded
+    // only when the person says so. The Cancel button discards at once.
+    if (event->key() == Qt::Key_Escape && IsRunning() && !readOnly_ && IsTypedIn()) {
+        if (ShowMessageBox(this, ResourceText(kStringDiscardQuestion), BoxKind::Question) ==
+            IDYES) {
+            EndDialog(IDCANCEL);
+        }
+        return;
+    }
+    DialogBase::keyPressEvent(event);
 }
 
 int MessageDialog::RunSendTransfer() {
@@ -473,7 +608,13 @@ void MessageDialog::Delete() {
     if (ShowMessageBox(this, ResourceText(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
         return;
     }
-    DeleteStoredMessage(message_);
+    if (!DeleteStoredMessage(message_)) {
+        // The message is still there, and so is the dialog.
+        ShowMessageBox(this,
+                       FormatResourceText(kStringNotDeleted, StoreFailureReason(message_.store)),
+                       BoxKind::Error);
+        return;
+    }
     EndDialog(IDCANCEL);
 }
 

@@ -7,6 +7,11 @@
 // caller's message and writes the store itself only to mark an opened Inbox message read and
 // to delete a message; otherwise it ends with IDOK when the caller is to store the message (in
 // the folder the message names by then) and IDCANCEL when nothing is to be stored.
+//
+// A caller that hands the dialog its store (SetStore) has the message stored before the dialog
+// ends: when that fails, a box names the file and the reason and the dialog stays open with
+// everything the person wrote. Send then also makes sure first that the store can record the
+// message, and sends nothing when it cannot.
 #pragma once
 
 #include <QString>
@@ -33,23 +38,25 @@ class MessageDialog : public DialogBase {
     static constexpr int kTemplateId = 110;
     static constexpr int kMenuBarId = 400;
     // Controls.
-    static constexpr int kIdName = 40074;            // button: pick a contact
-    static constexpr int kIdNameCombo = 1008;        // compose: recipient name
-    static constexpr int kIdNameLabel = 1012;        // read: "Name:"
-    static constexpr int kIdNameField = 1038;        // read: sender or recipient name
-    static constexpr int kIdNumberLabel = 1013;      // both: "Number:"
-    static constexpr int kIdNumberCombo = 1010;      // compose: recipient number
-    static constexpr int kIdNumberField = 1037;      // read: number
-    static constexpr int kIdText = 1004;             // the message text
-    static constexpr int kIdFlash = 1007;            // compose: "Flash SMS"
-    static constexpr int kIdCounter = 1015;          // compose: "n/160"
-    static constexpr int kIdDateLine = 1032;         // read: "Received: date time"
+    static constexpr int kIdName = 40074;        // button: pick a contact
+    static constexpr int kIdNameCombo = 1008;    // compose: recipient name
+    static constexpr int kIdNameLabel = 1012;    // read: "Name:"
+    static constexpr int kIdNameField = 1038;    // read: sender or recipient name
+    static constexpr int kIdNumberLabel = 1013;  // both: "Number:"
+    static constexpr int kIdNumberCombo = 1010;  // compose: recipient number
+    static constexpr int kIdNumberField = 1037;  // read: number
+    static constexpr int kIdText = 1004;         // the message text
+    static constexpr int kIdFlash = 1007;        // compose: "Flash SMS"
+    static constexpr int kIdCounter = 1015;      // compose: "n/160"
+    static constexpr int kIdDateLine = 1032;     // read: "Received: date time"
     static constexpr int kIdReply = 40069;
     static constexpr int kIdForward = 40070;
     static constexpr int kIdDelete = 40068;
     static constexpr int kIdSend = 40034;
     static constexpr int kIdOutbox = 1002;
     static constexpr int kIdDraft = 1003;
+    // Compose, for an Outbox message that may have been sent: sends it again.
+    static constexpr int kIdSendAgain = 40071;
     // Menu commands.
     static constexpr int kCmdOptionsMenu = 40004;
     static constexpr int kCmdConnection = 40065;
@@ -65,6 +72,10 @@ class MessageDialog : public DialogBase {
     // Sends one message now: runs the transfer (normally the progress dialog of a send-only
     // transfer) over `owner` and returns its result, IDOK when the message was sent.
     using SendRunner = std::function<int(SmsMessage& message, QWidget* owner)>;
+    // The caller's store: whether it can be written now, and writing the message to it. Both
+    // put the reason into *problem when they fail.
+    using StoreCheck = std::function<bool(QString* problem)>;
+    using StoreWriter = std::function<bool(SmsMessage& message, QString* problem)>;
 
     // `message` is the caller's and must outlive the dialog; the dialog changes it in place.
     explicit MessageDialog(SmsMessage& message, QWidget* parent = nullptr);
@@ -74,6 +85,12 @@ class MessageDialog : public DialogBase {
     // library, so the shell hands the dialog a runner instead of this library calling it.
     // Without a runner Send does not send and the dialog stays open.
     void SetSendRunner(SendRunner runner) { sendRunner_ = std::move(runner); }
+    // The store the dialog keeps its message in. Without one the dialog ends with IDOK and the
+    // caller stores.
+    void SetStore(StoreCheck check, StoreWriter writer) {
+        storeCheck_ = std::move(check);
+        storeWriter_ = std::move(writer);
+    }
 
     SmsMessage& Message() { return message_; }
     bool IsReadOnly() const { return readOnly_; }
@@ -85,6 +102,11 @@ class MessageDialog : public DialogBase {
     RecentComboBox* NumberCombo() const { return numberCombo_; }
     QLabel* Counter() const { return counter_; }
     QLabel* DateLine() const { return dateLine_; }
+    // The line that says "may have been sent" or "cannot be sent" in compose mode.
+    QLabel* MarkLine() const { return markLine_; }
+    // The message went out but could not be stored in Sent: the Send button now only retries
+    // storing it, and the Outbox is closed to it.
+    bool SentButNotStored() const { return sentNotStored_; }
 
     // Counts the text and cuts it at 160 characters, then sets the edit's limit and the
     // counter. Runs on every change of the text; nothing happens in read mode.
@@ -98,6 +120,7 @@ class MessageDialog : public DialogBase {
     void Layout(int w, int h) override;
     bool OnCommand(int id, int notifyCode) override;
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
     // The screens the dialog opens over itself. The picker returns IDOK with the contact's
     // name and its phone number as the contact holds it.
@@ -117,7 +140,14 @@ class MessageDialog : public DialogBase {
     void ShowMode();
     Collected CollectFields();
     void SaveTo(FolderId folder);
+    // Stores the message through the caller's store and ends with IDOK, or shows why it could
+    // not and stays open.
+    void StoreAndEnd();
     void Send();
+    // After a send: stores the message in Sent, or says that it was sent but not stored.
+    void StoreSent();
+    bool IsTypedIn() const;
+    QString MarkText() const;
     void Reply(bool reply);
     void Delete();
     void PickContact();
@@ -129,6 +159,9 @@ class MessageDialog : public DialogBase {
     int inputPanelPreference_ = 1;
     bool inCounter_ = false;
     SendRunner sendRunner_;
+    StoreCheck storeCheck_;
+    StoreWriter storeWriter_;
+    bool sentNotStored_ = false;
 
     QPushButton* nameButton_ = nullptr;
     RecentComboBox* nameCombo_ = nullptr;
@@ -141,11 +174,13 @@ class MessageDialog : public DialogBase {
     QCheckBox* flash_ = nullptr;
     QLabel* counter_ = nullptr;
     QLabel* dateLine_ = nullptr;
+    QLabel* markLine_ = nullptr;
     QPushButton* reply_ = nullptr;
     QPushButton* forward_ = nullptr;
     QPushButton* delete_ = nullptr;
     QPushButton* ok_ = nullptr;
     QPushButton* send_ = nullptr;
+    QPushButton* sendAgain_ = nullptr;
     QPushButton* outbox_ = nullptr;
     QPushButton* draft_ = nullptr;
     QPushButton* cancel_ = nullptr;

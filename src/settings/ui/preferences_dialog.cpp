@@ -5,12 +5,18 @@
 #include <QLabel>
 #include <QLineEdit>
 
+#include "framework/text_buffer.h"
+#include "framework/ui/message_box.h"
 #include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
 #include "settings/settings_key.h"
 
 namespace {
+
+constexpr unsigned kStringServiceCentreTooLong = 3180;
+// A service centre address holds at most ten octets of digits, two digits an octet.
+constexpr std::size_t kMaxServiceCentreDigits = 20;
 
 // The state OK stores for a box: exactly 1 for a checked one, 0 otherwise.
 std::uint32_t CheckValue(const QCheckBox* box) {
@@ -90,6 +96,8 @@ std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
 bool PreferencesDialog::OnCommand(int id, int notifyCode) {
     switch (id) {
         case IDOK:
+            // A number no phone would take is refused here, before anything is written.
+            if (!ServiceCentreFits()) return true;
             ApplySettingWrites(key_, PendingWrites());
             EndDialog(IDOK);
             return true;
@@ -109,6 +117,21 @@ bool PreferencesDialog::OnCommand(int id, int notifyCode) {
         default:
             return CaptionDialog::OnCommand(id, notifyCode);
     }
+}
+
+bool PreferencesDialog::ServiceCentreFits() {
+    TextBuffer number = GetWindowText(smsc_);
+    NormalizePhoneNumber(number);
+    const std::u16string digits = number.ToU16();
+    const std::size_t count = digits.size() - (!digits.empty() && digits[0] == u'+' ? 1 : 0);
+    if (count <= kMaxServiceCentreDigits) return true;
+    TextBuffer format;
+    format.LoadResourceString(kStringServiceCentreTooLong);
+    TextBuffer text;
+    text.Format(80, format.Text(), static_cast<int>(count));
+    ShowMessageBox(this, QString::fromUtf16(text.Text()), BoxKind::Error);
+    if (smsc_->isEnabled()) smsc_->setFocus(Qt::OtherFocusReason);
+    return false;
 }
 
 QLineEdit* PreferencesDialog::EditTarget() const {

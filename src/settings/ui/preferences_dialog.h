@@ -1,6 +1,8 @@
 // The preferences dialog (template 120): deleting retrieved messages from the phone, the custom
 // service centre, status reports and the Flash default. It keeps the settings key open while it
-// runs; OK writes every value through it, in a fixed order; Cancel writes nothing.
+// runs; OK writes every value through it, in a fixed order; Cancel writes nothing. A service
+// centre of more than 20 digits is refused on OK: a box says why, the dialog stays open and
+// nothing is written.
 #pragma once
 
 #include <string>
@@ -51,6 +53,9 @@ class PreferencesDialog : public CaptionDialog {
 
   private:
     void EnableNumberField();
+    // False, after a message box that says why, when the service centre has more digits than
+    // an address can hold.
+    bool ServiceCentreFits();
     // The field the Edit commands act on: the focused one, else the number field.
     QLineEdit* EditTarget() const;
     void EditCommand(int id);

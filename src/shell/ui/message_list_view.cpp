@@ -7,20 +7,23 @@
 #include <QGuiApplication>
 #include <QItemSelection>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStyleHints>
+#include <QVBoxLayout>
 #include <algorithm>
 
 #include "framework/text_buffer.h"
 #include "framework/ui/app_event.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
-#include "framework/ui/resource_text.h"
+#include "message_ui/ui/store_failure.h"
 #include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
@@ -35,6 +38,13 @@ constexpr unsigned kStringDeleteQuestion = 2112;
 constexpr unsigned kStringNew = 40013;
 constexpr unsigned kStringSms = 40008;
 constexpr unsigned kStringOptions = 40010;
+constexpr unsigned kStringStoreUnusable = 3170;
+constexpr unsigned kStringNotStored = 3172;
+constexpr unsigned kStringSentNotStored = 3173;
+constexpr unsigned kStringNotSent = 3174;
+constexpr unsigned kStringRetry = 3175;
+constexpr unsigned kStringSendAgain = 3178;
+constexpr unsigned kStringNotDeleted = 3181;
 
 struct FolderEntry {
     unsigned stringId;
@@ -244,7 +254,12 @@ bool MessageListView::OnInitDialog() {
         combo_->addItem(ResourceText(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
     }
     const QRect comboRect = TemplateRect(27, 3, 44, 84);
-    combo_->setGeometry(comboRect.left(), comboRect.top(), comboRect.width(),
+    // Wide enough for the longest folder name in the face really used, which may be wider than
+    // the template's.
+    combo_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    combo_->ensurePolished();
+    combo_->setGeometry(comboRect.left(), comboRect.top(),
+                        qMax(comboRect.width(), combo_->sizeHint().width()),
                         combo_->sizeHint().height());
     connect(combo_, &QComboBox::activated, this, [this](int index) { OnFolderChosen(index); });
 
@@ -281,13 +296,39 @@ bool MessageListView::OnInitDialog() {
     connect(list_, &MessageListControl::openKeyPressed, this, [this] { OpenSelected(); });
     connect(list_, &MessageListControl::deleteKeyPressed, this,
             [this] { OnCommand(kCmdDelete, 0); });
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            [this] { UpdateSendAgain(); });
 
-    // A store that cannot be opened leaves the list empty; the program stays usable.
-    OpenMessageStore(db_);
+    storeBanner_ = new QFrame(this);
+    storeBanner_->setObjectName(QStringLiteral("storeBanner"));
+    storeBanner_->setFrameShape(QFrame::StyledPanel);
+    storeBanner_->hide();
+    auto* bannerLayout = new QVBoxLayout(storeBanner_);
+    bannerLayout->setContentsMargins(4, 4, 4, 4);
+    storeBannerText_ = new QLabel(storeBanner_);
+    storeBannerText_->setObjectName(QStringLiteral("storeProblem"));
+    storeBannerText_->setTextFormat(Qt::PlainText);
+    storeBannerText_->setWordWrap(true);
+    bannerLayout->addWidget(storeBannerText_);
+    storeRetry_ = new QPushButton(ResourceText(kStringRetry), storeBanner_);
+    storeRetry_->setObjectName(QStringLiteral("storeRetry"));
+    bannerLayout->addWidget(storeRetry_, 0, Qt::AlignRight);
+    connect(storeRetry_, &QPushButton::clicked, this, [this] { RetryStore(); });
+
+    // A store that cannot be opened leaves the list empty; the program stays usable, says why
+    // and offers to try again.
+    if (OpenMessageStore(db_)) {
+        // Opened, perhaps only after a damaged file was set aside: the person is told.
+        startProblem_ = TakeStoreNoticeText();
+    } else {
+        storeProblem_ = StoreFailureReason(&db_);
+        startProblem_ = FormatResourceText(kStringStoreUnusable, storeProblem_);
+    }
     model_->SetDatabase(&db_);
     currentFolder_ = 0;
     SwitchFolder(kFolderInbox);
 
+    if (!startProblem_.isEmpty()) PostAppMessage(this, kMsgStoreProblem);
     PostAppMessage(this, kMsgContactsAddIn);
     if (HasCommandLine()) PostAppMessage(this, kMsgCommandLine);
     return true;
@@ -301,7 +342,9 @@ MenuBarDef MessageListView::MenuBarDefinition() const {
          {{kCmdDelete, QStringLiteral("Delete")},
           {0, {}},
           {kCmdReply, QStringLiteral("Reply")},
-          {kCmdForward, QStringLiteral("Forward")}}},
+          {kCmdForward, QStringLiteral("Forward")},
+          {0, {}},
+          {kCmdSendAgain, ResourceText(kStringSendAgain)}}},
         {kCmdOptionsMenu,
          ResourceText(kStringOptions),
          {{kCmdExit, QStringLiteral("Exit")},
@@ -320,8 +363,67 @@ void MessageListView::Layout(int w, int h) {
         button->setGeometry(w - kEdge - button->width(), kButtonTop, button->width(),
                             kButtonBottom - kButtonTop);
     }
-    list_->setGeometry(0, kListTop, w, qMax(0, h - kListTop));
+    // The line about a store that cannot be opened stands between the header and the rows.
+    int bannerHeight = 0;
+    if (!storeBanner_->isHidden()) {
+        bannerHeight = storeBanner_->hasHeightForWidth() ? storeBanner_->heightForWidth(w)
+                                                         : storeBanner_->sizeHint().height();
+        storeBanner_->setGeometry(0, kListTop, w, bannerHeight);
+    }
+    list_->setGeometry(0, kListTop + bannerHeight, w, qMax(0, h - kListTop - bannerHeight));
     separator_->setGeometry(0, kSeparatorTop, w, 1);
+}
+
+void MessageListView::UpdateStoreBanner() {
+    const bool show = !db_.IsOpen();
+    const QString text = show ? storeProblem_ : QString();
+    if (show != storeBanner_->isHidden() && text == storeBannerText_->text()) return;
+    storeBannerText_->setText(text);
+    storeBanner_->setVisible(show);
+    // The rows move down to make room for the line, or back up.
+    const QSize client = ClientSize();
+    Layout(client.width(), client.height());
+}
+
+void MessageListView::RetryStore() {
+    QString problem;
+    if (EnsureStoreOpen(&problem)) {
+        Reload();
+        list_->setFocus();
+    } else {
+        UpdateStoreBanner();
+    }
+}
+
+bool MessageListView::EnsureStoreOpen(QString* problem) {
+    if (db_.IsOpen()) return true;
+    if (!OpenMessageStore(db_)) {
+        storeProblem_ = StoreFailureReason(&db_);
+        if (problem != nullptr) *problem = storeProblem_;
+        return false;
+    }
+    storeProblem_.clear();
+    // Opened, perhaps only after a damaged file was set aside: the person is told.
+    const QString notices = TakeStoreNoticeText();
+    if (!notices.isEmpty()) ShowMessageBox(this, notices, BoxKind::Error);
+    return true;
+}
+
+bool MessageListView::StoreWritable(QString* problem) {
+    if (!EnsureStoreOpen(problem)) return false;
+    // The write lock is taken and given back at once: a store that another program holds, or
+    // that refuses writes, says so now rather than after the message went out.
+    MessageStoreBatch batch(db_);
+    if (batch.Started()) return true;
+    *problem = StoreFailureReason(&db_);
+    return false;
+}
+
+bool MessageListView::SaveMessage(SmsMessage& message, QString* problem) {
+    if (!EnsureStoreOpen(problem)) return false;
+    if (WriteMessage(db_, message)) return true;
+    *problem = StoreFailureReason(&db_);
+    return false;
 }
 
 void MessageListView::SwitchFolder(FolderId f) {
@@ -359,6 +461,7 @@ int MessageListView::FirstSelectedRow() const {
 }
 
 void MessageListView::Reload() {
+    UpdateStoreBanner();
     const Oid remembered = model_->OidAt(FirstSelectedRow());
     delegate_->SetToday(TodayDateText());
     delegate_->SetLogView(currentFolder_ == kFolderLog);
@@ -382,6 +485,23 @@ void MessageListView::Reload() {
     list_->setFocus();
     list_->SetMenuJustClosed(false);
     list_->setUpdatesEnabled(true);
+    UpdateSendAgain();
+}
+
+void MessageListView::OnActivate() {
+    DialogBase::OnActivate();
+    UpdateSendAgain();
+}
+
+bool MessageListView::SelectedMaySendAgain() const {
+    if (list_ == nullptr || list_->selectionModel()->selectedRows().size() != 1) return false;
+    const SmsMessage* message = model_->MessageAt(FirstSelectedRow());
+    return message != nullptr && message->folder == kFolderOutbox &&
+           (message->flags & kFlagMayHaveBeenSent) != 0;
+}
+
+void MessageListView::UpdateSendAgain() {
+    if (Bar() != nullptr) Bar()->SetEnabled(kCmdSendAgain, SelectedMaySendAgain());
 }
 
 void MessageListView::Refresh() {
@@ -401,6 +521,9 @@ bool MessageListView::OnCommand(int id, int notifyCode) {
             return true;
         case kCmdForward:
             ReplyOrForward(false);
+            return true;
+        case kCmdSendAgain:
+            SendAgain();
             return true;
         case kCmdPickContact:
             PickContact();
@@ -440,6 +563,13 @@ bool MessageListView::OnAppMessage(std::uint32_t message, std::uintptr_t wParam,
         case kMsgContactsAddIn:
             UpdateContactsAddIn();
             return true;
+        case kMsgStoreProblem:
+            if (!startProblem_.isEmpty()) {
+                const QString text = startProblem_;
+                startProblem_.clear();
+                ShowMessageBox(this, text, BoxKind::Error);
+            }
+            return true;
         default:
             return false;
     }
@@ -459,14 +589,21 @@ void MessageListView::OnTapped(Qt::KeyboardModifiers modifiers) {
 void MessageListView::ShowContextMenu(const QPoint& globalPos) {
     QMenu menu(list_);
     menu.setObjectName(QString::number(kContextMenuId));
-    const std::pair<int, const char*> items[] = {
-        {kCmdReply, "Reply"}, {kCmdForward, "Forward"}, {0, nullptr}, {kCmdDelete, "Delete"}};
+    std::vector<std::pair<int, QString>> items = {{kCmdReply, QStringLiteral("Reply")},
+                                                  {kCmdForward, QStringLiteral("Forward")},
+                                                  {0, QString()},
+                                                  {kCmdDelete, QStringLiteral("Delete")}};
+    // Offered only where it applies: on an Outbox message that may have been sent.
+    if (SelectedMaySendAgain()) {
+        items.push_back({0, QString()});
+        items.push_back({kCmdSendAgain, ResourceText(kStringSendAgain)});
+    }
     for (const auto& [id, label] : items) {
         if (id == 0) {
             menu.addSeparator();
             continue;
         }
-        QAction* action = menu.addAction(QString::fromLatin1(label));
+        QAction* action = menu.addAction(label);
         action->setObjectName(QString::number(id));
         action->setData(id);
     }
@@ -499,7 +636,15 @@ void MessageListView::PickContact() {
 }
 
 void MessageListView::RunAndSave(SmsMessage& message) {
-    if (RunMessageDialog(message) == IDOK) WriteMessage(db_, message);
+    storedByDialog_ = false;
+    if (RunMessageDialog(message) == IDOK && !storedByDialog_) {
+        QString problem;
+        if (!SaveMessage(message, &problem)) {
+            ShowMessageBox(
+                this, FormatResourceText(kStringNotStored, FolderName(message.folder), problem),
+                BoxKind::Error);
+        }
+    }
     Reload();
 }
 
@@ -536,19 +681,35 @@ void MessageListView::DeleteSelected() {
     }
     list_->setUpdatesEnabled(false);
     std::vector<int> deleted;
+    QString problem;
     {
         // One transaction for the whole selection; a row whose record cannot be deleted stays.
         MessageStoreBatch batch(db_);
         std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
-        for (int row : rows) {
-            const Oid oid = model_->OidAt(row);
-            if (oid != 0 && db_.DeleteRecord(oid)) deleted.push_back(row);
+        if (!batch.Started()) {
+            problem = StoreFailureReason(&db_);
+        } else {
+            for (int row : rows) {
+                const Oid oid = model_->OidAt(row);
+                if (oid == 0) continue;
+                if (db_.DeleteRecord(oid)) {
+                    deleted.push_back(row);
+                } else if (problem.isEmpty()) {
+                    problem = StoreFailureReason(&db_);
+                }
+            }
+            if (!batch.Commit()) {
+                deleted.clear();
+                problem = StoreFailureReason(&db_);
+            }
         }
-        if (batch.Started() && !batch.Commit()) deleted.clear();
     }
     model_->RemoveRows(deleted);
     list_->setUpdatesEnabled(true);
     list_->viewport()->update();
+    if (!problem.isEmpty()) {
+        ShowMessageBox(this, FormatResourceText(kStringNotDeleted, problem), BoxKind::Error);
+    }
 }
 
 void MessageListView::Transfer() {
@@ -563,10 +724,45 @@ void MessageListView::Transfer() {
     }
 }
 
+void MessageListView::SendAgain() {
+    if (!SelectedMaySendAgain()) return;
+    SmsMessage message;
+    message.oid = model_->OidAt(FirstSelectedRow());
+    if (message.oid == 0 || !ReadById(db_, message)) return;
+    // Nothing goes out that could not be recorded afterwards.
+    QString problem;
+    if (!StoreWritable(&problem)) {
+        ShowMessageBox(this, FormatResourceText(kStringNotSent, problem), BoxKind::Error);
+        return;
+    }
+    std::unique_ptr<ProgressDialog> progress = CreateProgressDialog();
+    if (progress == nullptr) return;
+    progress->Session().SetSingleMessage(&message);
+    const int result = RunTransfer(*progress, this);
+    progress.reset();
+    if (result == IDOK) {
+        // The same record moves to Sent; what the Outbox said about it no longer holds. A send
+        // that failed leaves it in the Outbox with its mark.
+        message.folder = kFolderSent;
+        message.flags &= ~(kFlagMayHaveBeenSent | kFlagNotEncodable | kFlagUnread);
+        if (!SaveMessage(message, &problem)) {
+            ShowMessageBox(this, FormatResourceText(kStringSentNotStored, problem), BoxKind::Error);
+        }
+    }
+    Reload();
+}
+
 // --- the screens the list opens ----------------------------------------------------------
 
 int MessageListView::RunMessageDialog(SmsMessage& message) {
     MessageDialog dialog(message);
+    // The dialog keeps its message in the list's store, and stays open when that fails.
+    dialog.SetStore([this](QString* problem) { return StoreWritable(problem); },
+                    [this](SmsMessage& toStore, QString* problem) {
+                        const bool stored = SaveMessage(toStore, problem);
+                        if (stored) storedByDialog_ = true;
+                        return stored;
+                    });
     // The dialog's Send runs a send-only transfer of its message through the same progress
     // dialog as the list's own transfers.
     dialog.SetSendRunner([this](SmsMessage& toSend, QWidget* owner) {

@@ -1,6 +1,10 @@
 // The main screen (template 109): one folder of the message store as a list of drawn two-line
 // rows, newest first, with the folder combo box, the transfer button ("Send && Get" while the
 // Outbox holds messages, "Get" otherwise) and the commands of the menu bar and the context menu.
+//
+// A store that cannot be used is never passed over in silence: at start a box names the file and
+// the reason, and while the store stays closed a line above the list repeats the reason with a
+// "Retry" button; every write that fails says so too.
 #pragma once
 
 #include <QListView>
@@ -16,6 +20,7 @@
 
 class QComboBox;
 class QFrame;
+class QLabel;
 class QPushButton;
 class MessageListModel;
 class MessageRowDelegate;
@@ -100,6 +105,8 @@ class MessageListView : public DialogBase {
     static constexpr int kCmdDelete = 40068;
     static constexpr int kCmdReply = 40069;
     static constexpr int kCmdForward = 40070;
+    // Sends the one selected Outbox message that may have been sent, once more.
+    static constexpr int kCmdSendAgain = 40071;
     static constexpr int kCmdPickContact = 40074;
     static constexpr int kCmdConnection = 40065;
     static constexpr int kCmdPreferences = 40066;
@@ -109,6 +116,9 @@ class MessageListView : public DialogBase {
     static constexpr std::uint32_t kMsgContextMenu = 0x8008;  // wParam x, lParam y (global)
     static constexpr std::uint32_t kMsgCommandLine = 0x8009;
     static constexpr std::uint32_t kMsgContactsAddIn = 0x800A;
+    // The box about a store that could not be opened (or was repaired) at start, shown once the
+    // list is on screen.
+    static constexpr std::uint32_t kMsgStoreProblem = 0x800B;
 
     MessageListView();
     ~MessageListView() override;
@@ -123,12 +133,21 @@ class MessageListView : public DialogBase {
     // Rebuilds the list from the store; the first selected message stays selected.
     void Reload();
     void Refresh() override;
+    // The menu bar again, with "Send again" offered as the selection allows.
+    void OnActivate() override;
 
     MessageListControl* List() const { return list_; }
     QComboBox* FolderCombo() const { return combo_; }
     MessageListModel* Model() const { return model_; }
     MessageRowDelegate* Delegate() const { return delegate_; }
     MessageDatabase& Database() { return db_; }
+    // The line above the list while the store cannot be opened, with its "Retry" button.
+    QFrame* StoreBanner() const { return storeBanner_; }
+    QPushButton* StoreRetryButton() const { return storeRetry_; }
+    // Why the store is not open (empty while it is).
+    const QString& StoreProblem() const { return storeProblem_; }
+    // Opens the store again; once it opens, the folder is loaded.
+    void RetryStore();
 
     // The rows selected now, in ascending order.
     std::vector<int> SelectedRows() const;
@@ -167,7 +186,19 @@ class MessageListView : public DialogBase {
     void ReplyOrForward(bool reply);
     void DeleteSelected();
     void Transfer();
+    void SendAgain();
     int FirstSelectedRow() const;
+    // The one selected message when it is an Outbox message that may have been sent.
+    bool SelectedMaySendAgain() const;
+    void UpdateSendAgain();
+    void UpdateStoreBanner();
+
+    // The store as the list writes to it: opened on demand (a store that could not be opened
+    // at start is tried again), checked for a write lock, and written. Each puts the reason into
+    // *problem when it fails.
+    bool EnsureStoreOpen(QString* problem);
+    bool StoreWritable(QString* problem);
+    bool SaveMessage(SmsMessage& message, QString* problem);
 
     MessageDatabase db_;
     FolderId currentFolder_ = 0;
@@ -178,4 +209,11 @@ class MessageListView : public DialogBase {
     QFrame* separator_ = nullptr;
     MessageListModel* model_ = nullptr;
     MessageRowDelegate* delegate_ = nullptr;
+    QFrame* storeBanner_ = nullptr;
+    QLabel* storeBannerText_ = nullptr;
+    QPushButton* storeRetry_ = nullptr;
+    QString storeProblem_;
+    QString startProblem_;
+    // Set when the compose dialog stored its message itself.
+    bool storedByDialog_ = false;
 };

@@ -3,12 +3,15 @@
 #include <QFontMetrics>
 #include <QPainter>
 
+#include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "shell/ui/message_list_model.h"
 
 namespace {
 
 constexpr unsigned kStringNone = 2100;
+constexpr unsigned kStringMayHaveBeenSent = 3176;
+constexpr unsigned kStringCannotBeSent = 3177;
 
 QString ShownText(const std::u16string& text) {
     QString s = QString::fromStdU16String(text);
@@ -50,6 +53,14 @@ MessageRowTexts MakeRowTexts(const SmsMessage& message, const TextBuffer& today)
         texts.sender = QString::fromUtf16(none.Text());
     }
     texts.preview = ShownText(message.text);
+    if (message.folder == kFolderOutbox) {
+        // A message that may already be out weighs more than one that cannot go out.
+        if ((message.flags & kFlagMayHaveBeenSent) != 0) {
+            texts.mark = ResourceText(kStringMayHaveBeenSent);
+        } else if ((message.flags & kFlagNotEncodable) != 0) {
+            texts.mark = ResourceText(kStringCannotBeSent);
+        }
+    }
     return texts;
 }
 
@@ -67,8 +78,12 @@ RowFontKind RowFontOf(const SmsMessage& message, bool logView) {
 
 MessageRowDelegate::MessageRowDelegate(QObject* parent) : QStyledItemDelegate(parent) {}
 
-int MessageRowDelegate::RowHeightFor(const QFontMetrics& listFontMetrics) {
-    return (listFontMetrics.height() + 1) * 2;
+int MessageRowDelegate::RowHeightFor(const QFont& listFont) {
+    int line = QFontMetrics(listFont).height();
+    for (UiFont rowFont : {UiFont::SmallBold, UiFont::MediumItalic}) {
+        line = qMax(line, QFontMetrics(GetUiFont(rowFont)).height());
+    }
+    return (line + 1) * 2;
 }
 
 QColor MessageRowDelegate::HighlightColor(const QPalette& palette) {
@@ -122,10 +137,21 @@ void MessageRowDelegate::PaintRow(QPainter* painter, const QRect& itemRect, bool
     // The italic slant needs two more pixels.
     const int dw = fm.horizontalAdvance(texts.date) + (kind == RowFontKind::kSentInLog ? 2 : 0);
 
-    // First line: the sender at the left, the date in the last dw pixels at the right.
+    // First line: the sender at the left, the date in the last dw pixels at the right, and a
+    // mark, when there is one, right before the date, a space's width away from it.
     const int flags = Qt::AlignLeft | Qt::AlignTop;
-    DrawClipped(painter, QRect(left, top, right - dw - left, bottom - top), flags, texts.sender);
+    const int mw = texts.mark.isEmpty()
+                       ? 0
+                       : fm.horizontalAdvance(texts.mark) + fm.horizontalAdvance(QLatin1Char(' '));
+    DrawClipped(painter, QRect(left, top, right - dw - mw - left, bottom - top), flags,
+                texts.sender);
     DrawClipped(painter, QRect(right - dw, top, dw, bottom - top), flags, texts.date);
+    if (mw > 0) {
+        painter->setPen(selected ? textColor : QColor::fromRgb(kMarkColor));
+        DrawClipped(painter, QRect(qMax(left, right - dw - mw), top, mw, bottom - top), flags,
+                    texts.mark);
+        painter->setPen(textColor);
+    }
 
     // Second line: the whole text, wrapped into the lower half and clipped there.
     const int lowerTop = top + (bottom - top) / 2;
@@ -155,6 +181,6 @@ void MessageRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
 }
 
 QSize MessageRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
-    if (rowHeight_ == 0) rowHeight_ = RowHeightFor(option.fontMetrics);
+    if (rowHeight_ == 0) rowHeight_ = RowHeightFor(option.font);
     return QSize(option.rect.width() > 0 ? option.rect.width() : 1, rowHeight_);
 }

@@ -1,7 +1,9 @@
 // Draws one row of the message list: two lines in a row of fixed height. The first line holds
 // the sender (name, else number, else "(none)") and, at the right, the date, or the time for a
 // message of today; the second line previews the text, wrapped and clipped to the lower half.
-// Unread messages are bold with a blue preview; sent messages in the "Log" view are italic.
+// Unread messages are bold with a blue preview; sent messages in the "Log" view are italic. An
+// Outbox message that may have been sent, or that cannot be sent, carries a red mark that says
+// so between the sender and the date.
 #pragma once
 
 #include <QColor>
@@ -19,6 +21,7 @@ struct MessageRowTexts {
     QString sender;   // name, else number, else "(none)"
     QString date;     // short date, or the time without seconds for a message of today
     QString preview;  // the whole text, line breaks as "\n"
+    QString mark;     // "may have been sent" or "cannot be sent" for such Outbox messages
 };
 
 // `today` is today's date as a short date text (the reload's), to which a message's date is
@@ -38,6 +41,8 @@ class MessageRowDelegate : public QStyledItemDelegate {
     static constexpr QRgb kFocusBackground = 0xFFDDDDDD;
     // The preview of an unread message that is not selected.
     static constexpr QRgb kUnreadPreview = 0xFF0000FF;
+    // The mark of an Outbox message that may have been sent or cannot be sent.
+    static constexpr QRgb kMarkColor = 0xFFC00000;
 
     explicit MessageRowDelegate(QObject* parent = nullptr);
 
@@ -46,8 +51,10 @@ class MessageRowDelegate : public QStyledItemDelegate {
     void SetLogView(bool logView) { logView_ = logView; }
     bool LogView() const { return logView_; }
 
-    // The row height: twice a line of the list's font plus one pixel, fixed at first use.
-    static int RowHeightFor(const QFontMetrics& listFontMetrics);
+    // The row height: twice a line plus one pixel, fixed at first use. A line is as tall as the
+    // tallest font a row is drawn in (the list's own, the bold of unread messages, the italic
+    // of sent ones in the "Log"), measured in the faces the system really uses.
+    static int RowHeightFor(const QFont& listFont);
     int RowHeight() const { return rowHeight_; }
 
     // Paints the row of `message` (null: a record that cannot be read, drawn as an empty row)

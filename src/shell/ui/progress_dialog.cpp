@@ -294,10 +294,9 @@ QString ShortfallText(const TransferSession& session) {
 
 int RunTransfer(ProgressDialog& dialog, QWidget* owner) {
     dialog.ResetCounts();
-    FrameWindowBase* frame = FrameWindowBase::Instance();
-    if (frame != nullptr) frame->setEnabled(false);
+    // The page under the dialog stays drawn as it is; the dialog, being modal, is what keeps
+    // its input away meanwhile.
     const int result = dialog.RunModal(owner);
-    if (frame != nullptr) frame->setEnabled(true);
     const QString shortfalls = ShortfallText(dialog.Session());
     if (result != IDCANCEL) {
         // The summary closes by itself after a moment: what was left undone is said again in a

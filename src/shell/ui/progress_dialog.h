@@ -89,7 +89,8 @@ class ProgressDialog : public DialogBase {
     int cancelLeft_ = 0;
 };
 
-// Runs the transfer: the frame window is disabled while the dialog runs modally over `owner`.
+// Runs the transfer: the dialog runs modally over `owner`, so that the program's other windows
+// take no input meanwhile (they are not disabled, and keep their look).
 // Returns IDOK when the transfer succeeded; otherwise IDCANCEL, after a message box for the
 // session's result code (none for a cancel). What the run left undone (its shortfalls) is
 // said too: under the error, or in a warning box after a success.

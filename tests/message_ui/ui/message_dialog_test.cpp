@@ -22,7 +22,10 @@
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
+#include "settings/ui/connection_dialog.h"
+#include "settings/ui/preferences_dialog.h"
 #include "store/recent_store.h"
+#include "store_conditions.h"
 
 namespace {
 
@@ -36,6 +39,8 @@ class TestDialog : public MessageDialog {
     int pickerResult = IDCANCEL;
     std::u16string pickedName, pickedPhone;
     int pickerRuns = 0, connectionRuns = 0, preferencesRuns = 0;
+    // The real connection and preferences dialogs instead of counting.
+    bool realSettingsDialogs = false;
 
   protected:
     int RunContactPicker(std::u16string* name, std::u16string* phone) override {
@@ -44,8 +49,68 @@ class TestDialog : public MessageDialog {
         *phone = pickedPhone;
         return pickerResult;
     }
-    void RunConnectionDialog() override { ++connectionRuns; }
-    void RunPreferencesDialog() override { ++preferencesRuns; }
+    void RunConnectionDialog() override {
+        ++connectionRuns;
+        if (realSettingsDialogs) MessageDialog::RunConnectionDialog();
+    }
+    void RunPreferencesDialog() override {
+        ++preferencesRuns;
+        if (realSettingsDialogs) MessageDialog::RunPreferencesDialog();
+    }
+};
+
+// Cancels the running page of kind `Page` once it shows (it spins its own loop).
+template <typename Page>
+void CancelWhenShown(QObject* context, bool* seen) {
+    auto* timer = new QTimer(context);
+    timer->setInterval(5);
+    QObject::connect(timer, &QTimer::timeout, context, [timer, seen] {
+        for (QWidget* w : QApplication::allWidgets()) {
+            auto* page = qobject_cast<Page*>(w);
+            if (page == nullptr || !page->IsRunning() || !page->isVisible()) continue;
+            timer->stop();
+            timer->deleteLater();
+            *seen = true;
+            page->SendCommand(IDCANCEL);
+            return;
+        }
+    });
+    timer->start();
+}
+
+// A store that the test controls: it can refuse, and it remembers what it stored.
+struct FakeStore {
+    bool writable = true;
+    bool writes = true;
+    QString problem = QStringLiteral(
+        "The message store /data/velkan.sqlite3 cannot be used: "
+        "database is locked.");
+    std::vector<SmsMessage> stored;
+    int checks = 0;
+
+    void Attach(MessageDialog& d) {
+        d.SetStore(
+            [this](QString* why) {
+                ++checks;
+                if (!writable) *why = problem;
+                return writable;
+            },
+            [this](SmsMessage& m, QString* why) {
+                if (!writes) {
+                    *why = problem;
+                    return false;
+                }
+                SmsMessage copy;
+                copy.flags = m.flags;
+                copy.name = m.name;
+                copy.number = m.number;
+                copy.text = m.text;
+                copy.folder = m.folder;
+                copy.oid = m.oid;
+                stored.push_back(std::move(copy));
+                return true;
+            });
+    }
 };
 
 // Runs the dialog; `act` works on it once it is open. A dialog that `act` did not end is ended
@@ -59,9 +124,13 @@ int RunAndAct(MessageDialog& dialog, const std::function<void()>& act) {
     return dialog.RunPage(nullptr);
 }
 
-QString Repeat(char c, int n) { return QString(n, QChar::fromLatin1(c)); }
+QString Repeat(char c, int n) {
+    return QString(n, QChar::fromLatin1(c));
+}
 
-std::u16string U16(const QString& s) { return s.toStdU16String(); }
+std::u16string U16(const QString& s) {
+    return s.toStdU16String();
+}
 
 bool Shown(MessageDialog& d, int id) {
     QWidget* w = d.Control(id);
@@ -113,17 +182,17 @@ class MessageDialogTest : public QObject {
         TestDialog d(m);
         RunAndAct(d, [&] {
             QVERIFY(!d.IsReadOnly());
-            for (int id : {MessageDialog::kIdSend, MessageDialog::kIdDraft,
-                           MessageDialog::kIdOutbox, IDCANCEL, MessageDialog::kIdFlash,
-                           MessageDialog::kIdCounter, MessageDialog::kIdNameCombo,
-                           MessageDialog::kIdNumberCombo, MessageDialog::kIdName,
-                           MessageDialog::kIdNumberLabel, MessageDialog::kIdText}) {
+            for (int id :
+                 {MessageDialog::kIdSend, MessageDialog::kIdDraft, MessageDialog::kIdOutbox,
+                  IDCANCEL, MessageDialog::kIdFlash, MessageDialog::kIdCounter,
+                  MessageDialog::kIdNameCombo, MessageDialog::kIdNumberCombo,
+                  MessageDialog::kIdName, MessageDialog::kIdNumberLabel, MessageDialog::kIdText}) {
                 QVERIFY2(Shown(d, id), qPrintable(QString::number(id)));
             }
-            for (int id : {MessageDialog::kIdReply, MessageDialog::kIdDelete,
-                           MessageDialog::kIdForward, IDOK, MessageDialog::kIdDateLine,
-                           MessageDialog::kIdNameField, MessageDialog::kIdNumberField,
-                           MessageDialog::kIdNameLabel}) {
+            for (int id :
+                 {MessageDialog::kIdReply, MessageDialog::kIdDelete, MessageDialog::kIdForward,
+                  IDOK, MessageDialog::kIdDateLine, MessageDialog::kIdNameField,
+                  MessageDialog::kIdNumberField, MessageDialog::kIdNameLabel}) {
                 QVERIFY2(!Shown(d, id), qPrintable(QString::number(id)));
             }
             QVERIFY(!d.TextEdit()->isReadOnly());
@@ -184,7 +253,8 @@ class MessageDialogTest : public QObject {
     }
 
     void readOnlyFieldsLookWhite() {
-        SmsMessage m = MakeMessage(kFolderInbox, u"Ann", u"+4412", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        SmsMessage m =
+            MakeMessage(kFolderInbox, u"Ann", u"+4412", u"Hi", MakeTime(2024, 1, 1, 1, 1));
         TestDialog d(m);
         RunAndAct(d, [&] {
             for (int id : {MessageDialog::kIdNameField, MessageDialog::kIdNumberField,
@@ -461,10 +531,11 @@ class MessageDialogTest : public QObject {
     void nameWithoutNumberIsNotRecorded() {
         SmsMessage m;
         TestDialog d(m);
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.NameCombo()->setEditText(QStringLiteral("Eve"));
-                     d.SendCommand(MessageDialog::kIdDraft);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NameCombo()->setEditText(QStringLiteral("Eve"));
+                               d.SendCommand(MessageDialog::kIdDraft);
+                           }),
                  IDOK);
         QVERIFY(RecentByName().empty());
     }
@@ -492,10 +563,11 @@ class MessageDialogTest : public QObject {
     void draftWithOnlyANameIsStored() {
         SmsMessage m;
         TestDialog d(m);
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.NameCombo()->setEditText(QStringLiteral("Ann"));
-                     d.SendCommand(MessageDialog::kIdDraft);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NameCombo()->setEditText(QStringLiteral("Ann"));
+                               d.SendCommand(MessageDialog::kIdDraft);
+                           }),
                  IDOK);
         QCOMPARE(m.folder, kFolderDraft);
         QCOMPARE(m.name, std::u16string(u"Ann"));
@@ -504,21 +576,23 @@ class MessageDialogTest : public QObject {
     void outboxWithOnlyANameDoesNothing() {
         SmsMessage m;
         TestDialog d(m);
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.NameCombo()->setEditText(QStringLiteral("Ann"));
-                     d.SendCommand(MessageDialog::kIdOutbox);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NameCombo()->setEditText(QStringLiteral("Ann"));
+                               d.SendCommand(MessageDialog::kIdOutbox);
+                           }),
                  kStillOpen);
     }
 
     void outboxWithNumberAndTextEndsWithOk() {
         SmsMessage m;
         TestDialog d(m);
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.NumberCombo()->setEditText(QStringLiteral("+1 2"));
-                     d.TextEdit()->SetWindowText(u"Hi\r\nyou");
-                     d.SendCommand(MessageDialog::kIdOutbox);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NumberCombo()->setEditText(QStringLiteral("+1 2"));
+                               d.TextEdit()->SetWindowText(u"Hi\r\nyou");
+                               d.SendCommand(MessageDialog::kIdOutbox);
+                           }),
                  IDOK);
         QCOMPARE(m.folder, kFolderOutbox);
         QCOMPARE(m.number, std::u16string(u"+12"));
@@ -530,10 +604,11 @@ class MessageDialogTest : public QObject {
         TestDialog d(m);
         int sends = 0;
         d.SetSendRunner([&](SmsMessage&, QWidget*) { return ++sends, IDOK; });
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.TextEdit()->SetWindowText(u"Hi");
-                     d.SendCommand(MessageDialog::kIdSend);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.TextEdit()->SetWindowText(u"Hi");
+                               d.SendCommand(MessageDialog::kIdSend);
+                           }),
                  kStillOpen);
         QCOMPARE(sends, 0);
     }
@@ -547,11 +622,12 @@ class MessageDialogTest : public QObject {
             [&] { QCOMPARE(owner, static_cast<QWidget*>(&d)); }();
             return IDOK;
         });
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.NumberCombo()->setEditText(QStringLiteral("+1"));
-                     d.TextEdit()->SetWindowText(u"Hi");
-                     d.SendCommand(MessageDialog::kIdSend);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NumberCombo()->setEditText(QStringLiteral("+1"));
+                               d.TextEdit()->SetWindowText(u"Hi");
+                               d.SendCommand(MessageDialog::kIdSend);
+                           }),
                  IDOK);
         QCOMPARE(seenFolders, std::vector<FolderId>{kFolderSent});
         QCOMPARE(m.folder, kFolderSent);
@@ -562,11 +638,12 @@ class MessageDialogTest : public QObject {
         TestDialog d(m);
         int sends = 0;
         d.SetSendRunner([&](SmsMessage&, QWidget*) { return ++sends, IDCANCEL; });
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.NumberCombo()->setEditText(QStringLiteral("+1"));
-                     d.TextEdit()->SetWindowText(u"Hi");
-                     d.SendCommand(MessageDialog::kIdSend);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NumberCombo()->setEditText(QStringLiteral("+1"));
+                               d.TextEdit()->SetWindowText(u"Hi");
+                               d.SendCommand(MessageDialog::kIdSend);
+                           }),
                  kStillOpen);
         QCOMPARE(sends, 1);
     }
@@ -574,24 +651,346 @@ class MessageDialogTest : public QObject {
     void okStoresInTheCurrentFolderAndFlashFollowsTheBox() {
         SmsMessage m = MakeMessage(kFolderOutbox, u"", u"+1", u"Hi", 0, kFlagFlash);
         TestDialog d(m);
-        QCOMPARE(RunAndAct(d, [&] {
-                     d.ControlAs<QCheckBox>(MessageDialog::kIdFlash)->setChecked(false);
-                     d.SendCommand(IDOK);
-                 }),
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.ControlAs<QCheckBox>(MessageDialog::kIdFlash)->setChecked(false);
+                               d.SendCommand(IDOK);
+                           }),
                  IDOK);
         QCOMPARE(m.folder, kFolderOutbox);
         QCOMPARE(m.flags & kFlagFlash, 0u);
 
         SmsMessage n;
         TestDialog e(n);
-        QCOMPARE(RunAndAct(e, [&] {
-                     e.ControlAs<QCheckBox>(MessageDialog::kIdFlash)->setChecked(true);
-                     e.TextEdit()->SetWindowText(u"x");
-                     e.SendCommand(IDOK);
-                 }),
+        QCOMPARE(RunAndAct(e,
+                           [&] {
+                               e.ControlAs<QCheckBox>(MessageDialog::kIdFlash)->setChecked(true);
+                               e.TextEdit()->SetWindowText(u"x");
+                               e.SendCommand(IDOK);
+                           }),
                  IDOK);
         QCOMPARE(n.folder, kFolderDraft);
         QCOMPARE(n.flags & kFlagFlash, kFlagFlash);
+    }
+
+    // --- keeping what the person wrote ----------------------------------------------------
+
+    void aSaveTheStoreRefusesKeepsTheDialogOpenWithItsText_data() {
+        QTest::addColumn<int>("command");
+        QTest::addColumn<QString>("folderName");
+        QTest::newRow("Outbox") << MessageDialog::kIdOutbox << QStringLiteral("Outbox");
+        QTest::newRow("Draft") << MessageDialog::kIdDraft << QStringLiteral("Draft");
+        QTest::newRow("OK") << IDOK << QStringLiteral("Draft");
+    }
+    void aSaveTheStoreRefusesKeepsTheDialogOpenWithItsText() {
+        QFETCH(int, command);
+        QFETCH(QString, folderName);
+        BoxCapture boxes;
+        FakeStore store;
+        store.writes = false;
+        SmsMessage m;
+        TestDialog d(m);
+        store.Attach(d);
+        bool stillOpenAfterRefusal = false;
+        QString textAfterRefusal, numberAfterRefusal;
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NameCombo()->setEditText(QStringLiteral("Ann"));
+                               d.NumberCombo()->setEditText(QStringLiteral("+1"));
+                               d.TextEdit()->SetWindowText(u"Hello");
+                               d.SendCommand(command);
+                               stillOpenAfterRefusal = d.Result() == kStillOpen;
+                               textAfterRefusal = d.TextEdit()->toPlainText();
+                               numberAfterRefusal = d.NumberCombo()->currentText();
+                               // The cause is gone: the same button stores it.
+                               store.writes = true;
+                               d.SendCommand(command);
+                           }),
+                 IDOK);
+        QVERIFY(stillOpenAfterRefusal);
+        QCOMPARE(textAfterRefusal, QStringLiteral("Hello"));
+        QCOMPARE(numberAfterRefusal, QStringLiteral("+1"));
+        QCOMPARE(boxes.boxes.size(), std::size_t{1});
+        QCOMPARE(boxes.boxes[0].caption, QStringLiteral("Velkan Tessiver"));
+        QCOMPARE(boxes.boxes[0].kind, BoxKind::Error);
+        QCOMPARE(boxes.boxes[0].text, QStringLiteral("The message could not be stored in ") +
+                                          folderName + QStringLiteral(".\n") + store.problem);
+        QCOMPARE(store.stored.size(), std::size_t{1});
+        QCOMPARE(store.stored[0].text, std::u16string(u"Hello"));
+    }
+
+    void sendChecksTheStoreFirstAndSendsNothingItCouldNotRecord() {
+        BoxCapture boxes;
+        FakeStore store;
+        store.writable = false;
+        SmsMessage m = MakeMessage(kFolderOutbox, u"", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog d(m);
+        store.Attach(d);
+        int sends = 0;
+        d.SetSendRunner([&](SmsMessage&, QWidget*) { return ++sends, IDOK; });
+        QCOMPARE(RunAndAct(d, [&] { d.SendCommand(MessageDialog::kIdSend); }), kStillOpen);
+        QCOMPARE(store.checks, 1);
+        QCOMPARE(sends, 0);
+        QVERIFY(store.stored.empty());
+        // The message is where it was, not claimed to be sent.
+        QCOMPARE(m.folder, kFolderOutbox);
+        QCOMPARE(boxes.boxes.size(), std::size_t{1});
+        QCOMPARE(boxes.boxes[0].text,
+                 QStringLiteral("The message was not sent, because it could not be recorded in "
+                                "Sent.\n") +
+                     store.problem);
+    }
+
+    void aFailedSendLeavesTheMessageInItsFolder() {
+        SmsMessage m = MakeMessage(kFolderDraft, u"", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog d(m);
+        FakeStore store;
+        store.Attach(d);
+        d.SetSendRunner([&](SmsMessage&, QWidget*) { return IDCANCEL; });
+        // After the failure OK stores it where it was, not in Sent.
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.SendCommand(MessageDialog::kIdSend);
+                               d.SendCommand(IDOK);
+                           }),
+                 IDOK);
+        QCOMPARE(store.stored.size(), std::size_t{1});
+        QCOMPARE(store.stored[0].folder, kFolderDraft);
+    }
+
+    void aMessageSentButNotStoredIsSaidSoAndNeverSentTwice() {
+        BoxCapture boxes;
+        FakeStore store;
+        store.writes = false;
+        SmsMessage m;
+        TestDialog d(m);
+        store.Attach(d);
+        int sends = 0;
+        d.SetSendRunner([&](SmsMessage&, QWidget*) { return ++sends, IDOK; });
+        bool stillOpen = false, outboxEnabled = true;
+        QString buttonText, text;
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NumberCombo()->setEditText(QStringLiteral("+1"));
+                               d.TextEdit()->SetWindowText(u"Hi there");
+                               d.SendCommand(MessageDialog::kIdSend);
+                               stillOpen = d.Result() == kStillOpen;
+                               buttonText =
+                                   d.ControlAs<QPushButton>(MessageDialog::kIdSend)->text();
+                               outboxEnabled = d.Control(MessageDialog::kIdOutbox)->isEnabled();
+                               text = d.TextEdit()->toPlainText();
+                               // Still refused: said again, nothing sent again.
+                               d.SendCommand(MessageDialog::kIdSend);
+                               store.writes = true;
+                               d.SendCommand(MessageDialog::kIdSend);
+                           }),
+                 IDOK);
+        QVERIFY(stillOpen);
+        QVERIFY(d.SentButNotStored());
+        QCOMPARE(buttonText, QStringLiteral("Retry"));
+        QVERIFY(!outboxEnabled);
+        QCOMPARE(text, QStringLiteral("Hi there"));
+        QCOMPARE(sends, 1);
+        QCOMPARE(boxes.boxes.size(), std::size_t{2});
+        QCOMPARE(boxes.boxes[0].text,
+                 QStringLiteral("The message was sent but could not be stored in Sent.\n") +
+                     store.problem);
+        QCOMPARE(store.stored.size(), std::size_t{1});
+        QCOMPARE(store.stored[0].folder, kFolderSent);
+    }
+
+    // --- an Outbox message that may have been sent, or cannot be sent ----------------------
+
+    void aMessageThatMayHaveBeenSentOffersSendAgain() {
+        SmsMessage m = MakeMessage(kFolderOutbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1),
+                                   kFlagMayHaveBeenSent | kFlagFlash);
+        m.oid = 7;
+        TestDialog d(m);
+        FakeStore store;
+        store.Attach(d);
+        std::vector<std::uint32_t> flagsSent;
+        d.SetSendRunner([&](SmsMessage& msg, QWidget*) {
+            flagsSent.push_back(msg.flags);
+            return IDOK;
+        });
+        QString mark, sendAgainText;
+        bool sendShown = true, sendAgainShown = false;
+        QCOMPARE(
+            RunAndAct(d,
+                      [&] {
+                          QVERIFY(!d.IsReadOnly());
+                          mark = d.MarkLine()->isVisibleTo(&d) ? d.MarkLine()->text() : QString();
+                          sendShown = Shown(d, MessageDialog::kIdSend);
+                          sendAgainShown = Shown(d, MessageDialog::kIdSendAgain);
+                          sendAgainText =
+                              d.ControlAs<QPushButton>(MessageDialog::kIdSendAgain)->text();
+                          QTest::mouseClick(d.ControlAs<QPushButton>(MessageDialog::kIdSendAgain),
+                                            Qt::LeftButton);
+                      }),
+            IDOK);
+        QCOMPARE(mark, QStringLiteral("may have been sent"));
+        QVERIFY(!sendShown);
+        QVERIFY(sendAgainShown);
+        QCOMPARE(sendAgainText, QStringLiteral("Send again"));
+        QCOMPARE(flagsSent.size(), std::size_t{1});
+        // Stored as the same record, in Sent, without the mark.
+        QCOMPARE(store.stored.size(), std::size_t{1});
+        QCOMPARE(store.stored[0].oid, Oid{7});
+        QCOMPARE(store.stored[0].folder, kFolderSent);
+        QCOMPARE(store.stored[0].flags, kFlagFlash);
+    }
+
+    void aFailedSendAgainKeepsTheMessageAndItsMark() {
+        SmsMessage m = MakeMessage(kFolderOutbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1),
+                                   kFlagMayHaveBeenSent);
+        TestDialog d(m);
+        FakeStore store;
+        store.Attach(d);
+        d.SetSendRunner([&](SmsMessage&, QWidget*) { return IDCANCEL; });
+        QCOMPARE(RunAndAct(d, [&] { d.SendCommand(MessageDialog::kIdSendAgain); }), kStillOpen);
+        QVERIFY(store.stored.empty());
+        QCOMPARE(m.folder, kFolderOutbox);
+        QCOMPARE(m.flags & kFlagMayHaveBeenSent, kFlagMayHaveBeenSent);
+    }
+
+    void aMessageThatCannotBeSentSaysSoAndSavingItTriesAgain() {
+        SmsMessage m = MakeMessage(kFolderOutbox, u"Ann", u"+123456789012345678901", u"Hi",
+                                   MakeTime(2024, 1, 1, 1, 1), kFlagNotEncodable);
+        TestDialog d(m);
+        QString mark;
+        bool sendShown = false, sendAgainShown = true;
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               mark =
+                                   d.MarkLine()->isVisibleTo(&d) ? d.MarkLine()->text() : QString();
+                               sendShown = Shown(d, MessageDialog::kIdSend);
+                               sendAgainShown = Shown(d, MessageDialog::kIdSendAgain);
+                               d.NumberCombo()->setEditText(QStringLiteral("+1234"));
+                               d.SendCommand(MessageDialog::kIdOutbox);
+                           }),
+                 IDOK);
+        QCOMPARE(mark, QStringLiteral("cannot be sent"));
+        QVERIFY(sendShown);
+        QVERIFY(!sendAgainShown);
+        QCOMPARE(m.flags & kFlagNotEncodable, 0u);
+    }
+
+    void anOrdinaryMessageHasNoMark() {
+        SmsMessage m = MakeMessage(kFolderOutbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QVERIFY(!d.MarkLine()->isVisibleTo(&d));
+            QVERIFY(Shown(d, MessageDialog::kIdSend));
+            QVERIFY(!Shown(d, MessageDialog::kIdSendAgain));
+        });
+    }
+
+    // --- keys and focus ------------------------------------------------------------------
+
+    void escapeAsksBeforeDiscardingWhatWasTyped_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("number");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("text") << QString() << QString() << QStringLiteral("Hello");
+        QTest::newRow("number") << QString() << QStringLiteral("+1") << QString();
+        QTest::newRow("name") << QStringLiteral("Ann") << QString() << QString();
+    }
+    void escapeAsksBeforeDiscardingWhatWasTyped() {
+        QFETCH(QString, name);
+        QFETCH(QString, number);
+        QFETCH(QString, text);
+        BoxCapture boxes(IDNO);
+        SmsMessage m;
+        TestDialog d(m);
+        bool openAfterNo = false;
+        QString textAfterNo;
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               d.NameCombo()->setEditText(name);
+                               d.NumberCombo()->setEditText(number);
+                               d.TextEdit()->SetWindowText(text.toStdU16String().c_str());
+                               QTest::keyClick(d.TextEdit(), Qt::Key_Escape);
+                               openAfterNo = d.Result() == kStillOpen;
+                               textAfterNo = d.TextEdit()->toPlainText();
+                               boxes.SetAnswer(IDYES);
+                               QTest::keyClick(d.TextEdit(), Qt::Key_Escape);
+                           }),
+                 IDCANCEL);
+        QVERIFY(openAfterNo);
+        QCOMPARE(textAfterNo, text);
+        QCOMPARE(boxes.boxes.size(), std::size_t{2});
+        QCOMPARE(boxes.boxes[0].text, QStringLiteral("Discard this message?"));
+        QCOMPARE(boxes.boxes[0].kind, BoxKind::Question);
+        QCOMPARE(boxes.boxes[0].caption, QStringLiteral("Velkan Tessiver"));
+    }
+
+    void escapeOnAnEmptyMessageAndCancelCloseAtOnce() {
+        BoxCapture boxes;
+        SmsMessage m;
+        TestDialog d(m);
+        QCOMPARE(RunAndAct(d, [&] { QTest::keyClick(d.TextEdit(), Qt::Key_Escape); }), IDCANCEL);
+        SmsMessage n;
+        TestDialog e(n);
+        QCOMPARE(RunAndAct(e,
+                           [&] {
+                               e.TextEdit()->SetWindowText(u"typed");
+                               QTest::mouseClick(e.ControlAs<QPushButton>(IDCANCEL),
+                                                 Qt::LeftButton);
+                           }),
+                 IDCANCEL);
+        QVERIFY(boxes.boxes.empty());
+    }
+
+    void returnPressesTheFocusedOkOfTheReadDialog() {
+        SmsMessage m = MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1));
+        TestDialog d(m);
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               QTRY_COMPARE(QApplication::focusWidget(), d.Control(IDOK));
+                               // As the keyboard delivers it: to the window, which hands it to the
+                               // focus.
+                               QTest::keyClick(d.window()->windowHandle(), Qt::Key_Return);
+                           }),
+                 IDCANCEL);
+    }
+
+    void theKeyboardComesBackAfterTheSettingsDialogsClose() {
+        // As in the program, the pages fill one frame window.
+        TestFrame frame;
+        frame.resize(360, 560);
+        frame.show();
+        FrameWindowBase::SetInstance(&frame);
+        SmsMessage m;
+        m.number = u"+1";
+        TestDialog d(m);
+        d.realSettingsDialogs = true;
+        BoxCapture boxes(IDYES);
+        bool preferencesSeen = false, connectionSeen = false;
+        QWidget* focusAfterPreferences = nullptr;
+        QWidget* focusAfterConnection = nullptr;
+        QString typed;
+        QCOMPARE(RunAndAct(d,
+                           [&] {
+                               QTRY_COMPARE(QApplication::focusWidget(), d.TextEdit());
+                               CancelWhenShown<PreferencesDialog>(&d, &preferencesSeen);
+                               d.SendCommand(MessageDialog::kCmdPreferences);
+                               focusAfterPreferences = QApplication::focusWidget();
+                               CancelWhenShown<ConnectionDialog>(&d, &connectionSeen);
+                               d.SendCommand(MessageDialog::kCmdConnection);
+                               focusAfterConnection = QApplication::focusWidget();
+                               // Typing goes into the text, and Escape reaches the dialog.
+                               QTest::keyClick(d.window()->windowHandle(), 'x');
+                               typed = d.TextEdit()->toPlainText();
+                               QTest::keyClick(d.window()->windowHandle(), Qt::Key_Escape);
+                           }),
+                 IDCANCEL);
+        FrameWindowBase::SetInstance(nullptr);
+        QVERIFY(preferencesSeen);
+        QVERIFY(connectionSeen);
+        QCOMPARE(focusAfterPreferences, static_cast<QWidget*>(d.TextEdit()));
+        QCOMPARE(focusAfterConnection, static_cast<QWidget*>(d.TextEdit()));
+        QCOMPARE(typed, QStringLiteral("x"));
+        QCOMPARE(boxes.boxes.size(), std::size_t{1});
     }
 
     // --- read mode -----------------------------------------------------------------------
@@ -626,8 +1025,8 @@ class MessageDialogTest : public QObject {
     void unreadMessageWithoutDatabaseObjectIsMarkedToo() {
         const Oid oid = StoreMessage(MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi",
                                                  MakeTime(2024, 1, 1, 1, 1), kFlagUnread));
-        SmsMessage m = MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi",
-                                   MakeTime(2024, 1, 1, 1, 1), kFlagUnread);
+        SmsMessage m = MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1),
+                                   kFlagUnread);
         m.oid = oid;
         TestDialog d(m);
         RunAndAct(d, [&] { d.SendCommand(IDCANCEL); });
@@ -638,6 +1037,61 @@ class MessageDialogTest : public QObject {
         stored.oid = oid;
         QVERIFY(ReadById(db, stored));
         QCOMPARE(stored.flags & kFlagUnread, 0u);
+    }
+
+    void aReadMarkTheStoreCannotKeepIsSaidSo() {
+        const Oid oid = StoreMessage(MakeMessage(kFolderInbox, u"Ann", u"+1", u"Hi",
+                                                 MakeTime(2024, 1, 1, 1, 1), kFlagUnread));
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage m;
+        m.oid = oid;
+        QVERIFY(ReadById(db, m));
+        BoxCapture boxes;
+        int result = 0;
+        {
+            DiskFull full;
+            QVERIFY(full.Active());
+            TestDialog d(m);
+            result = RunAndAct(d, [&] { d.SendCommand(IDOK); });
+        }
+        QCOMPARE(result, IDCANCEL);
+        QCOMPARE(boxes.boxes.size(), std::size_t{1});
+        const QString text = boxes.boxes[0].text;
+        QVERIFY2(text.startsWith(QStringLiteral("The message could not be marked as read.\n")),
+                 qPrintable(text));
+        QVERIFY2(text.contains(QString::fromStdString(StoreFilePath())), qPrintable(text));
+        QVERIFY2(text.contains(QStringLiteral("disk I/O error")), qPrintable(text));
+        SmsMessage stored;
+        stored.oid = oid;
+        QVERIFY(ReadById(db, stored));
+        QCOMPARE(stored.flags & kFlagUnread, kFlagUnread);
+    }
+
+    void aDeletionTheStoreRefusesIsSaidSoAndTheDialogStays() {
+        const Oid oid = StoreMessage(
+            MakeMessage(kFolderSent, u"Ann", u"+1", u"Hi", MakeTime(2024, 1, 1, 1, 1)));
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage m;
+        m.oid = oid;
+        QVERIFY(ReadById(db, m));
+        BoxCapture boxes(IDYES);
+        int result = 0;
+        {
+            DiskFull full;
+            QVERIFY(full.Active());
+            TestDialog d(m);
+            result = RunAndAct(d, [&] { d.SendCommand(MessageDialog::kIdDelete); });
+        }
+        QCOMPARE(result, kStillOpen);
+        QCOMPARE(boxes.boxes.size(), std::size_t{2});
+        const QString text = boxes.boxes[1].text;
+        QVERIFY2(text.startsWith(QStringLiteral("Message(s) could not be deleted.\n")),
+                 qPrintable(text));
+        QVERIFY2(text.contains(QString::fromStdString(StoreFilePath())), qPrintable(text));
+        QCOMPARE(boxes.boxes[1].kind, BoxKind::Error);
+        QCOMPARE(CountInFolder(kFolderSent), 1u);
     }
 
     void replyComposesToTheSender() {

@@ -11,6 +11,7 @@
 #include <QtTest>
 
 #include "framework/ui/menu_bar.h"
+#include "framework/ui/message_box.h"
 #include "framework/ui/ui_fonts.h"
 #include "settings_ui_test_util.h"
 
@@ -140,6 +141,56 @@ class PreferencesDialogTest : public QObject {
             QVERIFY2(stored.has_value(), qPrintable(c.typed));
             QVERIFY2(*stored == c.stored, qPrintable(c.typed));
         }
+    }
+
+    void aServiceCentreOfMoreThanTwentyDigitsIsRefusedAndNothingIsWritten() {
+        StoreString(kValueSmsc, u"+4917");
+        StoreNumber(kValueSmscCustom, 0);
+        struct ShownBox {
+            QString caption, text;
+        };
+        std::vector<ShownBox> boxes;
+        const MessageBoxPresenter previous = SetMessageBoxPresenter(
+            [&](QWidget*, const QString& caption, const QString& text, BoxKind) {
+                boxes.push_back({caption, text});
+                return IDOK;
+            });
+        PreferencesDialog dialog;
+        int resultAfterRefusal = -1;
+        std::optional<std::u16string> numberAfterRefusal;
+        std::optional<std::uint32_t> customAfterRefusal, statusAfterRefusal;
+        const int result = RunDialog(
+            dialog,
+            [&] {
+                Click(Box(dialog, 1009));
+                Click(Box(dialog, 1008));
+                // 21 digits: one more than a service centre address holds.
+                TypeNumber(dialog, "+12 3456 7890 1234 5678 901");
+                dialog.SendCommand(IDOK);
+                resultAfterRefusal = dialog.Result();
+                numberAfterRefusal = StoredString(kValueSmsc);
+                customAfterRefusal = StoredNumber(kValueSmscCustom);
+                statusAfterRefusal = StoredNumber(kValueStatusReq);
+                // 20 digits are taken.
+                TypeNumber(dialog, "+12 3456 7890 1234 5678 90");
+                dialog.SendCommand(IDOK);
+            },
+            0);
+        SetMessageBoxPresenter(previous);
+        QCOMPARE(result, IDOK);
+        // The refused OK left the dialog open and wrote nothing.
+        QCOMPARE(resultAfterRefusal, IDCANCEL);
+        QCOMPARE(numberAfterRefusal, std::optional<std::u16string>(u"+4917"));
+        QCOMPARE(customAfterRefusal, std::optional<std::uint32_t>(0));
+        QCOMPARE(statusAfterRefusal, std::optional<std::uint32_t>());
+        QCOMPARE(boxes.size(), std::size_t{1});
+        QCOMPARE(boxes[0].caption, QStringLiteral("Velkan Tessiver"));
+        QCOMPARE(
+            boxes[0].text,
+            QStringLiteral("The service center number has 21 digits; it can have at most 20."));
+        QCOMPARE(StoredString(kValueSmsc), std::optional<std::u16string>(u"+12345678901234567890"));
+        QCOMPARE(StoredNumber(kValueSmscCustom), std::optional<std::uint32_t>(1));
+        QCOMPARE(StoredNumber(kValueStatusReq), std::optional<std::uint32_t>(1));
     }
 
     void theNumberIsKeptWhenTheBoxIsClear() {

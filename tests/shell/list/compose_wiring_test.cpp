@@ -6,12 +6,13 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTreeView>
 #include <QTimer>
+#include <QTreeView>
 #include <QtTest>
 #include <functional>
 #include <memory>
 
+#include "dialog_watch.h"
 #include "list_test_support.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
@@ -25,9 +26,6 @@
 #include "shell/ui/progress_dialog.h"
 
 namespace {
-
-// A result no command produces: the dialog was still open after the test's action.
-constexpr int kStillOpen = 99;
 
 // The list as the program runs it, except that the command line and the transfer are the
 // test's.
@@ -63,35 +61,6 @@ int RunList(WiredList& list, const std::function<void()>& body) {
     return RunPageWith<MessageListView>(list, body);
 }
 
-// The running, visible dialog of kind `Dialog`, or null.
-template <typename Dialog>
-Dialog* OpenDialog() {
-    for (QWidget* w : QApplication::allWidgets()) {
-        auto* d = qobject_cast<Dialog*>(w);
-        if (d != nullptr && d->IsRunning() && d->isVisible()) return d;
-    }
-    return nullptr;
-}
-
-// Calls `action` with the dialog once it runs (it spins its own loop). A dialog that `action`
-// leaves open is cancelled, so a test never hangs on it.
-template <typename Dialog = MessageDialog, typename Action>
-void WhenDialogOpen(QObject* context, Action action, bool* seen) {
-    auto* timer = new QTimer(context);
-    timer->setInterval(5);
-    QObject::connect(timer, &QTimer::timeout, context, [timer, action, seen] {
-        Dialog* d = OpenDialog<Dialog>();
-        if (d == nullptr) return;
-        timer->stop();
-        timer->deleteLater();
-        *seen = true;
-        d->SetResult(kStillOpen);
-        action(d);
-        if (d->Result() == kStillOpen) d->SendCommand(IDCANCEL);
-    });
-    timer->start();
-}
-
 }  // namespace
 
 class ComposeWiringTest : public QObject {
@@ -109,12 +78,15 @@ class ComposeWiringTest : public QObject {
         bool seen = false;
         bool composing = false;
         RunList(list, [&] {
-            WhenDialogOpen(&list, [&](MessageDialog* d) {
-                composing = !d->IsReadOnly();
-                d->NumberCombo()->setEditText(QStringLiteral("+49 171"));
-                d->TextEdit()->SetWindowText(u"Hello");
-                d->SendCommand(MessageDialog::kIdDraft);
-            }, &seen);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    composing = !d->IsReadOnly();
+                    d->NumberCombo()->setEditText(QStringLiteral("+49 171"));
+                    d->TextEdit()->SetWindowText(u"Hello");
+                    d->SendCommand(MessageDialog::kIdDraft);
+                },
+                &seen);
             list.SendCommand(MessageListView::kCmdNew);
         });
         QVERIFY(seen);
@@ -138,12 +110,15 @@ class ComposeWiringTest : public QObject {
         QString name, number;
         bool composing = false;
         RunList(list, [&] {
-            WhenDialogOpen(&list, [&](MessageDialog* d) {
-                composing = !d->IsReadOnly();
-                name = d->NameCombo()->currentText();
-                number = d->NumberCombo()->currentText();
-                d->SendCommand(IDCANCEL);
-            }, &seen);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    composing = !d->IsReadOnly();
+                    name = d->NameCombo()->currentText();
+                    number = d->NumberCombo()->currentText();
+                    d->SendCommand(IDCANCEL);
+                },
+                &seen);
         });
         QVERIFY(seen);
         QVERIFY(composing);
@@ -162,11 +137,14 @@ class ComposeWiringTest : public QObject {
         bool seen = false;
         QString name, number;
         RunList(list, [&] {
-            WhenDialogOpen(&list, [&](MessageDialog* d) {
-                name = d->NameCombo()->currentText();
-                number = d->NumberCombo()->currentText();
-                d->SendCommand(IDCANCEL);
-            }, &seen);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    name = d->NameCombo()->currentText();
+                    number = d->NumberCombo()->currentText();
+                    d->SendCommand(IDCANCEL);
+                },
+                &seen);
             const std::u16string line = u"/smsto:+4917?Ann";
             QCOMPARE(frame.OnCopyData(0, line.c_str(),
                                       static_cast<std::uint32_t>((line.size() + 1) * 2)),
@@ -195,11 +173,14 @@ class ComposeWiringTest : public QObject {
         };
         bool seen = false;
         RunList(list, [&] {
-            WhenDialogOpen(&list, [&](MessageDialog* d) {
-                d->NumberCombo()->setEditText(QStringLiteral("+1"));
-                d->TextEdit()->SetWindowText(u"Now");
-                d->SendCommand(MessageDialog::kIdSend);
-            }, &seen);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    d->NumberCombo()->setEditText(QStringLiteral("+1"));
+                    d->TextEdit()->SetWindowText(u"Now");
+                    d->SendCommand(MessageDialog::kIdSend);
+                },
+                &seen);
             list.SendCommand(MessageListView::kCmdNew);
         });
         QVERIFY(seen);
@@ -219,12 +200,15 @@ class ComposeWiringTest : public QObject {
         bool seen = false;
         bool stillOpen = false;
         RunList(list, [&] {
-            WhenDialogOpen(&list, [&](MessageDialog* d) {
-                d->NumberCombo()->setEditText(QStringLiteral("+1"));
-                d->TextEdit()->SetWindowText(u"Now");
-                d->SendCommand(MessageDialog::kIdSend);
-                stillOpen = d->Result() == kStillOpen;
-            }, &seen);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    d->NumberCombo()->setEditText(QStringLiteral("+1"));
+                    d->TextEdit()->SetWindowText(u"Now");
+                    d->SendCommand(MessageDialog::kIdSend);
+                    stillOpen = d->Result() == kStillOpen;
+                },
+                &seen);
             list.SendCommand(MessageListView::kCmdNew);
         });
         QVERIFY(seen);
@@ -233,13 +217,58 @@ class ComposeWiringTest : public QObject {
         QCOMPARE(CountInFolder(kFolderSent), 0u);
     }
 
+    void aMarkedOutboxMessageIsSentAgainFromItsDialogAndMovesToSent() {
+        const Oid marked =
+            StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                     MakeTime(2024, 1, 1, 1, 1), kFlagMayHaveBeenSent));
+        QVERIFY(marked != 0);
+        WiredList list;
+        ScriptedSession session;
+        session.script = {{0x8003, 3104}, {0x8004, 1}, {0x8002}};
+        std::atomic<bool> sendOnly{false};
+        session.work = [&] { sendOnly = session.IsSendOnly(); };
+        list.progressFactory = [&] {
+            auto d = std::make_unique<ProgressDialog>(&session);
+            d->SetCloseDelay(1);
+            return d;
+        };
+        bool seen = false, offered = false;
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    QWidget* sendAgain = d->Control(MessageDialog::kIdSendAgain);
+                    offered = sendAgain != nullptr && sendAgain->isVisibleTo(d);
+                    d->SendCommand(MessageDialog::kIdSendAgain);
+                },
+                &seen);
+            list.List()->setCurrentIndex(list.Model()->index(0, 0));
+            emit list.List()->openKeyPressed();
+        });
+        QVERIFY(seen);
+        QVERIFY(offered);
+        QCOMPARE(session.runs.load(), 1);
+        QVERIFY(sendOnly);
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage stored;
+        stored.oid = marked;
+        QVERIFY(ReadById(db, stored));
+        QCOMPARE(stored.folder, kFolderSent);
+        QCOMPARE(stored.flags, 0u);
+        QCOMPARE(CountInFolder(kFolderOutbox), 0u);
+        QCOMPARE(CountInFolder(kFolderSent), 1u);
+    }
+
     void pickedContactOpensComposeToIt() {
         QTemporaryDir contacts;
         {
             QFile card(contacts.filePath(QStringLiteral("ann.vcf")));
             QVERIFY(card.open(QIODevice::WriteOnly));
-            card.write("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann Lee\r\n"
-                       "TEL;TYPE=CELL:+44 77 12\r\nEND:VCARD\r\n");
+            card.write(
+                "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann Lee\r\n"
+                "TEL;TYPE=CELL:+44 77 12\r\nEND:VCARD\r\n");
         }
         {
             RegistryKey key;
@@ -250,15 +279,21 @@ class ComposeWiringTest : public QObject {
         bool pickerSeen = false, dialogSeen = false;
         QString name, number;
         RunList(list, [&] {
-            WhenDialogOpen<ContactPickerDialog>(&list, [&](ContactPickerDialog* picker) {
-                // The dialog follows the picker; watch for it before the picker ends.
-                WhenDialogOpen(&list, [&](MessageDialog* d) {
-                    name = d->NameCombo()->currentText();
-                    number = d->NumberCombo()->currentText();
-                }, &dialogSeen);
-                picker->List()->setCurrentIndex(picker->List()->model()->index(0, 0));
-                picker->SendCommand(IDOK);
-            }, &pickerSeen);
+            WhenDialogOpen<ContactPickerDialog>(
+                &list,
+                [&](ContactPickerDialog* picker) {
+                    // The dialog follows the picker; watch for it before the picker ends.
+                    WhenDialogOpen(
+                        &list,
+                        [&](MessageDialog* d) {
+                            name = d->NameCombo()->currentText();
+                            number = d->NumberCombo()->currentText();
+                        },
+                        &dialogSeen);
+                    picker->List()->setCurrentIndex(picker->List()->model()->index(0, 0));
+                    picker->SendCommand(IDOK);
+                },
+                &pickerSeen);
             list.SendCommand(MessageListView::kCmdPickContact);
         });
         QVERIFY(pickerSeen);
@@ -276,10 +311,13 @@ class ComposeWiringTest : public QObject {
         bool seen = false;
         bool reading = false;
         RunList(list, [&] {
-            WhenDialogOpen(&list, [&](MessageDialog* d) {
-                reading = d->IsReadOnly();
-                d->SendCommand(IDOK);
-            }, &seen);
+            WhenDialogOpen(
+                &list,
+                [&](MessageDialog* d) {
+                    reading = d->IsReadOnly();
+                    d->SendCommand(IDOK);
+                },
+                &seen);
             list.List()->setCurrentIndex(list.Model()->index(0, 0));
             emit list.List()->openKeyPressed();
         });

@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QStyleOption>
 #include <QTimer>
 #include <QToolButton>
 #include <QtTest>
@@ -218,7 +219,8 @@ class MessageListViewTest : public QObject {
             QCOMPARE(bar->findChild<QToolButton*>(QStringLiteral("40004"))->text(),
                      QStringLiteral("Options"));
             QCOMPARE(ActionNames(bar->PopupOf(40014)),
-                     QStringList({"40068 Delete", "-", "40069 Reply", "40070 Forward"}));
+                     QStringList({"40068 Delete", "-", "40069 Reply", "40070 Forward", "-",
+                                  "40071 Send again"}));
             QCOMPARE(ActionNames(bar->PopupOf(40004)),
                      QStringList({"57665 Exit", "-", "57664 About", "-", "40065 Connection",
                                   "40066 Preferences"}));
@@ -308,7 +310,12 @@ class MessageListViewTest : public QObject {
             MessageListControl* l = list.List();
             const QRect r = l->visualRect(l->model()->index(0, 0));
             QCOMPARE(r.width(), l->viewport()->width());
-            const int expected = (QFontMetrics(l->font()).height() + 1) * 2;
+            // A line is as tall as the tallest font a row may be drawn in.
+            int line = QFontMetrics(l->font()).height();
+            for (UiFont f : {UiFont::SmallBold, UiFont::MediumItalic}) {
+                line = qMax(line, QFontMetrics(GetUiFont(f)).height());
+            }
+            const int expected = (line + 1) * 2;
             QCOMPARE(r.height(), expected);
             QCOMPARE(list.RowHeight(), expected);
         });
@@ -634,6 +641,49 @@ class MessageListViewTest : public QObject {
         QVERIFY(listHiddenMeanwhile);
     }
 
+    void theListTakesTheKeyboardAgainAfterTheSettingsDialogsClose() {
+        for (int i = 0; i < 3; ++i) {
+            StoreMessage(MakeMessage(kFolderInbox, u"A", u"+1", u"x", MakeTime(2024, 5, 1, 8, i)));
+        }
+        // The list as the program has it: the settings dialogs are the real ones.
+        ShownHook<MessageListView> list;
+        std::vector<QWidget*> focusAfter;
+        int rowAfterDown = -1;
+        auto endPageWhenShown = [&](int templateId) {
+            auto* timer = new QTimer(&list);
+            timer->setInterval(5);
+            connect(timer, &QTimer::timeout, &list, [&, timer, templateId] {
+                for (DialogBase* d : frame->findChildren<DialogBase*>()) {
+                    if (d->TemplateId() == templateId && d->IsRunning() && d->isVisible()) {
+                        timer->stop();
+                        timer->deleteLater();
+                        d->EndDialog(IDCANCEL);
+                        return;
+                    }
+                }
+            });
+            timer->start();
+        };
+        list.onShown = [&] {
+            frame->activateWindow();
+            list.List()->setCurrentIndex(list.Model()->index(0, 0));
+            list.List()->setFocus();
+            endPageWhenShown(119);
+            list.SendCommand(MessageListView::kCmdConnection);
+            focusAfter.push_back(QApplication::focusWidget());
+            endPageWhenShown(120);
+            list.SendCommand(MessageListView::kCmdPreferences);
+            focusAfter.push_back(QApplication::focusWidget());
+            // An arrow, as the keyboard delivers it to the window, moves the current row.
+            QTest::keyClick(frame->windowHandle(), Qt::Key_Down);
+            rowAfterDown = list.List()->currentIndex().row();
+            list.EndDialog(IDOK);
+        };
+        list.RunPage(nullptr);
+        QCOMPARE(focusAfter, (std::vector<QWidget*>{list.List(), list.List()}));
+        QCOMPARE(rowAfterDown, 1);
+    }
+
     // --- context menu -------------------------------------------------------------------
 
     void theRightButtonOpensTheContextMenuAndItsCommandsWork() {
@@ -904,7 +954,7 @@ class MessageListViewTest : public QObject {
         StoreMessage(MakeMessage(kFolderOutbox, u"A", u"+1", u"out", MakeTime(2024, 5, 1, 8, 0)));
         TestList list;
         ScriptedSession session;
-        bool frameDisabledDuring = false;
+        bool modalDuring = false;
         session.work = [] {
             StoreMessage(
                 MakeMessage(kFolderInbox, u"", u"+9", u"arrived", MakeTime(2024, 5, 9, 8, 0), 1));
@@ -913,7 +963,9 @@ class MessageListViewTest : public QObject {
         list.progressFactory = [&] {
             auto d = std::make_unique<ProgressDialog>(&session);
             d->SetCloseDelay(1);
-            QTimer::singleShot(0, d.get(), [&] { frameDisabledDuring = !frame->isEnabled(); });
+            QTimer::singleShot(0, d.get(), [&, dialog = d.get()] {
+                modalDuring = QApplication::activeModalWidget() == dialog;
+            });
             return d;
         };
         RunList(list, [&] {
@@ -921,7 +973,7 @@ class MessageListViewTest : public QObject {
             QVERIFY(!list.Control(1023)->isHidden());
             QTest::mouseClick(list.ControlAs<QPushButton>(1023), Qt::LeftButton);
             QCOMPARE(session.runs.load(), 1);
-            QVERIFY(frameDisabledDuring);
+            QVERIFY(modalDuring);
             QVERIFY(frame->isEnabled());
             QCOMPARE(list.CurrentFolder(), kFolderInbox);
             QCOMPARE(list.FolderCombo()->currentIndex(), 0);
@@ -970,7 +1022,163 @@ class MessageListViewTest : public QObject {
         });
     }
 
+    // --- Send again -------------------------------------------------------------------------
+
+    void sendAgainSendsTheMarkedMessageAloneAndMovesItToSent() {
+        const Oid marked = StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                                    MakeTime(2024, 5, 1, 8, 0),
+                                                    kFlagMayHaveBeenSent | kFlagFlash));
+        StoreMessage(
+            MakeMessage(kFolderOutbox, u"Bob", u"+2", u"waiting", MakeTime(2024, 5, 2, 8, 0)));
+        TestList list;
+        ScriptedSession session;
+        session.script = {{0x8003, 3104}, {0x8004, 1}, {0x8002}};
+        std::atomic<bool> sendOnly{false};
+        session.work = [&] { sendOnly = session.IsSendOnly(); };
+        list.progressFactory = [&] {
+            auto d = std::make_unique<ProgressDialog>(&session);
+            d->SetCloseDelay(1);
+            return d;
+        };
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            QCOMPARE(list.Model()->OidAt(1), marked);
+            Select(list.List(), {1});
+            QMenu* sms = list.Bar()->PopupOf(MessageListView::kCmdSmsMenu);
+            QAction* sendAgain =
+                sms->findChild<QAction*>(QString::number(MessageListView::kCmdSendAgain));
+            QVERIFY(sendAgain != nullptr);
+            QVERIFY(sendAgain->isEnabled());
+            QCOMPARE(sendAgain->text(), QStringLiteral("Send again"));
+            sendAgain->trigger();
+            QCOMPARE(session.runs.load(), 1);
+            QVERIFY(sendOnly);
+            // The other Outbox message was not sent and is still there.
+            QCOMPARE(list.Model()->rowCount(), 1);
+        });
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage stored;
+        stored.oid = marked;
+        QVERIFY(ReadById(db, stored));
+        QCOMPARE(stored.folder, kFolderSent);
+        QCOMPARE(stored.flags, kFlagFlash);
+        QCOMPARE(stored.text, std::u16string(u"maybe out"));
+        QCOMPARE(CountInFolder(kFolderOutbox), 1u);
+        QCOMPARE(CountInFolder(kFolderSent), 1u);
+    }
+
+    void aFailedSendAgainLeavesTheMessageInTheOutboxWithItsMark() {
+        const Oid marked =
+            StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                     MakeTime(2024, 5, 1, 8, 0), kFlagMayHaveBeenSent));
+        TestList list;
+        ScriptedSession session;
+        session.finalResult = kErrTimeout;
+        list.progressFactory = [&] { return std::make_unique<ProgressDialog>(&session); };
+        BoxCapture boxes;
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            Select(list.List(), {0});
+            list.SendCommand(MessageListView::kCmdSendAgain);
+            QCOMPARE(session.runs.load(), 1);
+            QCOMPARE(list.CurrentFolder(), kFolderOutbox);
+            QCOMPARE(list.Model()->rowCount(), 1);
+        });
+        QCOMPARE(boxes.boxes.size(), std::size_t{1});
+        MessageDatabase db;
+        QVERIFY(OpenMessageStore(db));
+        SmsMessage stored;
+        stored.oid = marked;
+        QVERIFY(ReadById(db, stored));
+        QCOMPARE(stored.folder, kFolderOutbox);
+        QCOMPARE(stored.flags, kFlagMayHaveBeenSent);
+    }
+
+    void sendAgainIsOfferedOnlyForOneMarkedOutboxMessage() {
+        StoreMessage(MakeMessage(kFolderOutbox, u"Ann", u"+1", u"maybe out",
+                                 MakeTime(2024, 5, 1, 8, 0), kFlagMayHaveBeenSent));
+        StoreMessage(MakeMessage(kFolderOutbox, u"Bob", u"+2", u"bad number",
+                                 MakeTime(2024, 5, 2, 8, 0), kFlagNotEncodable));
+        StoreMessage(
+            MakeMessage(kFolderOutbox, u"Cy", u"+3", u"plain", MakeTime(2024, 5, 3, 8, 0)));
+        TestList list;
+        ScriptedSession session;
+        list.progressFactory = [&] { return std::make_unique<ProgressDialog>(&session); };
+        RunList(list, [&] {
+            list.SwitchFolder(kFolderOutbox);
+            QAction* sendAgain = list.Bar()
+                                     ->PopupOf(MessageListView::kCmdSmsMenu)
+                                     ->findChild<QAction*>(QStringLiteral("40071"));
+            QVERIFY(sendAgain != nullptr);
+            // Rows newest first: plain, bad number, maybe out.
+            const std::vector<std::pair<std::vector<int>, bool>> cases = {
+                {{}, false}, {{0}, false}, {{1}, false}, {{2}, true}, {{1, 2}, false}};
+            for (const auto& [rows, offered] : cases) {
+                list.List()->selectionModel()->clearSelection();
+                for (int r : rows) {
+                    list.List()->selectionModel()->select(list.Model()->index(r, 0),
+                                                          QItemSelectionModel::Select);
+                }
+                QCOMPARE(sendAgain->isEnabled(), offered);
+            }
+            // The command on a message without the mark sends nothing.
+            Select(list.List(), {0});
+            list.SendCommand(MessageListView::kCmdSendAgain);
+            QCOMPARE(session.runs.load(), 0);
+            // The context menu offers it on the marked message only.
+            for (int row : {0, 2}) {
+                Select(list.List(), {row});
+                QStringList names;
+                bool done = false;
+                WhenMenuShown(&list, [&](QMenu* menu) {
+                    names = ActionNames(menu);
+                    menu->close();
+                    done = true;
+                });
+                MessageListControl* l = list.List();
+                QContextMenuEvent event(QContextMenuEvent::Mouse, RowCenter(l, row),
+                                        l->viewport()->mapToGlobal(RowCenter(l, row)));
+                QApplication::sendEvent(l->viewport(), &event);
+                QTRY_VERIFY(done);
+                if (row == 0) {
+                    QCOMPARE(names,
+                             QStringList({"40069 Reply", "40070 Forward", "-", "40068 Delete"}));
+                } else {
+                    QCOMPARE(names, QStringList({"40069 Reply", "40070 Forward", "-",
+                                                 "40068 Delete", "-", "40071 Send again"}));
+                }
+            }
+        });
+    }
+
     // --- layout ---------------------------------------------------------------------------
+
+    void theFolderNamesFitTheComboInTheFaceReallyUsed() {
+        TestList list;
+        RunList(list, [&] {
+            QComboBox* combo = list.FolderCombo();
+            const QFontMetrics fm(combo->font());
+            QStyleOptionComboBox option;
+            option.initFrom(combo);
+            option.editable = false;
+            option.rect = combo->rect();
+            const QRect field = combo->style()->subControlRect(QStyle::CC_ComboBox, &option,
+                                                               QStyle::SC_ComboBoxEditField, combo);
+            for (int i = 0; i < combo->count(); ++i) {
+                const QString text = combo->itemText(i);
+                // The label is drawn a pixel in from either side of the field.
+                QVERIFY2(fm.horizontalAdvance(text) <= field.width() - 2,
+                         qPrintable(QStringLiteral("%1: %2 pixels in %3")
+                                        .arg(text)
+                                        .arg(fm.horizontalAdvance(text))
+                                        .arg(field.width() - 2)));
+            }
+            // It does not run into the transfer buttons.
+            QVERIFY(combo->geometry().right() < list.Control(40035)->geometry().left());
+            QVERIFY(combo->geometry().right() < list.Control(1023)->geometry().left());
+        });
+    }
 
     void theLayoutFollowsTheWindowSize() {
         TestList list;

@@ -76,7 +76,7 @@ class MessageRowTest : public QObject {
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         CreateUiFonts();
         clock = new FixedLocalTime(SystemTime{2024, 5, 0, 10, 14, 30, 0, 0});
-        rowHeight = MessageRowDelegate::RowHeightFor(QFontMetrics(TemplateFont()));
+        rowHeight = MessageRowDelegate::RowHeightFor(TemplateFont());
     }
     void cleanupTestCase() { delete clock; }
 
@@ -134,7 +134,12 @@ class MessageRowTest : public QObject {
 
     void theRowHeightHoldsTwoLinesAndNeverGrows() {
         const QFontMetrics fm(TemplateFont());
-        QCOMPARE(rowHeight, (fm.height() + 1) * 2);
+        // Two lines of the tallest font a row is drawn in, as the system really renders it.
+        int line = fm.height();
+        for (UiFont f : {UiFont::SmallBold, UiFont::MediumItalic}) {
+            line = qMax(line, QFontMetrics(GetUiFont(f)).height());
+        }
+        QCOMPARE(rowHeight, (line + 1) * 2);
         MessageRowDelegate delegate;
         QStyleOptionViewItem option;
         option.font = TemplateFont();
@@ -275,6 +280,115 @@ class MessageRowTest : public QObject {
         // "(none)" starts at the left.
         QVERIFY(CountPixels(image, QRect(3, 0, 20, half), [](QColor c) { return c.value() < 80; }) >
                 3);
+    }
+
+    // --- marks of Outbox messages -----------------------------------------------------------
+
+    void anOutboxMessageThatMayHaveBeenSentOrCannotBeSentCarriesAMark() {
+        const TextBuffer today = TodayDateText();
+        const FileTime t = MakeTime(2024, 5, 1, 8, 0);
+        auto mark = [&](FolderId folder, std::uint32_t flags) {
+            return MakeRowTexts(MakeMessage(folder, u"Anna", u"+1", u"hi", t, flags), today).mark;
+        };
+        QCOMPARE(mark(kFolderOutbox, kFlagMayHaveBeenSent), QStringLiteral("may have been sent"));
+        QCOMPARE(mark(kFolderOutbox, kFlagNotEncodable), QStringLiteral("cannot be sent"));
+        QCOMPARE(mark(kFolderOutbox, kFlagMayHaveBeenSent | kFlagNotEncodable),
+                 QStringLiteral("may have been sent"));
+        QCOMPARE(mark(kFolderOutbox, 0), QString());
+        QCOMPARE(mark(kFolderOutbox, kFlagFlash), QString());
+        QCOMPARE(mark(kFolderSent, kFlagMayHaveBeenSent), QString());
+    }
+
+    void theMarkIsDrawnInRedBetweenTheSenderAndTheDate() {
+        MessageRowDelegate delegate;
+        delegate.SetToday(TodayDateText());
+        const SmsMessage marked = MakeMessage(kFolderOutbox, u"Anna", u"+1", u"hello",
+                                              MakeTime(2024, 5, 1, 8, 0), kFlagMayHaveBeenSent);
+        const SmsMessage plain =
+            MakeMessage(kFolderOutbox, u"Anna", u"+1", u"hello", MakeTime(2024, 5, 1, 8, 0));
+        const int half = (rowHeight - 2) / 2;
+        const QFontMetrics fm(TemplateFont());
+        const int dw = fm.horizontalAdvance(QStringLiteral("5/1/24"));
+        const int mw = fm.horizontalAdvance(QStringLiteral("may have been sent"));
+        auto isRed = [](QColor c) { return c.red() >= 150 && c.green() <= 80 && c.blue() <= 80; };
+        const QImage image = PaintRow(delegate, &marked, false, false, rowHeight);
+        // Red ink right before the date on the first line, none elsewhere.
+        const QRect markArea(kWidth - 2 - dw - mw - fm.horizontalAdvance(QLatin1Char(' ')), 0, mw,
+                             half);
+        QVERIFY(CountPixels(image, markArea, isRed) > 10);
+        QCOMPARE(CountPixels(image, QRect(0, half, kWidth, rowHeight - half), isRed), 0);
+        QCOMPARE(CountPixels(image, QRect(kWidth - 2 - dw, 0, dw, half), isRed), 0);
+        // The sender and the date are still there.
+        QVERIFY(CountPixels(image, QRect(3, 0, 20, half), [](QColor c) { return c.value() < 80; }) >
+                3);
+        QVERIFY(CountPixels(image, QRect(kWidth - 2 - dw, 0, dw, half),
+                            [](QColor c) { return c.value() < 80; }) > 5);
+        // A row without the flags is drawn as before: the same pixels as always, no red.
+        const QImage plainImage = PaintRow(delegate, &plain, false, false, rowHeight);
+        QCOMPARE(CountPixels(plainImage, QRect(0, 0, kWidth, rowHeight), isRed), 0);
+        QVERIFY(CountPixels(image, QRect(0, half, kWidth, rowHeight - half),
+                            [](QColor c) { return c.value() < 80; }) ==
+                CountPixels(plainImage, QRect(0, half, kWidth, rowHeight - half),
+                            [](QColor c) { return c.value() < 80; }));
+        // Selected, it takes the selected text colour like the rest of the row.
+        const QImage selected = PaintRow(delegate, &marked, true, false, rowHeight);
+        QCOMPARE(CountPixels(selected, QRect(0, 0, kWidth, rowHeight), isRed), 0);
+    }
+
+    // --- heights from the fonts really used -------------------------------------------------
+
+    void theItalicSentRowsOfTheLogKeepTheirDescenders() {
+        MessageRowDelegate delegate;
+        delegate.SetToday(TodayDateText());
+        delegate.SetLogView(true);
+        // The row height as the list asks for it, with the list's own font.
+        QStyleOptionViewItem option;
+        option.font = TemplateFont();
+        option.fontMetrics = QFontMetrics(TemplateFont());
+        option.rect = QRect(0, 0, kWidth, 10);
+        const int height = delegate.sizeHint(option, QModelIndex()).height();
+        const QFont italic = GetUiFont(UiFont::MediumItalic);
+        const QFontMetrics fm(italic);
+        // The row: its text area ends above the blank line over the separator; the preview
+        // starts halfway.
+        const int bottom = height - 2;
+        const int lowerTop = bottom / 2;
+        QVERIFY2(fm.ascent() + fm.descent() <= bottom - lowerTop,
+                 qPrintable(QStringLiteral("line %1 in %2 pixels")
+                                .arg(fm.ascent() + fm.descent())
+                                .arg(bottom - lowerTop)));
+        QVERIFY(fm.ascent() + fm.descent() <= lowerTop);
+        // Drawn without a clip in the face really used, the descenders of the preview end
+        // inside the row.
+        const QString text = QStringLiteral("gjpqy");
+        QImage free(kWidth, height * 3, QImage::Format_ARGB32);
+        free.fill(kBase);
+        {
+            QPainter p(&free);
+            p.setFont(italic);
+            p.setPen(Qt::black);
+            p.drawText(QRect(3, lowerTop, kWidth - 5, height * 2), Qt::AlignLeft | Qt::AlignTop,
+                       text);
+        }
+        int lowestInk = -1;
+        for (int y = free.height() - 1; y >= 0 && lowestInk < 0; --y) {
+            for (int x = 0; x < kWidth; ++x) {
+                if (free.pixelColor(x, y) != kBase) {
+                    lowestInk = y;
+                    break;
+                }
+            }
+        }
+        QVERIFY(lowestInk > lowerTop);
+        QVERIFY2(
+            lowestInk < bottom,
+            qPrintable(QStringLiteral("ink to %1, row text to %2").arg(lowestInk).arg(bottom)));
+        // And the drawn row holds that ink.
+        const SmsMessage sent = MakeMessage(kFolderSent, u"Anna", u"+1", text.toStdU16String(),
+                                            MakeTime(2024, 5, 1, 8, 0));
+        const QImage row = PaintRow(delegate, &sent, false, false, height);
+        QVERIFY(CountPixels(row, QRect(0, lowestInk - 1, kWidth, 2),
+                            [](QColor c) { return c.value() < 128; }) > 0);
     }
 
   private:

@@ -306,26 +306,46 @@ class ProgressDialogTest : public QObject {
         QCOMPARE(boxes.boxes[0].text, QStringLiteral("Operation Failed (0)"));
     }
 
-    void theFrameIsDisabledWhileTheDialogRunsAndTheDialogIsNot() {
+    void thePageKeepsItsLookWhileTheModalDialogTakesItsInput() {
         ScriptedSession s;
         s.waitForCancel = true;
         ProgressDialog d(&s);
-        bool frameEnabled = true, dialogEnabled = false, dialogVisible = false,
-             modalOverOwner = false;
+        auto* button = new QPushButton(QStringLiteral("Get"), page);
+        button->setGeometry(10, 10, 80, 24);
+        button->show();
+        int clicks = 0;
+        QObject::connect(button, &QPushButton::clicked, [&] { ++clicks; });
+        bool frameEnabled = false, pageEnabled = false, dialogEnabled = false,
+             dialogVisible = false, modalOverOwner = false, activeModal = false;
+        QPalette::ColorGroup buttonGroup = QPalette::Disabled;
         QTimer::singleShot(0, &d, [&] {
             frameEnabled = frame->isEnabled();
+            pageEnabled = page->isEnabled() && button->isEnabled();
+            // Drawn as it is: its colours are not the greyed ones.
+            buttonGroup = button->palette().currentColorGroup();
             dialogEnabled = d.isEnabled();
             dialogVisible = d.isVisible();
             modalOverOwner = d.isWindow() && d.parentWidget() == page;
+            activeModal = QApplication::activeModalWidget() == &d;
+            // A click on the page under the dialog, made as the window system delivers it,
+            // does not reach it.
+            QWindow* window = button->window()->windowHandle();
+            const QPoint at = button->mapTo(button->window(), button->rect().center());
+            QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, at);
             d.SendCommand(IDCANCEL);
         });
         BoxCapture boxes;
         RunTransfer(d, page);
-        QVERIFY(!frameEnabled);
+        QVERIFY(frameEnabled);
+        QVERIFY(pageEnabled);
+        QVERIFY(buttonGroup != QPalette::Disabled);
         QVERIFY(dialogEnabled);
         QVERIFY(dialogVisible);
         QVERIFY(modalOverOwner);
+        QCOMPARE(clicks, 0);
+        QVERIFY(activeModal);
         QVERIFY(frame->isEnabled());
+        delete button;
     }
 
     void layoutFollowsTheSize() {
