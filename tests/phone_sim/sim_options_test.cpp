@@ -188,5 +188,26 @@ TEST(SimOptions, HelpNamesEveryOptionAndTheFileFormat) {
     }
 }
 
+// The commands a client meets are named in --help and answered (not with ERROR).
+TEST(SimOptions, HelpNamesEveryCommandItAnswers) {
+    const std::string help = HelpText();
+    const char* const commands[] = {
+        "ATZ",     "AT&F",    "ATE0",    "ATV1",    "ATQ0",    "ATI",     "ATH",
+        "ATD",     "AT+CGMI", "AT+CGMM", "AT+CGMR", "AT+CGSN", "AT+GMI",  "AT+GMM",
+        "AT+GMR",  "AT+GSN",  "AT+CIMI", "AT+GCAP", "AT+CFUN", "AT+CPIN", "AT+CSQ",
+        "AT+CREG", "AT+CMEE", "AT+CSCS", "AT+CSCA", "AT+CMGF", "AT+CSMS", "AT+CPMS",
+        "AT+CNMI", "AT+CMGL", "AT+CMGR", "AT+CMGD", "AT+CMGS"};
+    for (const char* command : commands) {
+        EXPECT_NE(help.find(command), std::string::npos) << command;
+        // Its test form (or, for the basic commands, the command itself) is not ERROR.
+        PhoneModel phone;
+        std::string line = command;
+        if (line.rfind("AT+", 0) == 0) line += "=?";
+        if (line == "ATD") line += "123;";
+        phone.Feed(line + "\r");
+        EXPECT_EQ(phone.TakeOutput().find("ERROR"), std::string::npos) << line;
+    }
+}
+
 }  // namespace
 }  // namespace phone_sim

@@ -204,9 +204,19 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
 const char* HelpText() {
     return R"(Usage: velkan-phone-sim [--listen HOST:PORT | --pty] [--messages FILE] [options]
 
-A simulated GSM phone in PDU mode, for tests, demos and users without a phone. It answers AT
-commands (AT, ATZ, ATE0/ATE1, ATV0/ATV1, AT+CMGF, AT+CSCS, AT+CPMS, AT+CMGL, AT+CMGR, AT+CMGD,
-AT+CMGS, AT+CSCA) and keeps a SIM memory "SM" and a phone memory "ME" of stored messages.
+A simulated GSM phone in PDU mode, for tests, demos and users without a phone. It keeps a SIM
+memory "SM" and a phone memory "ME" of stored messages and answers as a ready phone (switched
+on, no PIN asked, registered to its home network) to these AT commands:
+  AT, ATZ, AT&F, ATE0/ATE1, ATV0/ATV1, ATQ0, ATI, ATH, ATD
+  AT+CGMI, AT+CGMM, AT+CGMR, AT+CGSN, AT+GMI, AT+GMM, AT+GMR, AT+GSN, AT+CIMI, AT+GCAP
+  AT+CFUN? and =1, AT+CPIN? (+CPIN: READY), AT+CSQ, AT+CREG? and =0..2
+  AT+CMEE=0..2 (0: failures answer ERROR; 1, 2: "+CME ERROR:" with a number or a text)
+  AT+CSCS (GSM, IRA, UCS2, 8859-1, PCCP437, HEX), AT+CSCA (in the AT+CSCS character set)
+  AT+CMGF=0, AT+CSMS, AT+CPMS, AT+CNMI, AT+CMGL, AT+CMGR, AT+CMGD, AT+CMGS
+with their "?" and "=?" forms. Anything else answers ERROR. Nothing is ever said unasked unless
+the client asks with AT+CNMI: mode 1-3 (0 keeps them until 1-3), mt 1 for "+CMTI: MEM,INDEX"
+when a message arrives, ds 1 for "+CDS: LENGTH" and the PDU of a status report, ds 2 for a
+stored report and "+CDSI: MEM,INDEX" (a status report follows every AT+CMGS asking for one).
 
 The first line on standard output is always machine-readable: "listening HOST:PORT" (the real
 port) or, with --pty, the path of the pseudo-terminal's device. The simulator runs until
