@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace phone_sim {
@@ -122,6 +123,26 @@ TEST(SimOptions, PtyAndIpv6Listen) {
     EXPECT_EQ(six.port, 4001u);
 }
 
+TEST(SimOptions, ArrivalsWhileRunning) {
+    SimOptions o;
+    std::string error;
+    ASSERT_TRUE(Parse({}, &o, &error)) << error;
+    EXPECT_EQ(o.injectEveryMs, 0u);
+    EXPECT_EQ(o.controlPath, "");
+    ASSERT_TRUE(Parse({"--inject-every", "2", "--control", "/tmp/x.sock"}, &o, &error)) << error;
+    EXPECT_EQ(o.injectEveryMs, 2000u);
+    EXPECT_EQ(o.controlPath, "/tmp/x.sock");
+    for (auto [text, ms] : {std::pair{"0.5", 500u},
+                            {"0.001", 1u},
+                            {".25", 250u},
+                            {"1.05", 1050u},
+                            {"86400", 86400000u}}) {
+        SimOptions seconds;
+        ASSERT_TRUE(Parse({"--inject-every", text}, &seconds, &error)) << text << ": " << error;
+        EXPECT_EQ(seconds.injectEveryMs, ms) << text;
+    }
+}
+
 TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
     const std::vector<std::vector<const char*>> bad = {
         {"--bogus"},
@@ -142,6 +163,15 @@ TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
         {"--silent-on", ""},
         {"--echo=yes"},
         {"--drop-after"},
+        {"--inject-every", "0"},
+        {"--inject-every", "0.0001"},
+        {"--inject-every", "-1"},
+        {"--inject-every", "1."},
+        {"--inject-every", "."},
+        {"--inject-every", "1s"},
+        {"--inject-every", "86400.001"},
+        {"--inject-every"},
+        {"--control", ""},
     };
     for (const auto& args : bad) {
         SimOptions o;
@@ -182,6 +212,8 @@ TEST(SimOptions, HelpNamesEveryOptionAndTheFileFormat) {
                              "--baud",
                              "--garbage",
                              "--no-line-end-flood",
+                             "--inject-every SECONDS",
+                             "--control PATH",
                              "MEM|STATUS|NUMBER|YYYY-MM-DD HH:MM:SS|+ZZ|TEXT",
                              "MEM|STATUS|PDU:<hex>|<tpdu length>"}) {
         EXPECT_NE(help.find(name), std::string::npos) << name;
