@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -310,6 +311,30 @@ TEST(PhoneSimProcess, PseudoTerminalInRawMode) {
         EXPECT_EQ(phone.ReadUntil("> "), "\r\n> ");
         EXPECT_EQ(phone.Command(std::string(kSubmitHello) + "\x1A"), "\r\n+CMGS: 1\r\n\r\nOK\r\n");
     }
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
+// gammu claims the device with TIOCEXCL and closes it without giving the claim back; the
+// simulator holds the device open, so the claim must end once the client has spoken, or the next
+// client (without root's right to ignore it) could not open the device.
+TEST(PhoneSimProcess, AClaimOnThePseudoTerminalDoesNotOutliveTheClient) {
+    SimProcess sim;
+    ASSERT_TRUE(sim.Start({"--pty"}));
+    std::string path = sim.ReadLine();
+    int fd = open(path.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(fd, 0) << path;
+    termios tio{};
+    ASSERT_EQ(tcgetattr(fd, &tio), 0);
+    cfmakeraw(&tio);
+    ASSERT_EQ(tcsetattr(fd, TCSANOW, &tio), 0);
+    ASSERT_EQ(ioctl(fd, TIOCEXCL), 0);
+    int exclusive = 0;
+    ASSERT_EQ(ioctl(fd, TIOCGEXCL, &exclusive), 0);
+    ASSERT_NE(exclusive, 0);
+    Client phone(fd, true);
+    EXPECT_EQ(phone.Command("AT\r"), "\r\nOK\r\n");
+    ASSERT_EQ(ioctl(fd, TIOCGEXCL, &exclusive), 0);
+    EXPECT_EQ(exclusive, 0);
     EXPECT_EQ(sim.Stop(), 0);
 }
 

@@ -13,6 +13,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -488,6 +489,11 @@ int main(int argc, char** argv) {
             char buffer[4096];
             ssize_t n = read(conn.fd, buffer, sizeof buffer);
             if (n > 0) {
+                // A client may claim the device for itself (TIOCEXCL, as gammu does). A serial
+                // port drops the claim when its user closes it; this device never closes, as
+                // the simulator holds it open, so the claim would lock out the next client.
+                // The claim is dropped once the client talks.
+                if (ptySlave >= 0) ioctl(ptySlave, TIOCNXCL);
                 if (conn.input.empty()) inPacer.Queued(Clock::now());
                 conn.input.append(buffer, static_cast<std::size_t>(n));
             } else if (n == 0) {
