@@ -20,6 +20,9 @@ packages=(
   # dependencies), checking the desktop entry and the metainfo, reading the man pages,
   # opening an sms: link as the desktop would, and finding the program's window
   dpkg-dev fakeroot desktop-file-utils appstream man-db xdg-utils x11-utils
+  # interoperability tests: two independent GSM 07.07/07.05 clients (gammu, smstools' smsd)
+  # run against the simulated phone
+  gammu smstools
 )
 
 missing=()

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace phone_sim {
@@ -134,6 +135,26 @@ TEST(SimOptions, PtyAndIpv6Listen) {
     EXPECT_EQ(six.port, 4001u);
 }
 
+TEST(SimOptions, ArrivalsWhileRunning) {
+    SimOptions o;
+    std::string error;
+    ASSERT_TRUE(Parse({}, &o, &error)) << error;
+    EXPECT_EQ(o.injectEveryMs, 0u);
+    EXPECT_EQ(o.controlPath, "");
+    ASSERT_TRUE(Parse({"--inject-every", "2", "--control", "/tmp/x.sock"}, &o, &error)) << error;
+    EXPECT_EQ(o.injectEveryMs, 2000u);
+    EXPECT_EQ(o.controlPath, "/tmp/x.sock");
+    for (auto [text, ms] : {std::pair{"0.5", 500u},
+                            {"0.001", 1u},
+                            {".25", 250u},
+                            {"1.05", 1050u},
+                            {"86400", 86400000u}}) {
+        SimOptions seconds;
+        ASSERT_TRUE(Parse({"--inject-every", text}, &seconds, &error)) << text << ": " << error;
+        EXPECT_EQ(seconds.injectEveryMs, ms) << text;
+    }
+}
+
 TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
     const std::vector<std::vector<const char*>> bad = {
         {"--bogus"},
@@ -162,6 +183,15 @@ TEST(SimOptions, BadOptionsAreRefusedWithAReason) {
         {"--listing-noise", "nul@"},
         {"--listing-noise", "nul@0"},
         {"--listing-noise", "cmti@x"},
+        {"--inject-every", "0"},
+        {"--inject-every", "0.0001"},
+        {"--inject-every", "-1"},
+        {"--inject-every", "1."},
+        {"--inject-every", "."},
+        {"--inject-every", "1s"},
+        {"--inject-every", "86400.001"},
+        {"--inject-every"},
+        {"--control", ""},
     };
     for (const auto& args : bad) {
         SimOptions o;
@@ -203,9 +233,34 @@ TEST(SimOptions, HelpNamesEveryOptionAndTheFileFormat) {
                              "--garbage",
                              "--no-line-end-flood",
                              "--listing-noise",
+                             "--hold-on",
+                             "--hold-gate",
+                             "--inject-every SECONDS",
+                             "--control PATH",
                              "MEM|STATUS|NUMBER|YYYY-MM-DD HH:MM:SS|+ZZ|TEXT",
                              "MEM|STATUS|PDU:<hex>|<tpdu length>"}) {
         EXPECT_NE(help.find(name), std::string::npos) << name;
+    }
+}
+
+// The commands a client meets are named in --help and answered (not with ERROR).
+TEST(SimOptions, HelpNamesEveryCommandItAnswers) {
+    const std::string help = HelpText();
+    const char* const commands[] = {
+        "ATZ",     "AT&F",    "ATE0",    "ATV1",    "ATQ0",    "ATI",     "ATH",
+        "ATD",     "AT+CGMI", "AT+CGMM", "AT+CGMR", "AT+CGSN", "AT+GMI",  "AT+GMM",
+        "AT+GMR",  "AT+GSN",  "AT+CIMI", "AT+GCAP", "AT+CFUN", "AT+CPIN", "AT+CSQ",
+        "AT+CREG", "AT+CMEE", "AT+CSCS", "AT+CSCA", "AT+CMGF", "AT+CSMS", "AT+CPMS",
+        "AT+CNMI", "AT+CMGL", "AT+CMGR", "AT+CMGD", "AT+CMGS"};
+    for (const char* command : commands) {
+        EXPECT_NE(help.find(command), std::string::npos) << command;
+        // Its test form (or, for the basic commands, the command itself) is not ERROR.
+        PhoneModel phone;
+        std::string line = command;
+        if (line.rfind("AT+", 0) == 0) line += "=?";
+        if (line == "ATD") line += "123;";
+        phone.Feed(line + "\r");
+        EXPECT_EQ(phone.TakeOutput().find("ERROR"), std::string::npos) << line;
     }
 }
 

@@ -6,13 +6,16 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -311,6 +314,30 @@ TEST(PhoneSimProcess, PseudoTerminalInRawMode) {
     EXPECT_EQ(sim.Stop(), 0);
 }
 
+// gammu claims the device with TIOCEXCL and closes it without giving the claim back; the
+// simulator holds the device open, so the claim must end once the client has spoken, or the next
+// client (without root's right to ignore it) could not open the device.
+TEST(PhoneSimProcess, AClaimOnThePseudoTerminalDoesNotOutliveTheClient) {
+    SimProcess sim;
+    ASSERT_TRUE(sim.Start({"--pty"}));
+    std::string path = sim.ReadLine();
+    int fd = open(path.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(fd, 0) << path;
+    termios tio{};
+    ASSERT_EQ(tcgetattr(fd, &tio), 0);
+    cfmakeraw(&tio);
+    ASSERT_EQ(tcsetattr(fd, TCSANOW, &tio), 0);
+    ASSERT_EQ(ioctl(fd, TIOCEXCL), 0);
+    int exclusive = 0;
+    ASSERT_EQ(ioctl(fd, TIOCGEXCL, &exclusive), 0);
+    ASSERT_NE(exclusive, 0);
+    Client phone(fd, true);
+    EXPECT_EQ(phone.Command("AT\r"), "\r\nOK\r\n");
+    ASSERT_EQ(ioctl(fd, TIOCGEXCL, &exclusive), 0);
+    EXPECT_EQ(exclusive, 0);
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
 TEST(PhoneSimProcess, DropOnOverAPseudoTerminalClosesTheMaster) {
     SimProcess sim;
     ASSERT_TRUE(sim.Start({"--pty", "--drop-on", "AT+CMGL"}));
@@ -466,6 +493,101 @@ TEST(PhoneSimProcess, LogToStandardError) {
     }
     EXPECT_EQ(sim.Stop(), 0);
     EXPECT_EQ(sim.Stderr(), "AT+CSCS=\"GSM\"\n");
+}
+
+// A client of the control socket: writes a line and reads the one-line answer.
+std::string ControlSay(const std::string& path, const std::string& line) {
+    int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    if (fd < 0 || connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        if (fd >= 0) close(fd);
+        return "cannot connect";
+    }
+    std::string answer;
+    if (write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size())) {
+        Client reader(fd, true);
+        answer = reader.ReadUntil("\n");
+    } else {
+        close(fd);
+    }
+    return answer;
+}
+
+TEST(PhoneSimProcess, InjectEveryAnnouncesArrivalsToAClientThatAskedForThem) {
+    SimProcess sim;
+    ASSERT_TRUE(sim.Start({"--pty", "--inject-every", "0.05"}));
+    std::string path = sim.ReadLine();
+    int fd = open(path.c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(fd, 0) << path;
+    termios tio{};
+    ASSERT_EQ(tcgetattr(fd, &tio), 0);
+    cfmakeraw(&tio);
+    ASSERT_EQ(tcsetattr(fd, TCSANOW, &tio), 0);
+    Client phone(fd, true);
+    EXPECT_EQ(phone.Command("AT+CNMI=2,1,0,0,0\r"), "\r\nOK\r\n");
+    const std::string cmti = "\r\n+CMTI: \"ME\",";
+    std::string said = phone.ReadUntil(cmti);
+    const std::size_t at = said.find(cmti);
+    ASSERT_NE(at, std::string::npos) << said;
+    if (said.find("\r\n", at + cmti.size()) == std::string::npos) said += phone.ReadUntil("\r\n");
+    const unsigned index = static_cast<unsigned>(std::stoul(said.substr(at + cmti.size())));
+    EXPECT_GE(index, 1u);
+    // The indication names a stored message from the injecting sender, +4930555000.
+    EXPECT_EQ(phone.Command("AT+CNMI=0,0\r").substr(0, 2), "\r\n");
+    phone.Command("AT+CPMS=\"ME\"\r");
+    std::string read = phone.Command("AT+CMGR=" + std::to_string(index) + "\r");
+    EXPECT_NE(read.find("0A919403550500"), std::string::npos) << read;
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
+TEST(PhoneSimProcess, ControlSocketLinesArriveAndAreAnnounced) {
+    const std::string control = TempPath("control.sock");
+    SimProcess sim;
+    unsigned port = StartListening(sim, {"--control", control});
+    ASSERT_NE(port, 0u);
+    {
+        Client phone(port);
+        ASSERT_TRUE(phone.ok());
+        EXPECT_EQ(phone.Command("AT+CNMI=1,1\r"), "\r\nOK\r\n");
+        EXPECT_EQ(ControlSay(control, "+4930111222:From the socket\n"), "stored ME 1\n");
+        EXPECT_EQ(phone.ReadUntil("\r\n+CMTI: \"ME\",1\r\n"), "\r\n+CMTI: \"ME\",1\r\n");
+        EXPECT_EQ(ControlSay(control, "bad line\n"), "error: expected NUMBER:TEXT\n");
+        phone.Command("AT+CPMS=\"ME\"\r");
+        std::string read = phone.Command("AT+CMGR=1\r");
+        EXPECT_NE(read.find("0A919403112122"), std::string::npos) << read;
+    }
+    EXPECT_EQ(sim.Stop(), 0);
+    EXPECT_NE(access(control.c_str(), F_OK), 0);  // removed at the end
+}
+
+TEST(PhoneSimProcess, AClientThatNeverAskedHearsNothingUnsolicited) {
+    const std::string control = TempPath("control.sock");
+    SimProcess sim;
+    unsigned port = StartListening(sim, {"--control", control});
+    ASSERT_NE(port, 0u);
+    {
+        Client phone(port);
+        ASSERT_TRUE(phone.ok());
+        EXPECT_EQ(phone.Command("AT\r"), "\r\nOK\r\n");
+        EXPECT_EQ(ControlSay(control, "+4930111222:Unannounced\n"), "stored ME 1\n");
+        // Anything said about it would come before this answer.
+        EXPECT_EQ(phone.Command("AT\r"), "\r\nOK\r\n");
+        EXPECT_EQ(phone.Command("AT+CPMS=\"ME\"\r"), "\r\n+CPMS: 1,100,0,30,1,100\r\n\r\nOK\r\n");
+    }
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
+TEST(PhoneSimProcess, ControlPathThatIsNoSocketIsRefused) {
+    const std::string taken = TempPath("plain.txt");
+    { std::ofstream(taken) << "keep me\n"; }
+    SimProcess sim;
+    ASSERT_TRUE(sim.Start({"--listen", "127.0.0.1:0", "--control", taken}));
+    EXPECT_EQ(sim.Wait(), 1);
+    EXPECT_NE(sim.Stderr().find("exists and is no socket"), std::string::npos) << sim.Stderr();
+    EXPECT_EQ(ReadFile(taken), "keep me\n");
+    std::remove(taken.c_str());
 }
 
 }  // namespace

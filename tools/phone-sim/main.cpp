@@ -1,9 +1,10 @@
 // velkan-phone-sim: the simulated phone on a TCP port or a pseudo-terminal.
 //
 // One poll() loop drives everything: the listening socket (one connection at a time), the
-// connection or the pseudo-terminal's master, and a self-pipe through which SIGTERM/SIGINT end
-// the loop. Input is queued and fed to the model, output is queued and written; with --baud both
-// are paced like a serial line (see LinePacer).
+// connection or the pseudo-terminal's master, the control socket and its clients, the clock of
+// --inject-every, and a self-pipe through which SIGTERM/SIGINT end the loop. Input is queued and
+// fed to the model, output is queued and written; with --baud both are paced like a serial line
+// (see LinePacer).
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -12,7 +13,10 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -23,7 +27,9 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "arrivals.h"
 #include "line_pacer.h"
 #include "message_files.h"
 #include "phone_model.h"
@@ -178,6 +184,44 @@ int OpenPty(std::string* path, int* slave) {
     return master;
 }
 
+// The Unix socket of --control. A socket left at the path by an earlier run is replaced; any
+// other file there is refused.
+int OpenControl(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        std::fprintf(stderr, "velkan-phone-sim: --control %s: path too long\n", path.c_str());
+        return -1;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    struct stat existing {};
+    if (lstat(path.c_str(), &existing) == 0) {
+        if (!S_ISSOCK(existing.st_mode)) {
+            std::fprintf(stderr, "velkan-phone-sim: --control %s: exists and is no socket\n",
+                         path.c_str());
+            return -1;
+        }
+        unlink(path.c_str());
+    }
+    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        listen(fd, 4) != 0) {
+        std::fprintf(stderr, "velkan-phone-sim: --control %s: %s\n", path.c_str(),
+                     std::strerror(errno));
+        if (fd >= 0) close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// A client of the control socket: lines in, one answer line out for each.
+struct ControlClient {
+    int fd = -1;
+    std::string input;
+    std::string output;
+    bool eof = false;
+};
+
 struct Connection {
     int fd = -1;
     std::string input;     // received, not yet fed to the model
@@ -284,6 +328,11 @@ int main(int argc, char** argv) {
     int ptySlave = -1;
     Connection conn;
     std::string first;
+    int control = -1;
+    if (!options.controlPath.empty()) {
+        control = OpenControl(options.controlPath);
+        if (control < 0) return 1;
+    }
     if (options.pty) {
         conn.fd = OpenPty(&first, &ptySlave);
         if (conn.fd < 0) return 1;
@@ -299,19 +348,46 @@ int main(int argc, char** argv) {
     LinePacer inPacer(rate);
     LinePacer outPacer(rate);
 
+    // What the phone says about an arrival goes to the client on the line, if there is one.
+    auto passIndications = [&] {
+        std::string said = model.TakeOutput();
+        if (said.empty() || conn.fd < 0 || conn.closing) return;
+        if (conn.output.empty()) outPacer.Queued(Clock::now());
+        conn.output += said;
+    };
+    std::vector<ControlClient> controlClients;
+    const auto injectEvery = std::chrono::milliseconds(options.injectEveryMs);
+    auto nextInjection = Clock::now() + injectEvery;
+    unsigned injected = 0;
+
     for (;;) {
-        pollfd fds[3];
-        nfds_t count = 0;
-        fds[count++] = {g_signalPipe[0], POLLIN, 0};
+        std::vector<pollfd> fds;
+        fds.push_back({g_signalPipe[0], POLLIN, 0});
         int listenerSlot = -1;
         int connSlot = -1;
+        int controlSlot = -1;
         if (listener >= 0 && conn.fd < 0) {
-            listenerSlot = static_cast<int>(count);
-            fds[count++] = {listener, POLLIN, 0};
+            listenerSlot = static_cast<int>(fds.size());
+            fds.push_back({listener, POLLIN, 0});
+        }
+        if (control >= 0) {
+            controlSlot = static_cast<int>(fds.size());
+            fds.push_back({control, POLLIN, 0});
+        }
+        const std::size_t firstClientSlot = fds.size();
+        for (const ControlClient& client : controlClients) {
+            short events = client.eof ? 0 : POLLIN;
+            if (!client.output.empty()) events |= POLLOUT;
+            fds.push_back({client.fd, events, 0});
         }
         // Paced bytes are waited for to the microsecond: at 19200 baud a byte takes 0.52 ms,
         // so a whole-millisecond time-out would slow the line down after every pause.
         std::optional<LinePacer::Clock::duration> timeout;
+        if (options.injectEveryMs != 0) {
+            const auto now = Clock::now();
+            timeout =
+                nextInjection > now ? nextInjection - now : LinePacer::Clock::duration::zero();
+        }
         if (conn.fd >= 0) {
             // Reading stops while a drop is pending, and while a paced input queue is long.
             short events = (conn.closing || conn.eof || conn.input.size() > 65536) ? 0 : POLLIN;
@@ -321,23 +397,74 @@ int main(int argc, char** argv) {
                 if (outWait == LinePacer::Clock::duration::zero()) {
                     events |= POLLOUT;
                 } else {
-                    timeout = outWait;
+                    timeout = timeout ? std::min(*timeout, outWait) : outWait;
                 }
             }
             if (!conn.input.empty() && !conn.closing) {
                 const auto inWait = inPacer.Wait(now);
                 timeout = timeout ? std::min(*timeout, inWait) : inWait;
             }
-            connSlot = static_cast<int>(count);
-            fds[count++] = {conn.fd, events, 0};
+            connSlot = static_cast<int>(fds.size());
+            fds.push_back({conn.fd, events, 0});
         }
         const timespec wait = timeout ? ToTimespec(*timeout) : timespec{};
-        if (ppoll(fds, count, timeout ? &wait : nullptr, nullptr) < 0) {
+        if (ppoll(fds.data(), fds.size(), timeout ? &wait : nullptr, nullptr) < 0) {
             if (errno == EINTR) continue;
             std::perror("velkan-phone-sim: poll");
             return 1;
         }
         if (fds[0].revents != 0) break;  // SIGTERM or SIGINT
+
+        if (options.injectEveryMs != 0 && Clock::now() >= nextInjection) {
+            // A loop held up for longer than the interval does not catch up in a burst.
+            nextInjection = std::max(nextInjection + injectEvery, Clock::now() + injectEvery);
+            std::string error;
+            if (!phone_sim::ReceiveInjected(++injected, &model, &error)) {
+                std::fprintf(stderr, "velkan-phone-sim: --inject-every: %s\n", error.c_str());
+            }
+            passIndications();
+        }
+        for (std::size_t i = 0; i < controlClients.size(); ++i) {
+            ControlClient& client = controlClients[i];
+            const short revents = fds[firstClientSlot + i].revents;
+            if ((revents & (POLLIN | POLLHUP | POLLERR)) != 0 && !client.eof) {
+                char buffer[1024];
+                ssize_t n = read(client.fd, buffer, sizeof buffer);
+                if (n > 0) {
+                    client.input.append(buffer, static_cast<std::size_t>(n));
+                } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
+                    client.eof = true;
+                }
+                for (std::size_t end; (end = client.input.find('\n')) != std::string::npos;) {
+                    client.output += phone_sim::ControlLine(
+                        std::string_view(client.input).substr(0, end), &model);
+                    client.output += '\n';
+                    client.input.erase(0, end + 1);
+                    passIndications();
+                }
+            }
+            if (!client.output.empty()) {
+                ssize_t n = write(client.fd, client.output.data(), client.output.size());
+                if (n > 0) {
+                    client.output.erase(0, static_cast<std::size_t>(n));
+                } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
+                    client.output.clear();
+                    client.eof = true;
+                }
+            }
+        }
+        for (auto it = controlClients.begin(); it != controlClients.end();) {
+            if (it->eof && it->output.empty()) {
+                close(it->fd);
+                it = controlClients.erase(it);
+            } else {
+                ++it;
+            }
+        }
+        if (controlSlot >= 0 && (fds[controlSlot].revents & POLLIN) != 0) {
+            int fd = accept4(control, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+            if (fd >= 0) controlClients.push_back(ControlClient{fd, {}, {}, false});
+        }
 
         if (listenerSlot >= 0 && (fds[listenerSlot].revents & POLLIN) != 0) {
             int fd = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
@@ -362,6 +489,11 @@ int main(int argc, char** argv) {
             char buffer[4096];
             ssize_t n = read(conn.fd, buffer, sizeof buffer);
             if (n > 0) {
+                // A client may claim the device for itself (TIOCEXCL, as gammu does). A serial
+                // port drops the claim when its user closes it; this device never closes, as
+                // the simulator holds it open, so the claim would lock out the next client.
+                // The claim is dropped once the client talks.
+                if (ptySlave >= 0) ioctl(ptySlave, TIOCNXCL);
                 if (conn.input.empty()) inPacer.Queued(Clock::now());
                 conn.input.append(buffer, static_cast<std::size_t>(n));
             } else if (n == 0) {
@@ -389,5 +521,10 @@ int main(int argc, char** argv) {
     if (conn.fd >= 0) close(conn.fd);
     if (ptySlave >= 0) close(ptySlave);
     if (listener >= 0) close(listener);
+    for (const ControlClient& client : controlClients) close(client.fd);
+    if (control >= 0) {
+        close(control);
+        unlink(options.controlPath.c_str());
+    }
     return 0;
 }

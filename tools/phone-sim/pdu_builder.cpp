@@ -33,6 +33,34 @@ bool SplitNumber(std::string_view number, std::size_t maxDigits, std::uint8_t* t
     return true;
 }
 
+// Seven swapped-BCD octets: year, month, day, hour, minute, second, zone (sign in bit 3).
+bool PutTimeStamp(const SystemTime& t, int zoneQuarters, std::vector<std::uint8_t>* out) {
+    if (t.year < 1991 || t.year > 2090 || zoneQuarters < -79 || zoneQuarters > 79) return false;
+    for (unsigned value : {unsigned{t.year} % 100u, unsigned{t.month}, unsigned{t.day},
+                           unsigned{t.hour}, unsigned{t.minute}, unsigned{t.second}}) {
+        out->push_back(ToSwappedBcd(value));
+    }
+    const unsigned quarters =
+        static_cast<unsigned>(zoneQuarters < 0 ? -zoneQuarters : zoneQuarters);
+    out->push_back(
+        static_cast<std::uint8_t>(ToSwappedBcd(quarters) | (zoneQuarters < 0 ? 0x08 : 0)));
+    return true;
+}
+
+// Length octet (digits, or octets with the type for the centre), type and swapped digits.
+bool PutAddress(std::string_view number, std::size_t maxDigits, bool centre,
+                std::vector<std::uint8_t>* out) {
+    std::uint8_t type = 0;
+    std::string digits;
+    if (!SplitNumber(number, maxDigits, &type, &digits)) return false;
+    std::uint8_t buffer[16] = {};
+    std::size_t length = 0;
+    if (EncodeAddressDigits(buffer, &length, type, digits.c_str()) != 0) return false;
+    out->push_back(static_cast<std::uint8_t>(centre ? length : digits.size()));
+    out->insert(out->end(), buffer, buffer + length);
+    return true;
+}
+
 }  // namespace
 
 std::string ToHex(const std::vector<std::uint8_t>& bytes) {
@@ -155,6 +183,29 @@ bool BuildTextPdu(const TextMessage& message, std::string_view serviceCentre, Bu
         *error = "the encoder refused the message";
         return false;
     }
+    return true;
+}
+
+bool BuildStatusReport(std::string_view serviceCentre, unsigned reference,
+                       std::string_view recipient, const SystemTime& accepted,
+                       const SystemTime& delivered, int zoneQuarters, BuiltPdu* out) {
+    std::vector<std::uint8_t> bytes;
+    if (serviceCentre.empty()) {
+        bytes.push_back(0x00);
+    } else if (!PutAddress(serviceCentre, 20, true, &bytes)) {
+        return false;
+    }
+    const std::size_t centreLength = bytes.size();
+    bytes.push_back(0x06);  // SMS-STATUS-REPORT, no more messages waiting
+    bytes.push_back(static_cast<std::uint8_t>(reference & 0xFF));
+    if (!PutAddress(recipient, kAddressDigitsSize - 1, false, &bytes) ||
+        !PutTimeStamp(accepted, zoneQuarters, &bytes) ||
+        !PutTimeStamp(delivered, zoneQuarters, &bytes)) {
+        return false;
+    }
+    bytes.push_back(0x00);  // TP-ST: short message received by the SME
+    out->tpduLength = static_cast<unsigned>(bytes.size() - centreLength);
+    out->bytes = std::move(bytes);
     return true;
 }
 

@@ -40,6 +40,13 @@ bool SetAddress(PduRecord* record, std::string_view number);
 bool BuildTextPdu(const TextMessage& message, std::string_view serviceCentre, BuiltPdu* out,
                   std::string* error);
 
+// An SMS-STATUS-REPORT (centre part first) telling that the message with `reference` reached
+// `recipient`: accepted by the centre at `accepted`, delivered at `delivered`, both in the zone
+// `zoneQuarters`, status 0 ("received by the SME"). False for a bad number or time.
+bool BuildStatusReport(std::string_view serviceCentre, unsigned reference,
+                       std::string_view recipient, const SystemTime& accepted,
+                       const SystemTime& delivered, int zoneQuarters, BuiltPdu* out);
+
 // Encodes a decoded record (whatever its MTI) and mends what the encoder leaves as it is for
 // SMS-DELIVER: a negative time zone is written as sign bit and quarter count. False when the
 // encoder refuses the record.

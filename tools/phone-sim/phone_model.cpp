@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "at_syntax.h"
 #include "common/file_time.h"
 #include "common/text_convert.h"
 #include "pdu/deliver.h"
@@ -23,68 +24,6 @@ constexpr char kEscape = 0x1B;
 constexpr int kCmsNotAllowed = 302;
 constexpr int kCmsBadPdu = 304;
 constexpr int kCmsBadIndex = 321;
-
-char Upper(char c) {
-    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
-// Commands are case-insensitive; quoted parameters keep their case.
-std::string UpperOutsideQuotes(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    bool quoted = false;
-    for (char c : text) {
-        if (c == '"') quoted = !quoted;
-        out.push_back(quoted ? c : Upper(c));
-    }
-    return out;
-}
-
-std::string_view Trim(std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    return text;
-}
-
-// Splits at commas (or `separator`) that are not inside quotes.
-std::vector<std::string_view> SplitOutsideQuotes(std::string_view text, char separator) {
-    std::vector<std::string_view> parts;
-    bool quoted = false;
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '"') quoted = !quoted;
-        if (text[i] == separator && !quoted) {
-            parts.push_back(text.substr(start, i - start));
-            start = i + 1;
-        }
-    }
-    parts.push_back(text.substr(start));
-    return parts;
-}
-
-// A plain decimal number (no sign, at most 9 digits).
-bool ParseNumber(std::string_view text, unsigned* value) {
-    text = Trim(text);
-    if (text.empty() || text.size() > 9) return false;
-    unsigned v = 0;
-    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), v);
-    if (ec != std::errc() || end != text.data() + text.size()) return false;
-    *value = v;
-    return true;
-}
-
-// A parameter, quoted or not, without its quotes.
-bool Unquote(std::string_view text, std::string* out) {
-    text = Trim(text);
-    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
-        text = text.substr(1, text.size() - 2);
-        if (text.find('"') != std::string_view::npos) return false;
-    } else if (text.find('"') != std::string_view::npos) {
-        return false;
-    }
-    out->assign(text);
-    return true;
-}
 
 std::string Utf16ToUtf8Text(const char16_t* text, std::size_t length) {
     return Utf16ToUtf8(std::u16string_view(text, length));
@@ -241,6 +180,9 @@ void PhoneModel::Connect() {
     writeMemory_ = Storage::kSim;
     receiveMemory_ = knobs_.noMe ? Storage::kSim : Storage::kPhone;
     characterSet_ = "GSM";
+    ResetReporting();
+    answering_ = false;
+    heldIndications_.clear();
     line_.clear();
     lineOverflow_ = false;
     pduText_.clear();
@@ -377,6 +319,7 @@ void PhoneModel::FinishCommand() {
         dropRequested_ = true;
         return;
     }
+    answering_ = true;
     if (!Matches(knobs_.silentOn, command)) {
         if (echo_) {
             output_ += raw;
@@ -392,6 +335,9 @@ void PhoneModel::FinishCommand() {
             Execute(std::string(command));
         }
     }
+    answering_ = false;
+    // After AT+CMGS the line waits for the PDU: what arrived meanwhile is told after its answer.
+    if (stage_ == Stage::kCommand) ReleaseIndications();
     if (knobs_.dropAfter != 0 && commandCount_ >= knobs_.dropAfter) dropRequested_ = true;
 }
 
@@ -410,6 +356,7 @@ void PhoneModel::FinishPdu(bool cancelled) {
         dropRequested_ = true;
         return;
     }
+    answering_ = true;
     if (!std::any_of(knobs_.silentOn.begin(), knobs_.silentOn.end(), isPdu)) {
         if (echo_) output_ += hex;
         const ErrorRule* rule = nullptr;
@@ -430,6 +377,8 @@ void PhoneModel::FinishPdu(bool cancelled) {
             Respond(info, result);
         }
     }
+    answering_ = false;
+    ReleaseIndications();
     if (knobs_.dropAfter != 0 && commandCount_ >= knobs_.dropAfter) dropRequested_ = true;
 }
 
@@ -484,7 +433,10 @@ void PhoneModel::Respond(const std::vector<std::string>& info, Result result) {
             break;
         case Final::kCme:
             output_ += verbose_ ? "\r\n" : "";
-            output_ += "+CME ERROR: " + std::to_string(result.code) + "\r\n";
+            output_ +=
+                "+CME ERROR: " +
+                (result.text != nullptr ? std::string(result.text) : std::to_string(result.code)) +
+                "\r\n";
             break;
         case Final::kNone:
             output_ += knobs_.promptWithoutBlank ? "\r\n>" : "\r\n> ";
@@ -562,6 +514,7 @@ PhoneModel::Result PhoneModel::ExecuteBasic(const std::string& upper, std::size_
                 if (value != 0) return error;
                 echo_ = knobs_.echo;
                 verbose_ = true;
+                ResetReporting();
                 break;
             case '&':
                 if (i >= upper.size() || upper[i] != 'F') return error;
@@ -569,6 +522,7 @@ PhoneModel::Result PhoneModel::ExecuteBasic(const std::string& upper, std::size_
                 number(&value);
                 echo_ = knobs_.echo;
                 verbose_ = true;
+                ResetReporting();
                 break;
             case 'I':
                 number(&value);
@@ -628,7 +582,7 @@ PhoneModel::Result PhoneModel::ExecuteExtended(std::string_view command, bool la
             return {};
         }
         std::string value;
-        if (!set || !Unquote(args, &value)) return error;
+        if (!set || !Unquote(args, &value)) return MeError(kCmeBadParameters);
         for (char& c : value) c = Upper(c);
         for (const char* known : kSets) {
             if (value == known) {
@@ -636,7 +590,7 @@ PhoneModel::Result PhoneModel::ExecuteExtended(std::string_view command, bool la
                 return {};
             }
         }
-        return error;
+        return MeError(kCmeBadParameters);
     }
     if (name == "+CPMS") return Cpms(args, query, test, info);
     if (name == "+CMGL") return Cmgl(args, bare, test, info);
@@ -647,43 +601,35 @@ PhoneModel::Result PhoneModel::ExecuteExtended(std::string_view command, bool la
     }
     if (name == "+CMGD") return Cmgd(args, test, info);
     if (name == "+CMGS") return Cmgs(args, last, test);
-    if (name == "+CSCA") {
-        if (query) {
-            const std::string& centre = knobs_.serviceCentre;
-            info->push_back("+CSCA: \"" + centre + "\"," +
-                            (!centre.empty() && centre[0] == '+' ? "145" : "129"));
-            return {};
-        }
-        if (test) return {};
-        std::vector<std::string_view> parts = SplitOutsideQuotes(args, ',');
-        std::string number;
-        if (!set || parts.size() > 2 || !Unquote(parts[0], &number)) return error;
-        PduRecordPtr probe(NewPduRecord());
-        if (!probe || !SetServiceCentre(probe.get(), number)) return error;
-        knobs_.serviceCentre = number;
-        return {};
-    }
-    if (name == "+CGMI") {
-        info->push_back("Velkan");
-        return bare ? Result{} : error;
-    }
-    if (name == "+CGMM") {
-        info->push_back("Phone simulator");
-        return bare ? Result{} : error;
-    }
-    if (name == "+CGMR") {
-        info->push_back("1.0");
-        return bare ? Result{} : error;
-    }
-    if (name == "+CGSN") {
-        info->push_back("490154203237518");
-        return bare ? Result{} : error;
-    }
-    if (name == "+CMEE" || name == "+CNMI") {
-        // Accepted and ignored: errors are always reported as codes, nothing is indicated.
-        return {};
-    }
+    if (name == "+CSCA") return Csca(args, query, test, info);
+    if (name == "+CNMI") return Cnmi(args, query, test, info);
+    if (name == "+CSMS") return Csms(args, query, test, info);
+    Result result;
+    if (ExecuteStatus(name, rest, info, &result)) return result;
     return error;
+}
+
+// The centre's number is a string, so it is written in the character set of AT+CSCS.
+PhoneModel::Result PhoneModel::Csca(std::string_view args, bool query, bool test,
+                                    std::vector<std::string>* info) {
+    if (query) {
+        const std::string& centre = knobs_.serviceCentre;
+        info->push_back("+CSCA: \"" + ToCharacterSet(centre, characterSet_) + "\"," +
+                        (!centre.empty() && centre[0] == '+' ? "145" : "129"));
+        return {};
+    }
+    if (test) return {};
+    std::vector<std::string_view> parts = SplitOutsideQuotes(args, ',');
+    std::string text;
+    std::string number;
+    if (args.empty() || parts.size() > 2 || !Unquote(parts[0], &text) ||
+        !FromCharacterSet(text, characterSet_, &number)) {
+        return {Final::kError, 0};
+    }
+    PduRecordPtr probe(NewPduRecord());
+    if (!probe || !SetServiceCentre(probe.get(), number)) return {Final::kError, 0};
+    knobs_.serviceCentre = number;
+    return {};
 }
 
 PhoneModel::Result PhoneModel::Cpms(std::string_view args, bool query, bool test,
@@ -856,6 +802,7 @@ PhoneModel::Result PhoneModel::Submit(const std::string& hex, std::vector<std::s
     sent.pduHex = hex;
     sent.tpduLength = expectedTpduLength_;
     if (knobs_.deliverSent) DeliverBack(bytes, *record, &sent);
+    if (sent.statusReport) ReportStatus(sent);
     sent_.push_back(sent);
     Changed();
     info->push_back("+CMGS: " + std::to_string(sent.reference));
@@ -900,7 +847,7 @@ bool PhoneModel::DeliverBack(const std::vector<std::uint8_t>& bytes, const PduRe
         built.tpduLength += static_cast<unsigned>(udl);
     }
     Storage target = receiveMemory_;
-    unsigned index = memory(target).Add(kRecUnread, ToHex(built.bytes), built.tpduLength);
+    unsigned index = Arrive(ToHex(built.bytes), built.tpduLength);
     if (index == 0) return false;  // memory full: the message is lost, as on a real phone
     sent->deliveredIndex = index;
     sent->deliveredTo = target;

@@ -79,6 +79,13 @@ struct Knobs {
     std::uint32_t garbageStart = 0x2545F491u;  // starting value of the garbage generator
 };
 
+// "+CME ERROR:" numbers of GSM 07.07 that the phone gives after AT+CMEE=1 or 2.
+constexpr int kCmeNotAllowed = 3;
+constexpr int kCmeNotSupported = 4;
+constexpr int kCmeBadParameters = 50;
+
+// Indications a phone keeps while AT+CNMI mode 0 buffers them; the oldest go first.
+constexpr std::size_t kIndicationBuffer = 16;
 // Bytes of the flood answer.
 constexpr std::size_t kFloodLength = 2000;
 // Longest command line kept; longer ones are answered "ERROR" once their CR arrives.
@@ -177,11 +184,19 @@ class PhoneModel {
     // Called after every change of the stored or sent messages.
     void SetChangeSink(std::function<void()> sink) { changeSink_ = std::move(sink); }
 
+    // A message from the network: stored as unread in the receiving memory (the third memory
+    // of AT+CPMS) and announced with "+CMTI" when the client asked for that with AT+CNMI.
+    // Returns its index; 0 when the memory is full and the message is lost.
+    unsigned Receive(std::string pduHex, unsigned tpduLength);
+    // The memory that Receive() fills.
+    Storage receiving_memory() const { return receiveMemory_; }
+
     // How a command ends: a final result code, or (kNone) the "> " prompt of AT+CMGS.
     enum class Final { kOk, kError, kCms, kCme, kNone };
     struct Result {
         Final final = Final::kOk;
         int code = 0;
+        const char* text = nullptr;  // the verbose form of a "+CME ERROR:" (AT+CMEE=2)
     };
 
   private:
@@ -197,9 +212,32 @@ class PhoneModel {
     Result Cmgr(std::string_view args, std::vector<std::string>* info);
     Result Cmgd(std::string_view args, bool test, std::vector<std::string>* info);
     Result Cmgs(std::string_view args, bool last, bool test);
+    Result Csca(std::string_view args, bool query, bool test, std::vector<std::string>* info);
     Result Submit(const std::string& hex, std::vector<std::string>* info);
     bool DeliverBack(const std::vector<std::uint8_t>& bytes, const PduRecord& submitted,
                      SentMessage* sent);
+
+    // The general commands of a ready phone (phone_status.cpp): functionality, PIN, signal,
+    // registration, identity, error reporting. False when `name` is none of them.
+    bool ExecuteStatus(std::string_view name, std::string_view rest, std::vector<std::string>* info,
+                       Result* result);
+    // A failure of one of those: plain ERROR, or "+CME ERROR:" after AT+CMEE=1 or 2.
+    Result MeError(int code) const;
+    void ResetReporting();
+
+    // New message indications (indications.cpp).
+    Result Cnmi(std::string_view args, bool query, bool test, std::vector<std::string>* info);
+    Result Csms(std::string_view args, bool query, bool test, std::vector<std::string>* info);
+    // Stores an arriving PDU in the receiving memory and announces it as AT+CNMI asks.
+    unsigned Arrive(std::string pduHex, unsigned tpduLength);
+    // The status report of a sent message that asked for one, as AT+CNMI's <ds> asks.
+    void ReportStatus(const SentMessage& sent);
+    // An unsolicited result code (one or more lines): written at once, held while a command
+    // is being answered or a PDU is awaited, or kept in the buffer of AT+CNMI mode 0.
+    void Indicate(std::vector<std::string> lines);
+    // After a command's answer: writes what was held back during it.
+    void ReleaseIndications();
+    void WriteIndication(const std::vector<std::string>& lines);
 
     bool IsCurrentNumber(std::string_view target) const;
     bool Targets(std::string_view target, std::string_view command) const;
@@ -229,6 +267,19 @@ class PhoneModel {
     Storage writeMemory_ = Storage::kSim;      // second memory
     Storage receiveMemory_ = Storage::kPhone;  // third memory: where arriving messages go
     std::string characterSet_ = "GSM";
+    unsigned errorMode_ = 0;         // AT+CMEE: 0 ERROR, 1 numeric, 2 verbose "+CME ERROR:"
+    unsigned registrationMode_ = 0;  // AT+CREG <n>
+    unsigned smsService_ = 0;        // AT+CSMS <service>
+    struct Indications {
+        unsigned mode = 0;  // 0 buffer, 1-3 forward (held while the line waits for a PDU)
+        unsigned mt = 0;    // 1: "+CMTI" for a stored message
+        unsigned bm = 0;
+        unsigned ds = 0;   // 1: "+CDS" with the status report, 2: stored and "+CDSI"
+        unsigned bfr = 0;  // 0: the buffer is flushed when mode 1-3 is entered, 1: cleared
+    } indications_;
+    bool answering_ = false;  // a command is being answered: indications wait until after it
+    std::vector<std::vector<std::string>> heldIndications_;      // until the answer is out
+    std::vector<std::vector<std::string>> bufferedIndications_;  // mode 0
     std::string line_;
     bool lineOverflow_ = false;
     std::string pduText_;

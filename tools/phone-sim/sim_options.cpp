@@ -15,6 +15,31 @@ bool ParseCount(std::string_view text, unsigned max, unsigned* value) {
     return true;
 }
 
+// Seconds with up to three decimals ("2", "0.25"), as milliseconds from 1 to `maxMs`.
+bool ParseSeconds(std::string_view text, unsigned maxMs, unsigned* ms) {
+    std::size_t dot = text.find('.');
+    std::string_view whole = text.substr(0, dot);
+    std::string_view fraction = dot == std::string_view::npos ? "" : text.substr(dot + 1);
+    if (dot != std::string_view::npos && fraction.empty()) return false;
+    if (whole.empty() && fraction.empty()) return false;
+    if (whole.size() > 6 || fraction.size() > 3) return false;
+    unsigned value = 0;
+    for (char c : whole) {
+        if (c < '0' || c > '9') return false;
+        value = value * 10 + static_cast<unsigned>(c - '0');
+    }
+    unsigned thousandths = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+        char c = i < fraction.size() ? fraction[i] : '0';
+        if (c < '0' || c > '9') return false;
+        thousandths = thousandths * 10 + static_cast<unsigned>(c - '0');
+    }
+    unsigned long long total = value * 1000ull + thousandths;
+    if (total < 1 || total > maxMs) return false;
+    *ms = static_cast<unsigned>(total);
+    return true;
+}
+
 // "CMD", "CMD:ERROR", "CMD:CMS:n", "CMD:CME:n".
 bool ParseErrorRule(std::string_view text, ErrorRule* rule) {
     std::size_t colon = text.find(':');
@@ -218,6 +243,20 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
                 *error = "option --baud: at least 10 (one byte a second)";
                 ok = false;
             }
+        } else if (arg == "--inject-every") {
+            std::string_view v;
+            ok = next(&v);
+            if (ok && !ParseSeconds(v, 86400000, &options->injectEveryMs)) {
+                *error = "option --inject-every: '" + std::string(v) +
+                         "' is not a number of seconds from 0.001 to 86400";
+                ok = false;
+            }
+        } else if (arg == "--control") {
+            ok = text(&options->controlPath);
+            if (ok && options->controlPath.empty()) {
+                *error = "option --control needs a path";
+                ok = false;
+            }
         } else if (arg == "--garbage") {
             ok = count(100000, &k.garbage);
         } else {
@@ -236,9 +275,19 @@ bool ParseOptions(int argc, const char* const* argv, SimOptions* options, std::s
 const char* HelpText() {
     return R"(Usage: velkan-phone-sim [--listen HOST:PORT | --pty] [--messages FILE] [options]
 
-A simulated GSM phone in PDU mode, for tests, demos and users without a phone. It answers AT
-commands (AT, ATZ, ATE0/ATE1, ATV0/ATV1, AT+CMGF, AT+CSCS, AT+CPMS, AT+CMGL, AT+CMGR, AT+CMGD,
-AT+CMGS, AT+CSCA) and keeps a SIM memory "SM" and a phone memory "ME" of stored messages.
+A simulated GSM phone in PDU mode, for tests, demos and users without a phone. It keeps a SIM
+memory "SM" and a phone memory "ME" of stored messages and answers as a ready phone (switched
+on, no PIN asked, registered to its home network) to these AT commands:
+  AT, ATZ, AT&F, ATE0/ATE1, ATV0/ATV1, ATQ0, ATI, ATH, ATD
+  AT+CGMI, AT+CGMM, AT+CGMR, AT+CGSN, AT+GMI, AT+GMM, AT+GMR, AT+GSN, AT+CIMI, AT+GCAP
+  AT+CFUN? and =1, AT+CPIN? (+CPIN: READY), AT+CSQ, AT+CREG? and =0..2
+  AT+CMEE=0..2 (0: failures answer ERROR; 1, 2: "+CME ERROR:" with a number or a text)
+  AT+CSCS (GSM, IRA, UCS2, 8859-1, PCCP437, HEX), AT+CSCA (in the AT+CSCS character set)
+  AT+CMGF=0, AT+CSMS, AT+CPMS, AT+CNMI, AT+CMGL, AT+CMGR, AT+CMGD, AT+CMGS
+with their "?" and "=?" forms. Anything else answers ERROR. Nothing is ever said unasked unless
+the client asks with AT+CNMI: mode 1-3 (0 keeps them until 1-3), mt 1 for "+CMTI: MEM,INDEX"
+when a message arrives, ds 1 for "+CDS: LENGTH" and the PDU of a status report, ds 2 for a
+stored report and "+CDSI: MEM,INDEX" (a status report follows every AT+CMGS asking for one).
 
 The first line on standard output is always machine-readable: "listening HOST:PORT" (the real
 port) or, with --pty, the path of the pseudo-terminal's device. The simulator runs until
@@ -270,6 +319,15 @@ Messages:
   --log FILE           append every command received to FILE, one per line, exactly as
                        received without its CR; the PDU stage of AT+CMGS as the hex text
                        followed by "<ctrl-z>" (or "<esc>" when cancelled); "-" for stderr
+
+Messages arriving while it runs (unread SMS-DELIVERs stamped now, stored in the receiving
+memory and announced as AT+CNMI asks; a full memory loses them):
+  --inject-every SECONDS
+                       a message "Injected message N" from +4930555000 every SECONDS
+                       (decimals allowed, e.g. 0.5)
+  --control PATH       a Unix socket at PATH; every line "NUMBER:TEXT" written to it is a
+                       message that arrives (TEXT escapes as in --sms); each line is answered
+                       "stored MEM INDEX" or "error: REASON"
 
 Faults (CMD is a command prefix such as AT+CMGL, case-insensitive, PDU for the PDU stage of
 AT+CMGS, or #N for the N-th command of the connection, the PDU stage counted as one, as in the

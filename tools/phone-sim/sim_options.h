@@ -19,7 +19,9 @@ struct SimOptions {
     std::string statePath;
     std::string logPath;  // "-" for stderr
     bool byteAtATime = false;
-    unsigned baud = 0;  // 0: no pacing
+    unsigned baud = 0;           // 0: no pacing
+    unsigned injectEveryMs = 0;  // --inject-every: a message arrives this often (0: never)
+    std::string controlPath;     // --control: Unix socket whose lines are arriving messages
     Knobs knobs;
 };
 
