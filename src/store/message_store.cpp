@@ -78,8 +78,6 @@ bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
 
 namespace {
 
-// Lists show a folder newest first: the messages by time and id, those without a time after
-// them (by id, newest first too).
 bool StepIds(sqlite3_stmt* stmt, std::vector<Oid>* oids, int* rc) {
     while ((*rc = sqlite3_step(stmt)) == SQLITE_ROW) {
         oids->push_back(static_cast<Oid>(sqlite3_column_int64(stmt, 0)));
@@ -93,19 +91,17 @@ bool MessageDatabase::FolderOidsNewestFirst(FolderId folder, std::vector<Oid>* o
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (!IsOpen() || oids == nullptr) return false;
     oids->clear();
-    // Two index ranges rather than one sort: the timed messages, then the untimed ones.
-    const std::string source = FolderSource(folder);
-    for (const char* part : {" AND time IS NOT NULL ORDER BY time DESC, id DESC",
-                             " AND time IS NULL ORDER BY id DESC"}) {
-        sqlite3_stmt* stmt = Statement("SELECT id" + source + part);
-        if (stmt == nullptr) return false;
-        StmtScope scope(stmt);
-        if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
-        int rc;
-        if (!StepIds(stmt, oids, &rc)) {
-            Fail(rc);
-            return false;
-        }
+    // Descending, SQL puts NULL after every time: the messages without a time come last, as
+    // lists have always shown them.
+    sqlite3_stmt* stmt =
+        Statement("SELECT id" + FolderSource(folder) + " ORDER BY time DESC, id DESC");
+    if (stmt == nullptr) return false;
+    StmtScope scope(stmt);
+    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+    int rc;
+    if (!StepIds(stmt, oids, &rc)) {
+        Fail(rc);
+        return false;
     }
     return true;
 }
@@ -152,45 +148,21 @@ bool MessageDatabase::ReadFolderPage(FolderId folder, std::uint32_t first, std::
     if (!IsOpen() || messages == nullptr) return false;
     messages->clear();
     // The ids of the page come from the index alone, so that rows skipped before it cost
-    // little: first from the timed messages, then, when the page reaches past them, from those
-    // without a time; then each row of the page is read.
+    // little; then each row of the page is read.
     std::vector<Oid> oids;
-    auto ids = [&](const char* order, std::uint32_t skip, std::uint32_t take) {
-        sqlite3_stmt* stmt =
-            Statement("SELECT id" + FolderSource(folder) + order + " LIMIT ?2 OFFSET ?3");
+    {
+        sqlite3_stmt* stmt = Statement("SELECT id" + FolderSource(folder) +
+                                       " ORDER BY time DESC, id DESC LIMIT ?2 OFFSET ?3");
         if (stmt == nullptr) return false;
         StmtScope scope(stmt);
         if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
-        sqlite3_bind_int64(stmt, 2, take);
-        sqlite3_bind_int64(stmt, 3, skip);
+        sqlite3_bind_int64(stmt, 2, count);
+        sqlite3_bind_int64(stmt, 3, first);
         int rc;
         if (!StepIds(stmt, &oids, &rc)) {
             Fail(rc);
             return false;
         }
-        return true;
-    };
-    if (!ids(" AND time IS NOT NULL ORDER BY time DESC, id DESC", first, count)) return false;
-    const auto fromTimed = static_cast<std::uint32_t>(oids.size());
-    if (fromTimed < count) {
-        // Past the timed messages: how far past is known only from their count, needed when
-        // the page begins beyond them.
-        std::uint32_t skip = 0;
-        if (fromTimed == 0 && first > 0) {
-            sqlite3_stmt* stmt =
-                Statement("SELECT count(*)" + FolderSource(folder) + " AND time IS NOT NULL");
-            if (stmt == nullptr) return false;
-            StmtScope scope(stmt);
-            if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
-            const int rc = sqlite3_step(stmt);
-            if (rc != SQLITE_ROW) {
-                Fail(rc);
-                return false;
-            }
-            const auto timed = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
-            skip = first > timed ? first - timed : 0;
-        }
-        if (!ids(" AND time IS NULL ORDER BY id DESC", skip, count - fromTimed)) return false;
     }
     messages->reserve(oids.size());
     for (Oid oid : oids) {
