@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "cli/verbs.h"
+#include "release_version.h"
 
 int RunPduVerb(int argc, char** argv);
 int RunSmsToVerb(int argc, char** argv);
@@ -57,7 +58,8 @@ void PrintHelp(std::FILE* out) {
         }
         std::fputc('\n', out);
     }
-    std::fputs("\n`velkan VERB --help` describes one verb.\n", out);
+    std::fputs(
+        "\n`velkan VERB --help` describes one verb; `velkan --version` prints the release.\n", out);
 }
 
 }  // namespace
@@ -84,12 +86,19 @@ int main(int argc, char** argv) {
         PrintHelp(stdout);
         return 0;
     }
+    if (std::strcmp(argv[1], "--version") == 0) {
+        std::printf("velkan (Velkan Tessiver) %s\n", kReleaseVersion);
+        return 0;
+    }
     for (int i = 0; i < kVerbCount; ++i) {
         if (std::strcmp(kVerbs[i].name, argv[1]) == 0) {
-            if (argc >= 3 &&
-                (std::strcmp(argv[2], "--help") == 0 || std::strcmp(argv[2], "-h") == 0)) {
-                std::printf("usage:\n%s\n", kVerbs[i].synopsis);
-                return 0;
+            // --help anywhere among a verb's arguments ("velkan pdu decode --help") asks for
+            // its usage, as with most commands.
+            for (int a = 2; a < argc; ++a) {
+                if (std::strcmp(argv[a], "--help") == 0 || std::strcmp(argv[a], "-h") == 0) {
+                    std::printf("usage:\n%s\n", kVerbs[i].synopsis);
+                    return 0;
+                }
             }
             return kVerbs[i].run(argc - 1, argv + 1);
         }

@@ -1,0 +1,90 @@
+// Every verb explains itself: `velkan VERB --help`, with --help anywhere among its arguments,
+// prints its usage and exits 0; the manual page describes every verb `velkan --help` lists;
+// `velkan --version` prints the release of the build.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "run_process.h"
+
+namespace {
+
+ProcessResult Velkan(const std::vector<std::string>& args) {
+    return RunProcess(VELKAN_BIN, args);
+}
+
+// The verb names `velkan --help` lists (the first word after "velkan " on each usage line).
+std::vector<std::string> ListedVerbs() {
+    std::vector<std::string> verbs;
+    std::istringstream in(Velkan({"--help"}).out);
+    std::string line;
+    while (std::getline(in, line)) {
+        const std::string prefix = "  velkan ";
+        if (line.rfind(prefix, 0) != 0) continue;
+        const std::string verb =
+            line.substr(prefix.size(), line.find(' ', prefix.size()) - prefix.size());
+        if (verbs.empty() || verbs.back() != verb) verbs.push_back(verb);
+    }
+    return verbs;
+}
+
+TEST(VelkanHelp, EveryVerbAnswersHelpWithItsUsage) {
+    const auto verbs = ListedVerbs();
+    ASSERT_GE(verbs.size(), 11u);
+    for (const std::string& verb : verbs) {
+        SCOPED_TRACE(verb);
+        const ProcessResult r = Velkan({verb, "--help"});
+        EXPECT_EQ(r.exitStatus, 0) << r.err;
+        EXPECT_EQ(r.out.rfind("usage:\nvelkan " + verb, 0), 0u) << r.out;
+        EXPECT_TRUE(r.err.empty()) << r.err;
+    }
+}
+
+TEST(VelkanHelp, HelpAfterASubcommandOrOptionsStillAnswers) {
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"pdu", "decode", "--help"},
+          {"pdu", "encode", "--to", "+4930123456", "--help"},
+          {"config", "set", "-h"},
+          {"smsto", "build", "--help"},
+          {"send", "--to", "+4930123456", "--help"}}) {
+        SCOPED_TRACE(args[0] + " " + args[1]);
+        const ProcessResult r = Velkan(args);
+        EXPECT_EQ(r.exitStatus, 0) << r.err;
+        EXPECT_EQ(r.out.rfind("usage:\nvelkan " + args[0], 0), 0u) << r.out;
+    }
+}
+
+TEST(VelkanHelp, TheManualPageDescribesEveryVerb) {
+    std::ifstream in(std::string(VELKAN_SOURCE_DIR) + "/docs/man/velkan.1");
+    std::stringstream page;
+    page << in.rdbuf();
+    const std::string text = page.str();
+    ASSERT_FALSE(text.empty());
+    for (const std::string& verb : ListedVerbs()) {
+        // Each verb is a tagged paragraph: ".TP" followed by a line that starts with it (in
+        // bold, possibly with roff's escaped hyphens).
+        std::string roff;
+        for (char c : verb) roff += c == '-' ? std::string("\\-") : std::string(1, c);
+        bool described = false;
+        for (const char* macro : {".B ", ".BI ", ".BR "}) {
+            for (const char* quote : {"", "\""}) {
+                const std::string start = std::string(".TP\n") + macro + quote + roff;
+                for (const char* after : {" ", "\n", "\""}) {
+                    described = described || text.find(start + after) != std::string::npos;
+                }
+            }
+        }
+        EXPECT_TRUE(described) << verb;
+    }
+}
+
+TEST(VelkanHelp, VersionPrintsTheRelease) {
+    const ProcessResult r = Velkan({"--version"});
+    EXPECT_EQ(r.exitStatus, 0);
+    EXPECT_EQ(r.out, std::string("velkan (Velkan Tessiver) ") + VELKAN_RELEASE + "\n");
+}
+
+}  // namespace
