@@ -33,7 +33,7 @@ if grep -q '^VELKAN_GUI:BOOL=OFF' "$build/CMakeCache.txt"; then
   fail "$build was configured with VELKAN_GUI=OFF; the package needs the desktop program"
 fi
 
-for tool in cmake cpack dpkg-deb dpkg-shlibdeps apt-get desktop-file-validate appstreamcli man \
+for tool in cmake cpack dpkg-deb dpkg-shlibdeps lintian apt-get desktop-file-validate appstreamcli man \
   xdg-open xdg-mime xvfb-run xwininfo od gzip; do
   command -v "$tool" >/dev/null || fail "$tool is missing: run scripts/setup.sh"
 done
@@ -87,6 +87,17 @@ for library in libqt6core6 libqt6gui6 libqt6widgets6 libqt6serialport6 libsqlite
   [[ ", $depends," == *", $library "* || ", $depends," == *", $library,"* ]] ||
     fail "the package does not depend on $library (Depends: $depends)"
 done
+
+# Debian's own checks: no error and no warning. An override would go in the package with a
+# comment saying why; there is none.
+step "lintian"
+lintian_status=0
+lintian --tag-display-limit 0 "$deb" >"$work/lintian.log" 2>&1 || lintian_status=$?
+if grep -E '^[EW]: ' "$work/lintian.log"; then
+  fail "lintian reports the errors or warnings above"
+fi
+# 1 means tags were found (only informational ones got here); more means it could not check.
+[ "$lintian_status" -le 1 ] || { cat "$work/lintian.log" >&2; fail "lintian could not check the package"; }
 
 # --- install it -------------------------------------------------------------------------------
 if is_installed; then

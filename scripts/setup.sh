@@ -17,9 +17,10 @@ packages=(
   # end-to-end tests: pseudo-terminals, a virtual X server, screenshots, fonts
   socat xvfb xauth x11-apps imagemagick xdotool fonts-dejavu-core fonts-liberation
   # the Debian package and its test: building it (dpkg-deb, dpkg-shlibdeps for the library
-  # dependencies), checking the desktop entry and the metainfo, reading the man pages,
+  # dependencies), Debian's own checks (lintian), checking the desktop entry and the metainfo,
+  # reading the man pages,
   # opening an sms: link as the desktop would, and finding the program's window
-  dpkg-dev fakeroot desktop-file-utils appstream man-db xdg-utils x11-utils
+  dpkg-dev fakeroot desktop-file-utils appstream man-db xdg-utils x11-utils lintian
   # interoperability tests: two independent GSM 07.07/07.05 clients (gammu, smstools' smsd)
   # run against the simulated phone
   gammu smstools
