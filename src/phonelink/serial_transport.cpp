@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "phonelink/port_lock.h"
+
 namespace {
 
 // A read waits at most this long for the first byte, then returns whatever is there. The AT
@@ -99,15 +101,29 @@ TransferError SerialOpen(PhoneChannel* channel, std::uint32_t mode, const char* 
 
     char path[256];
     if (!SerialDevicePath(address, path, sizeof path)) return kErrConnection;
+    transport->problem[0] = '\0';
+
+    // A port another program holds fails at once, and says who has it when that can be seen.
+    auto held = [&](int pid) {
+        char holder[96];
+        PortHolderDescription(path, pid, holder, sizeof holder);
+        std::snprintf(transport->problem, sizeof transport->problem, "%s is in use by %s", path,
+                      holder[0] != '\0' ? holder : "another program");
+        return kErrConnection;
+    };
+    int lockPid = 0;
+    if (PortLockFileHolder(path, &lockPid)) return held(lockPid);
 
     // Non-blocking from the start: opening a line whose carrier is down must not hang, and
     // reads and writes do their own short waits.
     int fd = ::open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return kErrConnection;
+    if (fd < 0) return errno == EBUSY ? held(0) : kErrConnection;  // EBUSY: another's TIOCEXCL
     // From here on the descriptor belongs to the record; close releases it on every path.
     transport->handle = fd;
 
-    // Best effort: nobody else may open the port while the transfer runs.
+    // Nobody else may open the port while the transfer runs: TIOCEXCL (best effort: root
+    // passes it) and the flock that terminal programs take.
+    if (!TakePortFlock(fd)) return held(0);
     (void)::ioctl(fd, TIOCEXCL);
 
     // Required: raw 8-bit mode at 19200 baud, 8 data bits, no parity, one stop bit, receiver on,

@@ -77,3 +77,8 @@ TransferError ChannelClose(PhoneChannel* channel) {
     std::free(channel);
     return result;
 }
+
+const char* ChannelProblem(const PhoneChannel* channel) {
+    if (channel == nullptr || channel->transport == nullptr) return "";
+    return channel->transport->problem;
+}

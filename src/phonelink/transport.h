@@ -40,6 +40,9 @@ struct Transport {
     TransportOpenFn open;
     TransportCloseFn close;
     int handle;  // file or socket descriptor; kNoHandle when none
+    // Why the last open failed, when there is more to say than its code (a port that another
+    // program holds, and which one); empty otherwise.
+    char problem[384];
 };
 
 // Called before I/O at most once per poll interval; a non-zero result aborts all further I/O.
@@ -72,6 +75,9 @@ TransferError ChannelRead(PhoneChannel* channel, std::uint8_t* buffer, std::uint
 
 // Poll step, then a write of all `length` bytes.
 TransferError ChannelWrite(PhoneChannel* channel, const std::uint8_t* bytes, std::uint32_t length);
+
+// Why the channel's last open failed, in words, or an empty string (see Transport::problem).
+const char* ChannelProblem(const PhoneChannel* channel);
 
 // Closes and frees the transport, then frees the channel. A null channel returns 0.
 TransferError ChannelClose(PhoneChannel* channel);

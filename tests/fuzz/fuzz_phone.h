@@ -76,7 +76,7 @@ inline PhoneSession* OpenSession(std::size_t piece, PhoneChannel** channel) {
     SetTickSource(&SteppingTicks, nullptr);
     auto* transport = static_cast<Transport*>(std::calloc(1, sizeof(Transport)));
     if (transport == nullptr) return nullptr;
-    *transport = Transport{&Read, &Write, &Open, &Close, 3};
+    *transport = Transport{&Read, &Write, &Open, &Close, 3, {}};
     if (CreateChannel(channel, transport) != kErrNone) {
         std::free(transport);
         return nullptr;
