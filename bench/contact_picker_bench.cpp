@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The contact picker opening on an address book of 10,000 contacts (100 vCard files of 100 cards,
 // versions 2.1, 3.0 and 4.0 mixed, every third contact without a mobile number) in a folder of
 // its own under the temporary folder, on the offscreen platform:
@@ -25,7 +26,7 @@ constexpr int kFiles = 100;
 constexpr int kCardsPerFile = 100;
 
 class BenchAddressBook {
-public:
+  public:
     BenchAddressBook() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "velkan-picker-bench-XXXXXX").string();
@@ -55,7 +56,7 @@ public:
     }
     const std::string& Dir() const { return dir_; }
 
-private:
+  private:
     std::string dir_;
 };
 

@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message list over a folder of 100,000 messages, in a store file of its own under the
 // temporary folder, on the offscreen platform:
 //
 //   build/default/bench/velkan_message_list_bench
 //
 // Open: a new list screen is created, opens the store, lists the folder and draws its first
-// screen. Switch: another folder chosen and its first screen drawn. Reload: the list is rebuilt with a message selected (as after every dialog). Scroll:
-// one screen further down and drawn, each screen new to the cache of read rows. Filling the
-// store is not timed.
+// screen. Switch: another folder chosen and its first screen drawn. Reload: the list is rebuilt
+// with a message selected (as after every dialog). Scroll: one screen further down and drawn, each
+// screen new to the cache of read rows. Filling the store is not timed.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -120,7 +121,10 @@ void BM_SwitchFolder(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(BM_SwitchFolder)->Arg(kFolderInbox)->Arg(kFolderLog)->ArgName("folder")
+BENCHMARK(BM_SwitchFolder)
+    ->Arg(kFolderInbox)
+    ->Arg(kFolderLog)
+    ->ArgName("folder")
     ->Unit(benchmark::kMillisecond);
 
 void BM_ScrollOneScreen(benchmark::State& state) {

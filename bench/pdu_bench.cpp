@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Throughput of the PDU codec in PDUs per second (items_per_second), for a full 160-character
 // message and a short one.
 //

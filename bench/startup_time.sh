@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Start-up time of the desktop program: from the moment it is started to the moment its window,
 # showing the About screen, is mapped on a virtual X server (the first paint follows at once).
 # Starts the program N times (default 10) on a fresh home of its own and prints every time and

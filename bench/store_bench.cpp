@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message store at the size the list view is built for: 100,000 messages (half Inbox,
 // 30 % Sent, 10 % Outbox, 10 % Draft) in a store file of its own under the temporary folder.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A whole Send && Get against the simulated phone: 50 Outbox messages sent, 200 messages listed
 // from the phone memory and stored.
 //
@@ -45,7 +46,7 @@ constexpr double kDrainSeconds = 0.050;
 
 // Forwards one TCP connection to the phone and counts the bytes each way.
 class CountingRelay {
-public:
+  public:
     explicit CountingRelay(const std::string& target) : target_(target) {
         listen_ = socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in a{};
@@ -66,7 +67,7 @@ public:
     std::string Address() const { return "127.0.0.1:" + std::to_string(port_); }
     std::uint64_t Bytes() const { return toPhone_ + fromPhone_; }
 
-private:
+  private:
     static int Connect(const std::string& address) {
         const std::size_t colon = address.rfind(':');
         sockaddr_in a{};
@@ -132,7 +133,7 @@ double PeakRssMb() {
 
 // A fresh settings file and message store of its own, with the Outbox filled.
 class BenchHome {
-public:
+  public:
     // `stored`: messages already in the Inbox, oldest first, before the Outbox's.
     explicit BenchHome(int stored = 0) {
         std::string pattern =
@@ -176,7 +177,7 @@ public:
         SetTcpAddress(key, Utf8ToUtf16(tcp));
     }
 
-private:
+  private:
     std::string dir_;
 };
 
@@ -255,8 +256,13 @@ void BM_SendAndGetOverTcp(benchmark::State& state) {
         state.ResumeTiming();
     }
 }
-BENCHMARK(BM_SendAndGetOverTcp)->Arg(1)->Arg(0)->ArgName("paced")->Iterations(1)
-    ->Unit(benchmark::kSecond)->UseRealTime();
+BENCHMARK(BM_SendAndGetOverTcp)
+    ->Arg(1)
+    ->Arg(0)
+    ->ArgName("paced")
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond)
+    ->UseRealTime();
 
 void BM_SendAndGetOverAPseudoTerminal(benchmark::State& state) {
     for (auto _ : state) {
@@ -275,8 +281,7 @@ void BM_SendAndGetOverAPseudoTerminal(benchmark::State& state) {
         state.ResumeTiming();
     }
 }
-BENCHMARK(BM_SendAndGetOverAPseudoTerminal)->Iterations(1)->Unit(benchmark::kSecond)
-    ->UseRealTime();
+BENCHMARK(BM_SendAndGetOverAPseudoTerminal)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 
 // Unpaced over TCP with 100,000 older messages in the store: the same run should take about
 // as long as with an empty store, since each step of it looks up what it needs in an index.
@@ -297,8 +302,12 @@ void BM_SendAndGetWithAFullStore(benchmark::State& state) {
         state.ResumeTiming();
     }
 }
-BENCHMARK(BM_SendAndGetWithAFullStore)->Arg(100000)->ArgName("stored")->Iterations(1)
-    ->Unit(benchmark::kSecond)->UseRealTime();
+BENCHMARK(BM_SendAndGetWithAFullStore)
+    ->Arg(100000)
+    ->ArgName("stored")
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond)
+    ->UseRealTime();
 
 }  // namespace
 

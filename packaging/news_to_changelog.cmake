@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Makes the Debian changelog of the package from NEWS.md: one entry per "## VERSION (DATE)"
 # section, its items as the entry's lines, newest first as NEWS.md has them.
 #

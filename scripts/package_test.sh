@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Builds the Debian package from a build tree, installs it on this machine, checks what it
 # installed and that the programs run from there (the desktop program under a virtual X server,
 # started through an smsto: link as a desktop would start it), then removes the package and

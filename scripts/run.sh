@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Builds Velkan Tessiver and shows it working without a phone: a simulated phone with a few
 # stored messages listens on 127.0.0.1:4000, and the program starts on a demo configuration of
 # its own (build/demo/), set to reach that phone over TCP. You see the About screen (close it

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Takes screenshots of the program's screens into docs/help/images/, under a virtual X server so that
 # real fonts and window decorations are used. Rerunnable: the images are simply replaced.
 #

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Installs the Debian packages that building, running and testing need.
 # Idempotent: asks dpkg first and calls apt-get only for what is missing.
 # Only ever installs, never removes, and never pulls in recommended extras.
@@ -7,6 +8,8 @@ set -euo pipefail
 packages=(
   # toolchain
   build-essential cmake ninja-build pkg-config
+  # the layout check of the sources
+  clang-format
   clang libclang-rt-dev
   # Qt 6: Core for settings, Widgets for the user interface, SerialPort for the port list
   qt6-base-dev qt6-base-dev-tools libxkbcommon-dev qt6-serialport-dev libgl-dev

@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test: the default build, its Debian package
-# and a short run of the benchmarks; the threaded core (worker thread, transfer session, shared
-# message store, the progress dialog) under ThreadSanitizer; a short run of every fuzzer; then
-# every test again under AddressSanitizer and UndefinedBehaviorSanitizer.
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Installs what is missing, checks the sources (licence lines, clang-format), builds, and runs
+# every test: the default build, its Debian package and a short run of the benchmarks; the
+# threaded core (worker thread, transfer session, shared message store, the progress dialog)
+# under ThreadSanitizer; a short run of every fuzzer; then every test again under
+# AddressSanitizer and UndefinedBehaviorSanitizer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,6 +12,10 @@ scripts/setup.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
 export QT_QPA_PLATFORM=offscreen
+
+# Every source file carries its licence line and the layout of .clang-format.
+echo "== sources"
+scripts/check_sources.sh
 
 echo "== default build"
 cmake --preset default >/dev/null

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One AT command exchange with the phone.
 //
 // Every conversation is one exchange: drain stale input, write one command, then read and cut the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The commands that check the phone, set it up, select its message memories, list and delete
 // the messages stored there, and dial.
 #pragma once

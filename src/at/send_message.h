@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sending one short message with AT+CMGS in PDU mode.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan config list | get NAME | set NAME VALUE
 //
 // The settings from the command line. `list` prints every value as NAME=VALUE, `get` prints

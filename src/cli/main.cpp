@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // `velkan`: the command-line face of Velkan Tessiver, for scripts and for the tests.
 #include <cstdio>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The options that describe a new message, shared by `velkan compose` and `velkan send`.
 #pragma once
 

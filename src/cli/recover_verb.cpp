@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan recover FILE
 //
 // Brings the messages that can still be read from FILE, a message store set aside as damaged

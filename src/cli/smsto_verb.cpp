@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan smsto: the "/smsto:" command line that other programs use to hand a recipient to
 // Velkan Tessiver, read and written exactly as the program does.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message store as the verbs open it: every notice of the store goes to stderr, and a store
 // just set aside as damaged stops the command (the new, empty store is used by the next one).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]
 // velkan list inbox|outbox|draft|sent|log [--json]
 // velkan delete ID...

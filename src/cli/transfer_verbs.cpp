@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan send-get
 // velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]
 // velkan resend ID

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The verbs of the `velkan` command. Each verb lives in its own file and is listed once in
 // the table of main.cpp. A verb returns the process exit status; usage errors return 2.
 #pragma once
 
 struct Verb {
     const char* name;
-    const char* synopsis;  // one or more lines, shown by `velkan --help`
+    const char* synopsis;               // one or more lines, shown by `velkan --help`
     int (*run)(int argc, char** argv);  // argv[0] is the verb itself
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // FILETIME values and calendar times.
 //
 // Message times are FILETIME values: 100 ns intervals since 1601-01-01, made from the local

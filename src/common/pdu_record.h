@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The codec's working record of one PDU (GSM 03.40), shared by the codec, the AT engine, the
 // session and the message store. A fixed-size block: coding never allocates.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One short message in memory and the folder numbers.
 #pragma once
 
@@ -36,7 +37,7 @@ struct SmsMessage {
     std::u16string name;
     std::u16string number;  // international numbers with a leading "+"
     std::u16string text;
-    FileTime time = 0;  // local time; 0 = not yet stored
+    FileTime time = 0;              // local time; 0 = not yet stored
     std::vector<std::uint8_t> pdu;  // the last encoded PDU; never stored
     FolderId folder = kFolderDraft;
     Oid oid = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Conversions between the UTF-16 text of the program and UTF-8 at its edges (command line,
 // JSON, files, Qt is separate). Unpaired surrogates and invalid UTF-8 become U+FFFD.
 #pragma once

@@ -1,10 +1,10 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/tick_clock.h"
 
 #include <atomic>
 #include <chrono>
 
 namespace {
-
 
 std::atomic<TickSource> g_source{nullptr};
 std::atomic<void*> g_context{nullptr};

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one monotonic millisecond clock of the phone side.
 //
 // Every deadline, drain window and poll interval reads GetTickCount(). The value is a 32-bit
@@ -23,4 +24,6 @@ inline bool TickPassed(std::uint32_t now, std::uint32_t deadline) {
 }
 
 // Milliseconds from `start` to `now`, surviving the wrap of the counter.
-inline std::uint32_t TickElapsed(std::uint32_t now, std::uint32_t start) { return now - start; }
+inline std::uint32_t TickElapsed(std::uint32_t now, std::uint32_t start) {
+    return now - start;
+}

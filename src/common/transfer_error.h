@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Result code of every phone-link, AT-engine, codec and session operation.
 #pragma once
 

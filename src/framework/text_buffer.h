@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // TextBuffer: the one UTF-16 string of the user interface and the settings.
 //
 // Rules that callers can observe and rely on:

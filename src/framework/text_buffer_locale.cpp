@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Date and time display of TextBuffer in the user's locale.
 #include <QDate>
 #include <QLocale>

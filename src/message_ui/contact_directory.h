@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The contacts that the contact picker offers: every card with a mobile number in the vCard
 // files (*.vcf, *.vcard) of a contacts folder and its sub-folders.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Number and text helpers shared by the compose dialog, the preferences dialog, the message
 // store, the "/smsto:" builder and parser, and the `velkan` command.
 #pragma once

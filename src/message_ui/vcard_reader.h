@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading contacts from vCard files (versions 2.1, 3.0 and 4.0) for the contact picker.
 //
 // Only what the picker needs is read: the name to show and the mobile number. The rules:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Decoding of the PDUs that the phone lists (SMS-DELIVER; SMS-SUBMIT and status reports in part)
 // into a PduRecord, and from a PduRecord into the fields of an SmsMessage.
 #pragma once

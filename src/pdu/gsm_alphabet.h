@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The lowest layer of the PDU codec: the GSM 03.38 default alphabet, septet packing, swapped-BCD
 // semi-octets (numbers and time fields) and the hexadecimal text in which PDUs travel.
 // Everything works on caller-supplied buffers and allocates nothing (HexTextToBuffer excepted).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Encoding of SMS-SUBMIT (and, for tools, SMS-DELIVER) PDUs from a PduRecord or an SmsMessage.
 #pragma once
 

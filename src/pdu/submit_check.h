@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the SMS-SUBMIT encoder accepts, asked before a message is stored or sent: a number, a
 // service centre or a text that the encoder would refuse is refused at once, with the reason,
 // rather than at the next transfer. EncodeMessage and EncodePdu apply these same rules.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Keeping a serial port to ourselves, and naming who has it when we cannot.
 //
 // Two programs talking to one modem at once garble each other's commands; on most Linux

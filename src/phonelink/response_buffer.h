@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The receive buffer from which response lines are read, and the tokenisers for their fields.
 //
 // Responses arrive in arbitrary pieces. They are collected in one fixed buffer per phone session,

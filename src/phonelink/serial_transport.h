@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The serial-port transport (cable, Bluetooth or infrared serial port, USB modem, pseudo-terminal).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // There is no per-process socket library start-up or clean-up on this platform: a socket is an
 // ordinary descriptor, created with the transport and closed exactly once when it is closed.
 #include "phonelink/tcp_transport.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The TCP transport: a phone or modem server reached as "host:port" (default "localhost:4000").
 #pragma once
 

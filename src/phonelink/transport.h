@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The byte channel to the phone.
 //
 // A `Transport` is a small table of operations (read, write, open, close) plus the OS handle,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's string resources, looked up by numeric ID.
 #pragma once
 

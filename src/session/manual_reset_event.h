@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A manual-reset event: once set it stays set for every waiter until Reset().
 #pragma once
 
@@ -6,7 +7,7 @@
 #include <mutex>
 
 class ManualResetEvent {
-public:
+  public:
     void Set() {
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -32,7 +33,7 @@ public:
         cv_.wait(lock, [this] { return set_; });
     }
 
-private:
+  private:
     mutable std::mutex mutex_;
     mutable std::condition_variable cv_;
     bool set_ = false;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A NotificationSink that queues notifications for another thread to take in order: what the
 // `velkan` command and the tests follow a transfer with.
 #pragma once
@@ -18,7 +19,7 @@ struct Notification {
 };
 
 class NotificationQueue : public NotificationSink {
-public:
+  public:
     void Post(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override {
         {
             std::lock_guard<std::mutex> lock(mutex_);
@@ -36,7 +37,7 @@ public:
         return n;
     }
 
-private:
+  private:
     std::mutex mutex_;
     std::condition_variable cv_;
     std::deque<Notification> queue_;

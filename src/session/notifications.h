@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How a transfer reports its progress: numbered notifications in the WM_APP range, posted by the
 // worker thread to whoever follows the transfer (the progress dialog, or the `velkan` command).
 // The numbers are part of the protocol: the progress dialog re-posts them as Qt events with the
@@ -12,8 +13,10 @@ constexpr std::uint32_t kNotifySuccess = kWmApp + 2;      // the transfer ran to
 constexpr std::uint32_t kNotifyStatus = kWmApp + 3;       // wParam: string id of the status line
 constexpr std::uint32_t kNotifySendCount = kWmApp + 4;    // wParam: messages to send
 // kWmApp + 5 is not used.
-constexpr std::uint32_t kNotifyReceived = kWmApp + 6;  // one message stored; detail in the text slot
-constexpr std::uint32_t kNotifySending = kWmApp + 7;   // one message about to be sent; detail in the slot
+constexpr std::uint32_t kNotifyReceived =
+    kWmApp + 6;  // one message stored; detail in the text slot
+constexpr std::uint32_t kNotifySending =
+    kWmApp + 7;  // one message about to be sent; detail in the slot
 
 // Status line string ids carried by kNotifyStatus.
 constexpr std::uint32_t kStatusReceiving = 3103;     // "Receiving Inbox Messages..."
@@ -25,7 +28,7 @@ constexpr std::uint32_t kStatusInitializing = 3115;  // "Initializing..."
 // The receiving end of the notifications. Post is called on the worker thread and must only
 // queue the notification for the follower's own thread: it must not block on that thread.
 class NotificationSink {
-public:
+  public:
     virtual ~NotificationSink() = default;
     virtual void Post(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) = 0;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a transfer's result code says to the user: the string id of its message.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One transfer with the phone, run on its own worker thread: read the settings, open the link,
 // wake and set up the phone, send the Outbox (or one message), move what was sent to Sent,
 // retrieve new messages into the Inbox and, if asked, delete them on the phone.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings a transfer reads once, at its start.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "session/worker_thread.h"
 
 #include <chrono>
@@ -82,7 +83,9 @@ void WorkerThread::PostText(std::uint32_t message, const std::u16string& text) {
     Post(message);
 }
 
-void WorkerThread::PostStatus(std::uint32_t stringId) { Post(kNotifyStatus, stringId); }
+void WorkerThread::PostStatus(std::uint32_t stringId) {
+    Post(kNotifyStatus, stringId);
+}
 
 void WorkerThread::Post(std::uint32_t message, std::uintptr_t wParam) {
     if (sink_ != nullptr) sink_->Post(message, wParam, 0);

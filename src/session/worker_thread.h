@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The small thread class a transfer runs on: one worker thread per run, a manual-reset cancel
 // event that the user's Cancel sets, and a text slot shared with the follower under a lock.
 #pragma once
@@ -12,7 +13,7 @@
 #include "session/notifications.h"
 
 class WorkerThread {
-public:
+  public:
     WorkerThread() = default;
     WorkerThread(const WorkerThread&) = delete;
     WorkerThread& operator=(const WorkerThread&) = delete;
@@ -52,11 +53,11 @@ public:
 
     NotificationSink* Sink() const { return sink_; }
 
-protected:
+  protected:
     // Test hook: lets a test make thread creation fail.
     virtual bool CreateThreadFor(std::thread* thread);
 
-private:
+  private:
     static void ThreadProc(WorkerThread* self);
 
     std::thread thread_;

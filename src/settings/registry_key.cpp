@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/registry_key.h"
 
 #include <QByteArray>
+#include <QMap>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
-#include <QMap>
 #include <cstring>
 
 #ifndef _WIN32
@@ -89,8 +90,10 @@ std::string KeepDamagedCopy(const std::string& file) {
         for (ssize_t done = 0; done < got && ok;) {
             const ssize_t put = write(out, buffer + done, static_cast<std::size_t>(got - done));
             if (put < 0 && errno == EINTR) continue;
-            if (put <= 0) ok = false;
-            else done += put;
+            if (put <= 0)
+                ok = false;
+            else
+                done += put;
         }
     }
     if (ok && fsync(out) != 0) ok = false;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // RegistryKey: one open settings key, read and written value by value.
 //
 // A key path "Software\<Organisation>\<Application>[\<Group>...]" maps to the QSettings of that

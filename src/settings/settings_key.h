@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings key and its values.
 //
 // Every user opens the key when it needs a value (OpenSettings), reads it, and lets the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Registration of the program as the handler of sms: and smsto: links.
 //
 // On the desktop the role of a contacts add-in is played by a desktop entry: when the program's

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/hand_over.h"
 
 void PutU32(std::vector<std::uint8_t>& out, std::uint32_t value) {

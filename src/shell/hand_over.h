@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The hand-over between a second start of the program and the instance that already runs.
 //
 // The second start connects to the running instance (single_instance in the user interface)

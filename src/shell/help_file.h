@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The manual: an HTML file installed with the program, shown by the desktop's viewer.
 #pragma once
 

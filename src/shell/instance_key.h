@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Where the running instance of the program can be found, and who may talk to it.
 //
 // One instance runs per user. It listens on a local socket named after its frame window class

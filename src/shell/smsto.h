@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The "/smsto:" command line: how other programs (and a second start of this one) hand a
 // recipient to the program.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The thin layer under the message store and the recent recipients: one connection to the
 // store file, its prepared statements, the outcome of the last operation, transactions.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The messages that can still be read from a store file, typically one set aside as damaged
 // ("velkan.sqlite3.damaged-YYYYMMDD-HHMMSS"), so that they can be brought back into the store
 // in use (`velkan recover`).

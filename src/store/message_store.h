@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message store: every short message of the program, one row per message in the table
 // "messages" of the store file (store/schema.h), walked by time (oldest first, equal times by
 // record id, messages without a time last).

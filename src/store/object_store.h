@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The store file: one SQLite file that holds the messages and the recent recipients.
 //
 // The file lives in the data folder: $VELKAN_DATA_DIR when set, else

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The recent recipients: the last ten names and numbers the user sent or saved a message to,
 // in the table "recent_recipients" of the store file (walked by last use or by name). They
 // feed the two drop-down lists of the compose dialog. User-interface thread only.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The layout of the store file, kept in PRAGMA user_version.
 //
 //   messages           one row per short message

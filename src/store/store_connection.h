@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Connections to the store file, for the database layer only.
 #pragma once
 

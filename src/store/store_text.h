@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the store keeps text: as TEXT (UTF-8) that anyone can read with sqlite3, unless the
 // UTF-16 string holds an unpaired surrogate, which UTF-8 cannot carry; such a string is kept as
 // a BLOB of big-endian UTF-16 code units, so that every string comes back exactly as written.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One transfer at a time per message store.
 //
 // Two transfers working on one store (two `velkan send-get`, or the command and the desktop

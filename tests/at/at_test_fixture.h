@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A phone session over a scripted phone, on a fake clock that moves 1 ms at every reading, so
 // that the 3 s, 20 s and 30 s time-outs run in a few thousand loop turns.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading a response allocates nothing: the session's one response buffer takes every read, lines
 // are cut in place, final results are matched in place, and a listing decodes every message into
 // the one record it allocated before the command. Every heap allocation of this thread is counted

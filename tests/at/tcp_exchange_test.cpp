@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The exchange over a real TCP connection whose far end has gone away.
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every verb explains itself: `velkan VERB --help`, with --help anywhere among its arguments,
 // prints its usage and exits 0; the manual page describes every verb `velkan --help` lists;
 // `velkan --version` prints the release of the build.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // kill -9 soak: `velkan send-get` killed at a random moment of a transfer, then a clean run, over
 // and over against one persistent simulated phone (its state carried from one simulator process
 // to the next with --state and --messages). After every kill and after every clean run the

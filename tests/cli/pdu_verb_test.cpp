@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // `velkan pdu decode|encode`, run as a user or a script would run it.
 #include <gtest/gtest.h>
 

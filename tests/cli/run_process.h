@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs a program to completion and captures what it wrote, for tests of the `velkan` command
 // and other executables.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The store verbs of `velkan` (compose, list, delete, recent) and `velkan config`, run as a
 // separate process on a fresh home folder.
 #include <gtest/gtest.h>

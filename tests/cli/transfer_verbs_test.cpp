@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // `velkan send-get` and `velkan send` run as separate processes against the simulated phone, over
 // TCP and a pseudo-terminal: what they print, their exit status, the commands the phone
 // receives, the folders afterwards, Ctrl-C in each phase and kill -9 in the middle of a run.

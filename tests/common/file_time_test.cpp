@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/file_time.h"
 
 #include <gtest/gtest.h>
@@ -60,7 +61,9 @@ TEST(FileTime, LaterTimesCompareGreater) {
 }
 
 namespace {
-SystemTime FixedNow(void*) { return SystemTime{2026, 11, 0, 22, 8, 15, 0, 0}; }
+SystemTime FixedNow(void*) {
+    return SystemTime{2026, 11, 0, 22, 8, 15, 0, 0};
+}
 }  // namespace
 
 TEST(FileTime, LocalTimeSourceIsReplaceable) {

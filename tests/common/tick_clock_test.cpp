@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/tick_clock.h"
 
 #include <gtest/gtest.h>
@@ -5,9 +6,9 @@
 #include "fake_clock.h"
 
 TEST(TickClock, PassedSurvivesTheWrapOfTheCounter) {
-    EXPECT_TRUE(TickPassed(5, 0xFFFFFFF0u));    // the counter wrapped past the deadline
-    EXPECT_FALSE(TickPassed(0xFFFFFFF0u, 5));   // deadline just after the wrap, not reached
-    EXPECT_FALSE(TickPassed(100, 100));         // equal is not yet passed
+    EXPECT_TRUE(TickPassed(5, 0xFFFFFFF0u));   // the counter wrapped past the deadline
+    EXPECT_FALSE(TickPassed(0xFFFFFFF0u, 5));  // deadline just after the wrap, not reached
+    EXPECT_FALSE(TickPassed(100, 100));        // equal is not yet passed
     EXPECT_TRUE(TickPassed(101, 100));
     EXPECT_EQ(TickElapsed(3, 0xFFFFFFFEu), 5u);
 }

@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "framework/ui/dialog_base.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
@@ -9,7 +12,6 @@
 #include <QtTest>
 
 #include "framework/ui/app_event.h"
-#include "framework/ui/dialog_base.h"
 #include "framework/ui/menu_bar.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/ui_fonts.h"
@@ -18,7 +20,7 @@
 namespace {
 
 class TestFrame : public FrameWindowBase {
-public:
+  public:
     bool OnFrameCommand(int id) override {
         frameCommands.push_back(id);
         return true;
@@ -27,7 +29,7 @@ public:
 };
 
 class TestPage : public DialogBase {
-public:
+  public:
     explicit TestPage(int templateId = 109) : DialogBase(templateId) {}
     bool initOk = true;
     int inits = 0, activations = 0, ends = 0, refreshes = 0, lastEnd = -1;
@@ -41,7 +43,7 @@ public:
     }
     void Refresh() override { ++refreshes; }
 
-protected:
+  protected:
     bool OnInitDialog() override {
         ++inits;
         if (!initOk) return false;
@@ -77,7 +79,7 @@ protected:
 
 class DialogBaseTest : public QObject {
     Q_OBJECT
-private slots:
+  private slots:
     void init() {
         frame = new TestFrame;
         frame->resize(360, 600);
@@ -224,8 +226,8 @@ private slots:
 
     void messageBoxesUseTheProductNameAndCanBeAnswered() {
         QString caption, text;
-        auto previous = SetMessageBoxPresenter(
-            [&](QWidget*, const QString& c, const QString& t, BoxKind kind) {
+        auto previous =
+            SetMessageBoxPresenter([&](QWidget*, const QString& c, const QString& t, BoxKind kind) {
                 caption = c;
                 text = t;
                 return kind == BoxKind::Question ? IDYES : IDOK;
@@ -248,7 +250,7 @@ private slots:
         QCOMPARE(GetUiFont(UiFont::LargeBold).pixelSize(), 17);
     }
 
-private:
+  private:
     TestFrame* frame = nullptr;
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for the "+CMGL:" listing: header lines, PDU lines and the decoding of
 // what they announce, driven through ListMessages against an in-memory phone.
 //

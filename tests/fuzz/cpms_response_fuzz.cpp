@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for the "+CPMS:" response of SelectMemory, against an in-memory phone.
 //
 // Input: one control octet (low four bits + 1: bytes per read), then the phone's answer to

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for DecodePdu and what follows a successful decode.
 //
 // Input: one control octet, then the PDU octets. The top two bits of the control octet choose how

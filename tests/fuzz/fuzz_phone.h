@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // An in-memory phone for the AT fuzz entry points: after the command has been written, reads
 // hand out the fuzz input in pieces; the tick clock moves 50 ms at every reading, so a 20 s
 // time-out ends after a few hundred turns of the exchange loop.

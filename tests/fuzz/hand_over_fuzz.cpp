@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for the single-instance hand-over as the running instance reads it: the
 // bytes a second start sends, cut into requests by HandOverReader, each command line taken with
 // TakeCommandLine and read with ParseSmsTo, as the message list does before it opens the compose

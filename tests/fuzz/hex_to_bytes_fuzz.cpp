@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for HexToBytes and HexTextToBuffer: the input is the hex text itself.
 //
 // The result is checked against an independent reading of the rules: even length and only

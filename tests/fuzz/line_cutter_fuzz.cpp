@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for the response line cutter and the field tokenisers.
 //
 // Input: one control octet that chooses how the rest is split into reads, then the response bytes

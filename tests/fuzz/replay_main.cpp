@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Runs a libFuzzer entry point over files, without libFuzzer: every argument is a file or a
 // directory of files, each handed to LLVMFuzzerTestOneInput once. CTest uses it to check the
 // stored corpora (and the inputs of past findings) on every build, sanitizers included.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for the "/smsto:" command line: ParseSmsTo, its inverse BuildSmsTo, and
 // the conversion of a start's arguments (standard sms: and smsto: links included) into it.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for a whole transfer's conversation with a phone whose every answer comes
 // from the fuzz input: wake-up, set-up, sending the Outbox, selecting and listing the SIM and the
 // phone memory, decoding what is listed, and deleting what was taken.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // libFuzzer entry point for the vCard reader and the contact folder built on it.
 //
 // Input: the raw bytes of one contacts file. They go through PrepareVCardText, the index of the

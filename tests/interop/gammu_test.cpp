@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // gammu, an independent GSM 07.07/07.05 client, against the simulated phone on a
 // pseudo-terminal: it identifies the phone, reads every stored message, sends one and deletes
 // one, out of the box (a plain AT connection, no fault knob).

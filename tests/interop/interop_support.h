@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Running independent GSM 07.07/07.05 clients (gammu, smstools' smsd) against the simulated
 // phone: finding the tools, running one to its end within a time limit, keeping a daemon in the
 // foreground for as long as a test needs it, and waiting for the files it writes.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // smsd of smstools, an independent GSM 07.07/07.05 client, against the simulated phone on a
 // pseudo-terminal: it sends a file from its outgoing spool and stores the phone's messages in
 // its incoming folder, out of the box (no fault knob); a status report it asks for comes back.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Input that no phone should send, and records that no caller should build: the codec must answer
 // 0 or 4 and never touch memory outside its buffers (the sanitizer build checks the latter).
 #include <gtest/gtest.h>

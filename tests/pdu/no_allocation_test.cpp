@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The codec's hot paths allocate nothing: the low layer works on the caller's buffers, and
 // DecodePdu / EncodePdu work inside a record the caller allocated once. Every heap allocation of
 // this thread is counted across the call (allocation_counter.h); the first tests show that the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Helpers of the codec tests: hex text with blanks to octets and back, exact-size input copies.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Encode, then decode what the phone would list, and get the message back.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Messages arriving while the simulator runs: a line of the control socket or --inject-every.
 #include "arrivals.h"
 

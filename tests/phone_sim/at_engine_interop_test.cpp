@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The project's own AT engine and TCP transport against the simulator program: what the
 // simulator answers is what the engine expects, round trip included.
 #include <gtest/gtest.h>

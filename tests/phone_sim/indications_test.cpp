@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // New message indications: "+CMTI" for a stored message and "+CDS"/"+CDSI" for a status report,
 // only as the client's AT+CNMI asks, never in the middle of an answer or a PDU being typed.
 #include <gtest/gtest.h>

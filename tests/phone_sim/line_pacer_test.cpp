@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated serial line's pacing, on a clock the tests move by hand.
 #include "line_pacer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The stored messages file, the quick forms of the command line and the state file.
 #include "message_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated phone fed command by command, without sockets.
 #include "phone_model.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated phone answers the start-up questions of a GSM 07.07/07.05 client the way a
 // ready phone does, reports failures in the form AT+CMEE asks for, and writes the service
 // centre in the character set of AT+CSCS.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The velkan-phone-sim program end to end: started as a child process, spoken to over TCP and a
 // pseudo-terminal. Every wait is a poll() on a descriptor with a time limit.
 #include <arpa/inet.h>

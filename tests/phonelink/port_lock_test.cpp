@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A serial port that another program holds is not shared: opening it fails at once with 12,
 // and the transport says who has it when that can be seen.
 #include "phonelink/port_lock.h"

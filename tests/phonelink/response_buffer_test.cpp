@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "phonelink/response_buffer.h"
 
 #include <gtest/gtest.h>

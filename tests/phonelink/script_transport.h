@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A phone played from a script, behind the ordinary Transport table, for the buffer, exchange and
 // engine tests.
 //

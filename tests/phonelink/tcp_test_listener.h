@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A loopback TCP listener for transport tests: bound on 127.0.0.1 with a port of the system's
 // choice, counting the connections it accepts.
 #pragma once

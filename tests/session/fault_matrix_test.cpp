@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Faults at every command of a transfer, against the simulated phone over TCP.
 //
 // The run under test: two messages in the Outbox, two messages on the SIM and one in the phone

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The transfer session end to end against the simulated phone, over TCP and a pseudo-terminal:
 // the commands the phone receives, the notifications and their order, the folders afterwards,
 // result codes, local mode, duplicates, deletion and cancel in each phase.

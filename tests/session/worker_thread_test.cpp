@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "session/worker_thread.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +28,7 @@ std::vector<Notification> TakeUntilEnd(NotificationQueue& q) {
 }
 
 class PostingWorker : public WorkerThread {
-public:
+  public:
     ~PostingWorker() override { CancelAndWait(); }
     void Run() override {
         PostStatus(kStatusConnecting);
@@ -38,12 +39,12 @@ public:
 };
 
 class RefusingWorker : public WorkerThread {
-protected:
+  protected:
     bool CreateThreadFor(std::thread*) override { return false; }
 };
 
 class CheckingWorker : public WorkerThread {
-public:
+  public:
     ~CheckingWorker() override { CancelAndWait(); }
     int End() override {
         cancelledAtEnd = IsCancelled();

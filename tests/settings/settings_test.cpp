@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -326,7 +327,8 @@ TEST_F(SettingsTest, UnreadableLinesAreSkippedAndTheFileAsItWasIsKept) {
     fs::create_directories(Folder());
     const std::string damaged =
         "\x01\x02\xff\xfe junk\n[1.0]\nCommPort=COM2:\n=\n\x7f\x80=\x81\nTCP=phone:4000\n"
-        "[[[\nStatusReq=1\n" + std::string(3000, 'x') + "\n";
+        "[[[\nStatusReq=1\n" +
+        std::string(3000, 'x') + "\n";
     {
         std::ofstream out(File(), std::ios::binary | std::ios::trunc);
         out << damaged;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan smsto parse / build, run as the command a script would run.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A store written by the release before the readable layout is brought to the current one when
 // it is first opened, in one transaction, with every message and recent recipient as it was.
 // data/store-v1.sqlite3 was written by that release; data/store-v1.expected lists what it holds

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Every statement the message store runs is served by an index. The tests run each operation
 // of the store on a real store file while the connection's trace records the statements it
 // runs, then ask SQLite how it would run each of them (EXPLAIN QUERY PLAN) and look at the plan:

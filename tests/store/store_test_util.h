@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Helpers for the store tests: a private data folder per test, a settable local clock, and a
 // way to run code without the administrator's right to ignore file permissions.
 #pragma once

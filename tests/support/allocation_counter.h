@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Counting the heap allocations of one stretch of code, for the tests and benchmarks that hold
 // the codec and the AT engine to allocating nothing on their hot paths.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A tick clock for tests: time stands still unless the test moves it, or moves by a fixed step
 // at every reading, so that loops that poll the clock reach a 20 s deadline in a few thousand
 // iterations instead of 20 real seconds.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // `velkan-phone-sim` as a child process for tests: on an ephemeral TCP port or a pseudo-terminal,
 // with its command log and state file in a temporary folder, stopped at the end.
 //
@@ -26,7 +27,7 @@
 #endif
 
 class PhoneSimProcess {
-public:
+  public:
     enum Mode { kTcp, kPty };
 
     PhoneSimProcess(Mode mode, std::vector<std::string> args, const std::string& folder = "") {
@@ -144,7 +145,7 @@ public:
         return t != nullptr && *t != 0 ? t : "/tmp";
     }
 
-private:
+  private:
     static std::vector<std::string> Lines(const std::string& path) {
         std::ifstream in(path);
         std::vector<std::string> lines;

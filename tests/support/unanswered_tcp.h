@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A loopback TCP address whose connects never complete, for tests of connect time-outs and
 // cancels. It is a listener that accepts nothing, its queue (of one) filled by a connection of
 // its own: the kernel then drops every further SYN, and a connect to it waits in SYN_SENT

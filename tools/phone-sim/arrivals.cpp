@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "arrivals.h"
 
 #include "common/file_time.h"

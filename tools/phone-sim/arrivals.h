@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Messages that arrive from the network while the simulator runs: one line of the control
 // socket ("NUMBER:TEXT"), or the numbered messages of --inject-every. Each is stored as an unread
 // SMS-DELIVER stamped now in the phone's receiving memory and announced as the client's

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading the parameters of an AT command line: case outside quotes, blanks, commas, numbers and
 // quoted strings, and the character sets that AT+CSCS chooses for strings.
 #pragma once

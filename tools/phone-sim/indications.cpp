@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the phone tells its client about what arrives: a new message stored ("+CMTI"), a status
 // report of a sent message ("+CDS" with the report, or "+CDSI" once it is stored). Nothing is
 // said unless the client asked for it with AT+CNMI, so a client that never sends AT+CNMI sees

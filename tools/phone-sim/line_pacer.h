@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One direction of a simulated serial line at a fixed byte rate.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan-phone-sim: the simulated phone on a TCP port or a pseudo-terminal.
 //
 // One poll() loop drives everything: the listening socket (one connection at a time), the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The stored messages file that fills the simulated phone at start, the quick forms of the
 // command line, and the state file that shows what the phone holds while it runs.
 //

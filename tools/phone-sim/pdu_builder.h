@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Building the PDUs the simulated phone stores, with the project's own encoder: SMS-DELIVER for
 // received messages, SMS-SUBMIT for the ones a user keeps as unsent or sent.
 #pragma once

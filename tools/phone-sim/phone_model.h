@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated phone itself, without any I/O: bytes received from the line go in through Feed(),
 // the bytes the phone answers come out of TakeOutput(). It keeps a SIM ("SM") and a phone memory
 // ("ME") of stored PDUs, answers the AT commands of a GSM phone in PDU mode and records what it

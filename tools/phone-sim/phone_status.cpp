@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The general commands that a GSM 07.07 client sends before it touches a message: is the phone
 // switched on, is the SIM unlocked, is there a network, who made the phone, which SIM is in it,
 // and how errors are to be reported. The simulated phone is always a ready phone: fully on, no

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Numbered messages between threads and windows. A notification in the WM_APP range keeps its
 // number as the Qt event type, so 0x8001 posted by the worker arrives as event type 0x8001.
 #pragma once
@@ -8,9 +9,11 @@
 #include <cstdint>
 
 class AppEvent : public QEvent {
-public:
+  public:
     AppEvent(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam)
-        : QEvent(static_cast<QEvent::Type>(message)), message_(message), wParam_(wParam),
+        : QEvent(static_cast<QEvent::Type>(message)),
+          message_(message),
+          wParam_(wParam),
           lParam_(lParam) {}
     std::uint32_t Message() const { return message_; }
     std::uintptr_t WParam() const { return wParam_; }
@@ -21,7 +24,7 @@ public:
         return static_cast<int>(type) >= 0x8000 && static_cast<int>(type) <= 0xBFFF;
     }
 
-private:
+  private:
     std::uint32_t message_;
     std::uintptr_t wParam_;
     std::intptr_t lParam_;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The base of every dialog: run as a page that fills the frame window (its owner hidden and
 // disabled meanwhile) or as a modal dialog of its own size. Both runners spin a local event loop
 // until the dialog ends, and return its result: 1 (OK: the caller applies the result), 2 (Cancel,
@@ -24,7 +25,7 @@ constexpr int IDNO = 7;
 // The frame window that pages fill. The shell's main window derives from it.
 class FrameWindowBase : public QWidget {
     Q_OBJECT
-public:
+  public:
     using QWidget::QWidget;
     // Commands that the frame handles for every page (About, Exit). True if handled.
     virtual bool OnFrameCommand(int id) {
@@ -40,7 +41,7 @@ public:
 
 class DialogBase : public QWidget {
     Q_OBJECT
-public:
+  public:
     explicit DialogBase(int templateId, QWidget* parent = nullptr);
     ~DialogBase() override;
 
@@ -72,7 +73,7 @@ public:
     virtual void OnActivate();
     virtual void Refresh() {}
 
-protected:
+  protected:
     // Creates the controls; false when the dialog could not be created (the runner then
     // returns IDCANCEL at once).
     virtual bool OnInitDialog() { return true; }
@@ -98,7 +99,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-private:
+  private:
     int RunLoop();
     bool EnsureCreated();
     void RelayOut();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The menu bar of a page: a bar of buttons and drop-down menus drawn along the bottom of the
 // page. An entry is either a button that sends its command at once or a drop-down whose items
 // send theirs.
@@ -26,7 +27,7 @@ using MenuBarDef = std::vector<MenuBarEntryDef>;
 
 class MenuBar : public QWidget {
     Q_OBJECT
-public:
+  public:
     static constexpr int kHeight = 26;
 
     MenuBar(QWidget* parent, const MenuBarDef& def, std::function<void(int)> onCommand);
@@ -36,10 +37,10 @@ public:
     // Enables or disables every entry and item with this id.
     void SetEnabled(int id, bool enabled);
 
-protected:
+  protected:
     void paintEvent(QPaintEvent* event) override;
 
-private:
+  private:
     std::function<void(int)> onCommand_;
     std::vector<std::pair<int, QMenu*>> popups_;
 };

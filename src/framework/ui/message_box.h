@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Message boxes with the product name as caption. Tests replace the presenter so that a box
 // is answered without a person.
 #pragma once

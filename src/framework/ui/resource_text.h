@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A string resource as Qt text, for the labels, menus and boxes of the dialogs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The four fonts shared by the whole user interface, created once by the frame window.
 // The face is Tahoma where installed; otherwise the closest sans-serif face the system offers.
 #pragma once

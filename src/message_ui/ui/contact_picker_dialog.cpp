@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "message_ui/ui/contact_picker_dialog.h"
 
 #include <QHeaderView>
@@ -13,7 +14,9 @@
 
 namespace {
 
-QString ToQString(const std::u16string& s) { return QString::fromStdU16String(s); }
+QString ToQString(const std::u16string& s) {
+    return QString::fromStdU16String(s);
+}
 
 // The list sits this far from the left, right and bottom edges, and this far from the top.
 constexpr int kListMargin = 6;
@@ -65,8 +68,7 @@ QVariant ContactListModel::data(const QModelIndex& index, int role) const {
     return ToQString(index.column() == 0 ? contact.name : contact.mobile);
 }
 
-QVariant ContactListModel::headerData(int section, Qt::Orientation orientation,
-                                      int role) const {
+QVariant ContactListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return QVariant();
     if (section == 0) return QStringLiteral("Name");
     if (section == 1) return QStringLiteral("Phone");

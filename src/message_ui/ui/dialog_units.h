@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dialog units: the templates of the program's dialogs place their controls in units of the
 // dialog font, a quarter of its average character width across and an eighth of its height
 // down, so that a dialog keeps its proportions whatever font size the system gives it.

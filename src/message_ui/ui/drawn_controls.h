@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's own look for ordinary controls: rounded coloured push buttons with bold centred
 // text, a blue caption line at the top of a full-screen dialog, and small image buttons (OK and
 // Cancel) at the right end of that caption.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "message_ui/ui/edit_menu.h"
 
 #include <QApplication>
@@ -42,21 +43,32 @@ bool ApplyEditCommand(QWidget* field, int id) {
             case kIdEditCut:
                 if (writable) line->cut();
                 break;
-            case kIdEditCopy: line->copy(); break;
+            case kIdEditCopy:
+                line->copy();
+                break;
             case kIdEditPaste:
                 if (writable) line->paste();
                 break;
             case kIdEditClear:
                 if (line->hasSelectedText() && writable) line->del();
                 break;
-            case kIdEditSelectAll: line->selectAll(); break;
-            default: break;
+            case kIdEditSelectAll:
+                line->selectAll();
+                break;
+            default:
+                break;
         }
     } else if (auto* edit = qobject_cast<QPlainTextEdit*>(field)) {
         switch (id) {
-            case kIdEditCut: edit->cut(); break;
-            case kIdEditCopy: edit->copy(); break;
-            case kIdEditPaste: edit->paste(); break;
+            case kIdEditCut:
+                edit->cut();
+                break;
+            case kIdEditCopy:
+                edit->copy();
+                break;
+            case kIdEditPaste:
+                edit->paste();
+                break;
             case kIdEditClear:
                 if (!edit->isReadOnly()) {
                     QTextCursor cursor = edit->textCursor();
@@ -64,8 +76,11 @@ bool ApplyEditCommand(QWidget* field, int id) {
                     edit->setTextCursor(cursor);
                 }
                 break;
-            case kIdEditSelectAll: edit->selectAll(); break;
-            default: break;
+            case kIdEditSelectAll:
+                edit->selectAll();
+                break;
+            default:
+                break;
         }
     }
     return true;

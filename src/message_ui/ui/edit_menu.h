@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The "Edit" drop-down of the dialogs with text fields ("Cut", "Copy", "Paste", "Clear", a
 // separator and "Select All"), and its commands applied to a text field.
 #pragma once
@@ -29,11 +30,11 @@ bool ApplyEditCommand(QWidget* field, int id);
 // the menu bar (which may take the focus while its menu is open) reaches it.
 class EditTarget : public QObject {
     Q_OBJECT
-public:
+  public:
     explicit EditTarget(QWidget* dialog);
     QWidget* Field() const { return field_.data(); }
 
-private:
+  private:
     QWidget* dialog_;
     QPointer<QWidget> field_;
 };

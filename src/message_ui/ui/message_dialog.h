@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The compose and read dialog (template 110): the one window in which the user reads a stored
 // message and writes a new one.
 //

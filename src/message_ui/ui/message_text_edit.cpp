@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "message_ui/ui/message_text_edit.h"
 
 #include <QKeyEvent>
@@ -56,7 +57,9 @@ void MessageTextEdit::SetWindowText(const char16_t* text) {
     setPlainText(ToFieldText(text != nullptr ? QString::fromUtf16(text) : QString()));
 }
 
-int MessageTextEdit::WindowTextLength() const { return FieldLength(toPlainText()); }
+int MessageTextEdit::WindowTextLength() const {
+    return FieldLength(toPlainText());
+}
 
 int MessageTextEdit::Room() const {
     const QTextCursor cursor = textCursor();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The multi-line text field of a message. It behaves like the classic edit control the
 // message rules are written for: its text holds every line break as a carriage return and a
 // line feed (two characters), and a text limit, counted in those characters, refuses what the
@@ -10,7 +11,7 @@
 
 class MessageTextEdit : public QPlainTextEdit {
     Q_OBJECT
-public:
+  public:
     // The limit a fresh field has.
     static constexpr int kDefaultTextLimit = 30000;
 
@@ -30,12 +31,12 @@ public:
     // leaves room for. Returns how much of it (in characters of the field) was inserted.
     int InsertLimited(const QString& text);
 
-protected:
+  protected:
     void keyPressEvent(QKeyEvent* event) override;
     void inputMethodEvent(QInputMethodEvent* event) override;
     void insertFromMimeData(const QMimeData* source) override;
 
-private:
+  private:
     // Room left for new input when the current selection is replaced, in field characters.
     int Room() const;
 

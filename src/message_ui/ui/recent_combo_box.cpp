@@ -1,9 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "message_ui/ui/recent_combo_box.h"
 
 #include <QTimer>
 
-RecentComboBox::RecentComboBox(bool sorted, QWidget* parent)
-    : QComboBox(parent), sorted_(sorted) {
+RecentComboBox::RecentComboBox(bool sorted, QWidget* parent) : QComboBox(parent), sorted_(sorted) {
     setEditable(true);
     setInsertPolicy(QComboBox::NoInsert);
     setCompleter(nullptr);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The drop-down lists of recent recipients: editable combo boxes that report a choice from the
 // list (also by the arrow keys) and a list closed without a choice. Typed text is never added
 // to the list and is not completed from it.
@@ -7,7 +8,7 @@
 
 class RecentComboBox : public QComboBox {
     Q_OBJECT
-public:
+  public:
     explicit RecentComboBox(bool sorted, QWidget* parent = nullptr);
 
     // Adds an entry: at the end, or in alphabetical order (ignoring case) for a sorted list.
@@ -17,13 +18,13 @@ public:
     void showPopup() override;
     void hidePopup() override;
 
-signals:
+  signals:
     // An entry was chosen (from the list or with the arrow keys); the edit holds its text.
     void entryChosen();
     // The list was closed without choosing an entry.
     void choiceAbandoned();
 
-private:
+  private:
     bool sorted_;
     bool chosen_ = false;
 };

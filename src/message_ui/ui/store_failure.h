@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a person is told when the message store fails: which file, and why, in the program's
 // words. The list and the compose dialog show these in message boxes; nothing the person wrote
 // is dropped because of them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Draws the program's images: the About logo (bitmap 113, 96 x 96) and the program icon
 // (64 x 64 for the window, 128 x 128 and 256 x 256 for desktops). The PNG files are committed;
 // run this again after changing the drawing:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/ui/caption_dialog.h"
 
 #include <QFontMetrics>

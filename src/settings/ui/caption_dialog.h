@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the connection and preferences dialogs share: a full-screen page in the template font,
 // with the blue caption 1019 along the top and the OK (1) and Cancel (2) image buttons at its
 // right end (the drawn controls of message_ui), and the ordered writes that OK applies to the

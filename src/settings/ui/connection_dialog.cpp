@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/ui/connection_dialog.h"
 
 #include <QComboBox>

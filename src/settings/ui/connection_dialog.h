@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The connection dialog (template 119): picks the serial port the phone is on, or, in a hidden
 // variant opened with Ctrl held, the TCP gateway or no communication at all. OK writes CommPort
 // (when an entry is selected) and TCP (always); Cancel writes nothing.

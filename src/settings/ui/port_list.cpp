@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/ui/port_list.h"
 
 #include <QSerialPortInfo>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The serial ports that the connection dialog offers.
 //
 // The ports come from a driver source: one record per active driver, with the facts the system

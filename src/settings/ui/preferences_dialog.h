@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The preferences dialog (template 120): deleting retrieved messages from the phone, the custom
 // service centre, status reports and the Flash default. It keeps the settings key open while it
 // runs; OK writes every value through it, in a fixed order; Cancel writes nothing. A service

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The About page (template 103): the logo (bitmap 113), the product name, the tagline, the
 // version (control 1040) and the maker. It is the start-up screen and is reached from the
 // message list's Options menu; its "X" button closes it (IDCANCEL). Its menu bar (127) is empty.

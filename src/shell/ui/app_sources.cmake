@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The program's start, frame window, About page, single instance and help (the message list and
 # the progress dialog are listed in list_sources.cmake).
 list(APPEND SHELL_APP_SOURCES

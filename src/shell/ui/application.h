@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The program's entry routine: one instance per user, the frame window, the About page as
 // start-up screen, then the message list until the user exits.
 //

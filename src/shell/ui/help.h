@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // F1: the manual, shown by the desktop's viewer for HTML files.
 #pragma once
 

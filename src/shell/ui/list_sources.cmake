@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The message list and the progress dialog of a transfer.
 list(APPEND SHELL_LIST_SOURCES
   template_units.cpp

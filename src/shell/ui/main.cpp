@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan-tessiver: the desktop program.
 #include <QApplication>
 #include <QStringList>

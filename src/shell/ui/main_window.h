@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The frame window: the one top-level window of the program, which every page fills.
 //
 // Its object name is the window class "VkMainWnd", which also names the running instance for a

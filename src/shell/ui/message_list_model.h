@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows of the message list: the record ids of one folder, newest first, with the records
 // themselves read from the store only when a row is drawn and kept in a small cache of recently
 // drawn rows. A folder of 100,000 messages costs one id query and a few hundred reads at most.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The main screen (template 109): one folder of the message store as a list of drawn two-line
 // rows, newest first, with the folder combo box, the transfer button ("Send && Get" while the
 // Outbox holds messages, "Get" otherwise) and the commands of the menu bar and the context menu.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Draws one row of the message list: two lines in a row of fixed height. The first line holds
 // the sender (name, else number, else "(none)") and, at the right, the date, or the time for a
 // message of today; the second line previews the text, wrapped and clipped to the lower half.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The progress dialog of a transfer (template 117): it owns the transfer session, starts its
 // worker thread when it opens, shows what the worker reports, lets the user cancel, shows a
 // summary after a successful transfer and closes itself 1.5 seconds later. After it has closed,

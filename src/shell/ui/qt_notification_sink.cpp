@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/ui/qt_notification_sink.h"
 
 #include "framework/ui/app_event.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Carries a transfer's notifications from the worker thread to a window: each one is posted to
 // the target as a numbered message with the same number (0x8001 arrives as event type 0x8001).
 #pragma once

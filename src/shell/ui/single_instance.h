@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // One running instance per user, and the hand-over of a second start's command line to it.
 //
 // The running instance listens on a local socket (instance_key.h) and answers the requests of

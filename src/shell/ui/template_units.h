@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Dialog templates are drawn in dialog units, which scale with the dialog font: a horizontal
 // unit is a quarter of the font's average character width, a vertical unit an eighth of its
 // height. These helpers turn template positions into pixels for the list and progress screens.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The contact picker as a user meets it: only contacts with a mobile number, the two columns,
 // cells read when shown, and OK, Return and a double tap taking the selection.
 #include "message_ui/ui/contact_picker_dialog.h"

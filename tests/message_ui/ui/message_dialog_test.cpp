@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The compose and read dialog as a user meets it: the two modes, the 160-character counter,
 // the recent-recipient lists and their split, the compose buttons with empty and partial
 // fields, Reply, Forward, Delete, marking a received message read, the Name button and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Shared by the settings dialog tests: a private settings home per test, and a way to run a
 // dialog, act on it while it runs, and end it with a command.
 #pragma once
@@ -5,9 +6,9 @@
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 #include <QFontMetrics>
 #include <QLabel>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 #include <functional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A start of the program for the process tests: Application::Run with the real frame, About
 // page and single-instance code, and a message list that reports on standard output what it
 // receives, one line each:

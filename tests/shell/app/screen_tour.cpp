@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Renders the program's start-up screens into PNG files for the manual and the README:
 //   screen_tour OUT_DIR
 // writes about.png (the About page in a 360 x 560 frame) and about-wide.png (the same page after

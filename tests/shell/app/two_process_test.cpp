@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Two real starts of the program: the first becomes the running instance, the second hands its
 // command line over and ends. The first is instance_probe (Application::Run with a message list
 // that reports what it receives); the second is the probe again or the program itself.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The program end to end, as a person uses it: started on a home of its own against the
 # simulated phone, under a virtual X server and driven with the mouse and keyboard. The About
 # page is closed with its X and "Send && Get" pressed; then "New", a number and a text typed, and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message list with the real compose dialog: New opens it in compose mode and stores what
 // it returns, a "/smsto:" command line (at start or handed over by a second start) opens it
 // filled, its Send runs a send-only transfer through the list's progress dialog, and an opened

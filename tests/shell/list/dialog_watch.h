@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Acting on a dialog that runs its own loop: the tests wait for it to show, act on it, and
 // cancel it if it is still open, so that a test never hangs on it.
 #pragma once

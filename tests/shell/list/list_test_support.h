@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Shared pieces of the message list and progress dialog tests: a private data folder and
 // settings folder per test, a fixed local clock, a frame window, a scripted transfer session
 // and captured message boxes.
@@ -5,8 +6,8 @@
 
 #include <QByteArray>
 #include <QLocale>
-#include <QString>
 #include <QShowEvent>
+#include <QString>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rows of the list: ids newest first, records read on demand through a bounded cache,
 // rows removed without a reload, and a folder of 100,000 messages.
 #include "shell/ui/message_list_model.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The message list as a user meets it: folders, the transfer buttons, rows newest first,
 // opening, reply and forward, the context menu, deletion, selection across reloads, drag
 // selection, the commands of the menu bar and the layout.

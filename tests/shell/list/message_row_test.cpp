@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Drawing one row of the message list: texts, fonts, colours by state, the blue preview of an
 // unread message, the separator line, and the preview wrapped and clipped in the lower half.
 #include <QImage>

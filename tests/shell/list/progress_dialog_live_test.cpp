@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The progress dialog over a real transfer: the session's worker thread talks to the simulated
 // phone and posts its notifications to the dialog, which handles them on the user interface
 // thread. Besides the outcome, these runs are what ThreadSanitizer watches for the hand-over

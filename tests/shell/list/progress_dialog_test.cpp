@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The progress dialog: texts for each notification sequence, the success summary and its close,
 // cancel, the message for each result code, and the layout.
 #include "shell/ui/progress_dialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Real conditions under which the message store cannot be used, for the tests of what the
 // screens tell the person: another program holding the file's lock, a file of a newer version,
 // a folder where the file should be, and a full disk.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the message list and the compose dialog do when the message store cannot be used, under
 // the real conditions: a store file another program holds locked (for good, or until it lets
 // go), one written by a newer version, a folder where the file should be, a damaged file, and a
