@@ -7,13 +7,16 @@
 #include <QTreeView>
 
 #include "common/text_convert.h"
-#include "message_ui/ui/dialog_units.h"
-#include "message_ui/ui/drawn_controls.h"
+#include "framework/ui/dialog_units.h"
+#include "framework/ui/drawn_controls.h"
+#include "framework/ui/ui_fonts.h"
 #include "settings/settings_key.h"
 
 namespace {
 
-QString ToQString(const std::u16string& s) { return QString::fromStdU16String(s); }
+QString ToQString(const std::u16string& s) {
+    return QString::fromStdU16String(s);
+}
 
 // The list sits this far from the left, right and bottom edges, and this far from the top.
 constexpr int kListMargin = 6;
@@ -65,8 +68,7 @@ QVariant ContactListModel::data(const QModelIndex& index, int role) const {
     return ToQString(index.column() == 0 ? contact.name : contact.mobile);
 }
 
-QVariant ContactListModel::headerData(int section, Qt::Orientation orientation,
-                                      int role) const {
+QVariant ContactListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return QVariant();
     if (section == 0) return QStringLiteral("Name");
     if (section == 1) return QStringLiteral("Phone");

@@ -11,13 +11,14 @@
 #include <vector>
 
 #include "framework/ui/app_event.h"
+#include "framework/ui/dialog_units.h"
+#include "framework/ui/drawn_controls.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
+#include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
 #include "message_ui/ui/contact_picker_dialog.h"
-#include "message_ui/ui/dialog_units.h"
-#include "message_ui/ui/drawn_controls.h"
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"

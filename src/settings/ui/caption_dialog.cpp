@@ -4,8 +4,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "framework/ui/drawn_controls.h"
 #include "framework/ui/ui_fonts.h"
-#include "message_ui/ui/drawn_controls.h"
 
 CaptionDialog::CaptionDialog(int templateId, const QString& title, QWidget* parent)
     : DialogBase(templateId, parent), units_(DialogFont()) {

@@ -1,6 +1,6 @@
 // What the connection and preferences dialogs share: a full-screen page in the template font,
 // with the blue caption 1019 along the top and the OK (1) and Cancel (2) image buttons at its
-// right end (the drawn controls of message_ui), and the ordered writes that OK applies to the
+// right end (the framework's drawn controls), and the ordered writes that OK applies to the
 // settings key.
 #pragma once
 
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "framework/ui/dialog_base.h"
-#include "message_ui/ui/dialog_units.h"
+#include "framework/ui/dialog_units.h"
 #include "settings/registry_key.h"
 
 class QLabel;

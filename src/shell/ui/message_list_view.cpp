@@ -18,6 +18,7 @@
 
 #include "framework/text_buffer.h"
 #include "framework/ui/app_event.h"
+#include "framework/ui/dialog_units.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
@@ -30,7 +31,6 @@
 #include "shell/ui/message_list_model.h"
 #include "shell/ui/message_row_delegate.h"
 #include "shell/ui/progress_dialog.h"
-#include "shell/ui/template_units.h"
 
 namespace {
 
@@ -245,7 +245,8 @@ int MessageListView::RowHeight() const {
 }
 
 bool MessageListView::OnInitDialog() {
-    setFont(TemplateFont());
+    setFont(DialogPixelFont());
+    const DialogUnits units(DialogPixelFont());
 
     combo_ = new QComboBox(this);
     combo_->setObjectName(QString::number(kFolderComboId));
@@ -253,7 +254,7 @@ bool MessageListView::OnInitDialog() {
     for (const FolderEntry& entry : kFolderEntries) {
         combo_->addItem(ResourceText(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
     }
-    const QRect comboRect = TemplateRect(27, 3, 44, 84);
+    const QRect comboRect = units.SizedRect(27, 3, 44, 84);
     // Wide enough for the longest folder name in the face really used, which may be wider than
     // the template's.
     combo_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
@@ -265,13 +266,13 @@ bool MessageListView::OnInitDialog() {
 
     sendAndGet_ = new QPushButton(QStringLiteral("Send && Get"), this);
     sendAndGet_->setObjectName(QString::number(kSendAndGetId));
-    sendAndGet_->setGeometry(TemplateRect(81, 2, 47, 12));
+    sendAndGet_->setGeometry(units.SizedRect(81, 2, 47, 12));
     sendAndGet_->hide();
     connect(sendAndGet_, &QPushButton::clicked, this, [this] { OnCommand(kSendAndGetId, 0); });
 
     get_ = new QPushButton(QStringLiteral("Get"), this);
     get_->setObjectName(QString::number(kGetId));
-    get_->setGeometry(TemplateRect(105, 2, 34, 12));
+    get_->setGeometry(units.SizedRect(105, 2, 34, 12));
     connect(get_, &QPushButton::clicked, this, [this] { OnCommand(kGetId, 0); });
 
     separator_ = new QFrame(this);
@@ -285,7 +286,7 @@ bool MessageListView::OnInitDialog() {
     delegate_ = new MessageRowDelegate(this);
     list_ = new MessageListControl(this);
     list_->setObjectName(QString::number(kListId));
-    list_->setFont(TemplateFont());
+    list_->setFont(DialogPixelFont());
     list_->setModel(model_);
     list_->setItemDelegate(delegate_);
     connect(list_, &MessageListControl::tapped, this,

@@ -11,6 +11,7 @@
 
 #include "framework/text_buffer.h"
 #include "framework/ui/dialog_base.h"
+#include "framework/ui/dialog_units.h"
 #include "session/transfer_session.h"
 #include "shell/ui/qt_notification_sink.h"
 
@@ -80,6 +81,8 @@ class ProgressDialog : public DialogBase {
     unsigned countReceived_ = 0;
     int closeDelayMs_ = kCloseDelayMs;
     QTimer closeTimer_;
+    // The template's units, in the dialog's font.
+    DialogUnits units_;
     QLabel* heading_ = nullptr;
     QFrame* separator_ = nullptr;
     QLabel* text_ = nullptr;

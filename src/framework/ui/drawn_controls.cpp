@@ -1,4 +1,4 @@
-#include "message_ui/ui/drawn_controls.h"
+#include "framework/ui/drawn_controls.h"
 
 #include <QAbstractButton>
 #include <QEvent>
@@ -14,7 +14,7 @@
 // linker from dropping them from a program that never names them otherwise.
 static void RegisterBitmaps() {
     static const bool registered = [] {
-        Q_INIT_RESOURCE(message_ui_bitmaps);
+        Q_INIT_RESOURCE(drawn_control_bitmaps);
         return true;
     }();
     (void)registered;
