@@ -1,3 +1,5 @@
+#include "framework/ui/dialog_base.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
@@ -9,7 +11,6 @@
 #include <QtTest>
 
 #include "framework/ui/app_event.h"
-#include "framework/ui/dialog_base.h"
 #include "framework/ui/menu_bar.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/ui_fonts.h"
@@ -18,17 +19,22 @@
 namespace {
 
 class TestFrame : public FrameWindowBase {
-public:
-    bool OnFrameCommand(int id) override {
-        frameCommands.push_back(id);
-        return true;
+  public:
+    // The frame handles "Reply" (40069) and records it.
+    TestFrame() {
+        AddCommand(40069, [this] { frameCommands.push_back(40069); });
     }
     std::vector<int> frameCommands;
 };
 
 class TestPage : public DialogBase {
-public:
-    explicit TestPage(int templateId = 109) : DialogBase(templateId) {}
+  public:
+    // The page handles "New" (a button of its menu bar) and "Delete" (an item) itself.
+    explicit TestPage(int templateId = 109) : DialogBase(templateId) {
+        AddCommand(40044, [this] { ++news; });
+        AddCommand(40068, [this] { ++deletes; });
+    }
+    int news = 0, deletes = 0;
     bool initOk = true;
     int inits = 0, activations = 0, ends = 0, refreshes = 0, lastEnd = -1;
     QSize lastLayout;
@@ -41,7 +47,7 @@ public:
     }
     void Refresh() override { ++refreshes; }
 
-protected:
+  protected:
     bool OnInitDialog() override {
         ++inits;
         if (!initOk) return false;
@@ -77,7 +83,7 @@ protected:
 
 class DialogBaseTest : public QObject {
     Q_OBJECT
-private slots:
+  private slots:
     void init() {
         frame = new TestFrame;
         frame->resize(360, 600);
@@ -171,6 +177,62 @@ private slots:
         QCOMPARE(command, 40069);
     }
 
+    void commandsAreActionsNamedByTheirIdentifiers() {
+        TestPage page;
+        for (int id : {IDOK, IDCANCEL, 40044, 40068}) {
+            QAction* command = page.Command(id);
+            QVERIFY(command != nullptr);
+            QCOMPARE(command->objectName(), QString::number(id));
+            QCOMPARE(FindCommand(&page, id), command);
+        }
+        // Reply is not the page's: it is the frame's.
+        QVERIFY(page.Command(40069) == nullptr);
+        QVERIFY(frame->Command(40069) != nullptr);
+        page.onShown = [&] {
+            page.SendCommand(40068);
+            QCOMPARE(page.deletes, 1);
+            // Nobody handles 40070: nothing happens.
+            page.SendCommand(40070);
+            QVERIFY(page.IsRunning());
+            QVERIFY(frame->frameCommands.empty());
+            // Cancel is a command like any other; the default ends the dialog.
+            page.Command(IDCANCEL)->trigger();
+        };
+        QCOMPARE(page.RunPage(nullptr), IDCANCEL);
+    }
+
+    void menuEntriesFollowTheirCommands() {
+        TestPage page;
+        page.onShown = [&] {
+            MenuBar* bar = page.Bar();
+            QVERIFY(bar != nullptr);
+            auto* newButton = bar->findChild<QToolButton*>(QStringLiteral("40044"));
+            QVERIFY(newButton != nullptr);
+            QAction* deleteItem = bar->PopupOf(40014)->actions()[0];
+            QCOMPARE(deleteItem->objectName(), QStringLiteral("40068"));
+            newButton->click();
+            deleteItem->trigger();
+            QCOMPARE(page.news, 1);
+            QCOMPARE(page.deletes, 1);
+            // A disabled command disables its entries, and they do nothing.
+            page.Command(40044)->setEnabled(false);
+            page.Command(40068)->setEnabled(false);
+            QVERIFY(!newButton->isEnabled());
+            QVERIFY(!deleteItem->isEnabled());
+            deleteItem->trigger();
+            page.SendCommand(40068);
+            QCOMPARE(page.deletes, 1);
+            page.Command(40068)->setEnabled(true);
+            QVERIFY(deleteItem->isEnabled());
+            page.EndDialog(IDOK);
+        };
+        page.RunPage(nullptr);
+        // A menu bar made again takes the commands' state as it is.
+        page.Command(40044)->setEnabled(false);
+        page.OnActivate();
+        QVERIFY(!page.Bar()->findChild<QToolButton*>(QStringLiteral("40044"))->isEnabled());
+    }
+
     void pageFollowsTheFrameSize() {
         TestPage page;
         page.onShown = [&] {
@@ -224,8 +286,8 @@ private slots:
 
     void messageBoxesUseTheProductNameAndCanBeAnswered() {
         QString caption, text;
-        auto previous = SetMessageBoxPresenter(
-            [&](QWidget*, const QString& c, const QString& t, BoxKind kind) {
+        auto previous =
+            SetMessageBoxPresenter([&](QWidget*, const QString& c, const QString& t, BoxKind kind) {
                 caption = c;
                 text = t;
                 return kind == BoxKind::Question ? IDYES : IDOK;
@@ -248,7 +310,7 @@ private slots:
         QCOMPARE(GetUiFont(UiFont::LargeBold).pixelSize(), 17);
     }
 
-private:
+  private:
     TestFrame* frame = nullptr;
 };
 

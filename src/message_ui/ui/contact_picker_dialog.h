@@ -34,7 +34,7 @@ std::string ContactsFolderFromSettings();
 // for it; the last contact decoded is kept, so the two cells of a row cost one decoding.
 class ContactListModel : public QAbstractTableModel {
     Q_OBJECT
-public:
+  public:
     explicit ContactListModel(const ContactDirectory* directory, QObject* parent = nullptr);
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -48,7 +48,7 @@ public:
     // How many cards were decoded so far.
     int Decodings() const { return decodings_; }
 
-private:
+  private:
     const ContactDirectory* directory_;
     mutable int cachedRow_ = -1;
     mutable bool cachedOk_ = false;
@@ -58,7 +58,7 @@ private:
 
 class ContactPickerDialog : public DialogBase {
     Q_OBJECT
-public:
+  public:
     static constexpr int kTemplateId = 108;
 
     explicit ContactPickerDialog(QWidget* parent = nullptr);
@@ -78,13 +78,14 @@ public:
 
     QSize sizeHint() const override;
 
-protected:
+  protected:
     bool OnInitDialog() override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // OK, also from Return and a double tap: TakeSelection.
+    void Accept() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
-private:
+  private:
     // OK, Return and a double tap: ends with 1 and the contact, or 2 when none is chosen.
     void TakeSelection();
 

@@ -41,8 +41,8 @@ void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
     ok_->setText(QStringLiteral("OK"));
     cancel_ = AddControl<QPushButton>(IDCANCEL, 0, 0, 16, 12);
     cancel_->setText(QStringLiteral("Cancel"));
-    connect(ok_, &QPushButton::clicked, this, [this] { SendCommand(IDOK); });
-    connect(cancel_, &QPushButton::clicked, this, [this] { SendCommand(IDCANCEL); });
+    ConnectButton(ok_, IDOK);
+    ConnectButton(cancel_, IDCANCEL);
     // Blue caption text; the buttons become image buttons of their bitmaps' size.
     SetupCaption(this, caption_, ok_, cancel_);
 }

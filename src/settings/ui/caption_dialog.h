@@ -40,7 +40,7 @@ class CaptionDialog : public DialogBase {
 
   protected:
     // Creates the caption 1019 at (x, y, w, h) dialog units, and the OK and Cancel buttons,
-    // which end the dialog through OnCommand.
+    // which trigger the commands IDOK and IDCANCEL (Accept and Reject).
     void CreateCaption(int x, int y, int w, int h);
     // Moves the caption buttons to the right end of the caption line of a dialog `w` wide.
     void PlaceCaptionButtons(int w, int h);

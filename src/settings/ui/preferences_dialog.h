@@ -48,7 +48,8 @@ class PreferencesDialog : public CaptionDialog {
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // OK writes every value and ends with IDOK, unless the service centre is too long.
+    void Accept() override;
     void OnEnd(int result) override;
 
   private:

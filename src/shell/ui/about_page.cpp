@@ -76,7 +76,7 @@ bool AboutPage::OnInitDialog() {
     close_->setAutoRaise(true);
     QFont closeFont = GetUiFont(UiFont::SmallBold);
     close_->setFont(closeFont);
-    connect(close_, &QToolButton::clicked, this, [this] { OnCommand(IDCANCEL, 0); });
+    ConnectButton(close_, IDCANCEL);
 
     separator_ = new QFrame(this);
     separator_->setObjectName(QStringLiteral("separator"));

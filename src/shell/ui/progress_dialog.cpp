@@ -110,7 +110,7 @@ bool ProgressDialog::OnInitDialog() {
     cancel_->setGeometry(cancelRect);
     cancelSize_ = cancelRect.size();
     cancelLeft_ = cancelRect.left();
-    connect(cancel_, &QPushButton::clicked, this, [this] { OnCommand(IDCANCEL, 0); });
+    ConnectButton(cancel_, IDCANCEL);
 
     heading_->setText(StaticLabelText(
         ResourceText(session_->IsSendOnly() ? kStringHeadingSendOnly : kStringHeadingSendAndGet)));
@@ -144,16 +144,6 @@ void ProgressDialog::Layout(int w, int h) {
     cancel_->setGeometry(cancelLeft_, h - kMargin - cancelSize_.height(), cancelSize_.width(),
                          cancelSize_.height());
     text_->setGeometry(kMargin, kTextTop, qMax(0, w - 2 * kMargin), textSize_.height());
-}
-
-bool ProgressDialog::OnCommand(int id, int notifyCode) {
-    if (id == IDCANCEL) {
-        Cancel();
-        return true;
-    }
-    // The dialog ends only through the worker's end or the close timer.
-    if (id == IDOK) return true;
-    return DialogBase::OnCommand(id, notifyCode);
 }
 
 void ProgressDialog::Cancel() {

@@ -59,7 +59,10 @@ class ProgressDialog : public DialogBase {
   protected:
     bool OnInitDialog() override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // The dialog ends only through the worker's end or the close timer: OK does nothing, and
+    // Cancel (the button, Escape, closing the window) asks the worker to stop.
+    void Accept() override {}
+    void Reject() override { Cancel(); }
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
     QSize sizeHint() const override;
     void showEvent(QShowEvent* event) override;

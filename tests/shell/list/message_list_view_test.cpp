@@ -753,9 +753,7 @@ class MessageListViewTest : public QObject {
                 }
                 closed = true;
             });
-            PostAppMessage(&list, MessageListView::kMsgContextMenu,
-                           static_cast<std::uintptr_t>(l->mapToGlobal(QPoint(20, 20)).x()),
-                           l->mapToGlobal(QPoint(20, 20)).y());
+            emit l->contextMenuAsked(l->mapToGlobal(QPoint(20, 20)));
             QTRY_VERIFY(closed);
             QTRY_VERIFY(!l->MenuOpen());
             // The release of the closing tap.
