@@ -206,7 +206,7 @@ class DialogBaseTest : public QObject {
         page.onShown = [&] {
             MenuBar* bar = page.Bar();
             QVERIFY(bar != nullptr);
-            auto* newButton = bar->findChild<QToolButton*>(QStringLiteral("40044"));
+            auto* newButton = bar->EntryButton(40044);
             QVERIFY(newButton != nullptr);
             QAction* deleteItem = bar->PopupOf(40014)->actions()[0];
             QCOMPARE(deleteItem->objectName(), QStringLiteral("40068"));
@@ -230,7 +230,7 @@ class DialogBaseTest : public QObject {
         // A menu bar made again takes the commands' state as it is.
         page.Command(40044)->setEnabled(false);
         page.OnActivate();
-        QVERIFY(!page.Bar()->findChild<QToolButton*>(QStringLiteral("40044"))->isEnabled());
+        QVERIFY(!page.Bar()->EntryButton(40044)->isEnabled());
     }
 
     void pageFollowsTheFrameSize() {

@@ -19,6 +19,9 @@
 class QAbstractButton;
 class QEventLoop;
 
+// The object name of the one-pixel line that ends a page's header.
+inline constexpr char kHeaderLineName[] = "headerLine";
+
 constexpr int IDOK = 1;
 constexpr int IDCANCEL = 2;
 constexpr int IDYES = 6;

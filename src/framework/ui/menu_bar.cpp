@@ -56,6 +56,10 @@ MenuBar::MenuBar(QWidget* parent, const MenuBarDef& def, CommandLookup command)
     layout->addStretch(1);
 }
 
+QToolButton* MenuBar::EntryButton(int entryId) const {
+    return findChild<QToolButton*>(QString::number(entryId), Qt::FindDirectChildrenOnly);
+}
+
 QMenu* MenuBar::PopupOf(int entryId) const {
     for (const auto& [id, menu] : popups_) {
         if (id == entryId) return menu;

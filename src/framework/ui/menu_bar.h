@@ -12,6 +12,7 @@
 class QAction;
 class QHBoxLayout;
 class QMenu;
+class QToolButton;
 
 struct MenuItemDef {
     int id = 0;  // 0 = separator
@@ -37,7 +38,9 @@ class MenuBar : public QWidget {
 
     MenuBar(QWidget* parent, const MenuBarDef& def, CommandLookup command);
 
-    // The drop-down menu of an entry (null for a button entry), for tests and for the manual.
+    // The button of an entry, and the drop-down menu of an entry (null for a button entry),
+    // for tests and for the manual.
+    QToolButton* EntryButton(int entryId) const;
     QMenu* PopupOf(int entryId) const;
 
   protected:

@@ -30,7 +30,7 @@ void CaptionDialog::FitToText(QWidget* control) {
 }
 
 void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
-    caption_ = AddControl<QLabel>(1019, x, y, w, h);
+    caption_ = AddControl<QLabel>(kIdCaption, x, y, w, h);
     caption_->setText(windowTitle());
     // The caption is drawn in the bold face, which needs its own line height, and, where the
     // system substitutes a wider face for the template's, more width than the template gives.

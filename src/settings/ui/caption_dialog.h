@@ -33,6 +33,9 @@ void ApplySettingWrites(RegistryKey& key, const std::vector<SettingWrite>& write
 class CaptionDialog : public DialogBase {
     Q_OBJECT
   public:
+    // The caption; the OK and Cancel buttons are IDOK and IDCANCEL.
+    static constexpr int kIdCaption = 1019;
+
     CaptionDialog(int templateId, const QString& title, QWidget* parent = nullptr);
 
     const DialogUnits& Units() const { return units_; }

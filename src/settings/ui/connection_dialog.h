@@ -26,8 +26,7 @@ class ConnectionDialog : public CaptionDialog {
     Q_OBJECT
   public:
     static constexpr int kTemplateId = 119;
-    // Controls.
-    static constexpr int kIdCaption = 1019;
+    // Controls (and the caption, kIdCaption).
     static constexpr int kIdConnectionLabel = 1027;
     static constexpr int kIdPortCombo = 1026;
     static constexpr int kIdAddressLabel = 1038;

@@ -27,8 +27,7 @@ class PreferencesDialog : public CaptionDialog {
     Q_OBJECT
   public:
     static constexpr int kTemplateId = 120;
-    // Controls.
-    static constexpr int kIdCaption = 1019;
+    // Controls (and the caption, kIdCaption).
     static constexpr int kIdPhoneHeading = 1036;
     static constexpr int kIdDeleteAfterRetrieve = 1035;
     static constexpr int kIdMessageHeading = 1028;

@@ -79,7 +79,7 @@ bool AboutPage::OnInitDialog() {
     ConnectButton(close_, IDCANCEL);
 
     separator_ = new QFrame(this);
-    separator_->setObjectName(QStringLiteral("separator"));
+    separator_->setObjectName(QLatin1String(kAboutSeparatorName));
     separator_->setFrameShape(QFrame::NoFrame);
     separator_->setAutoFillBackground(true);
     QPalette linePalette = separator_->palette();
@@ -93,11 +93,13 @@ bool AboutPage::OnInitDialog() {
 
     TextBuffer product;
     product.LoadResourceString(kProductNameId);
-    product_ = CenteredLabel(this, QString::fromUtf16(product.Text()), QStringLiteral("product"));
+    product_ =
+        CenteredLabel(this, QString::fromUtf16(product.Text()), QLatin1String(kAboutProductName));
     product_->setFont(GetUiFont(UiFont::LargeBold));
-    tagline_ = CenteredLabel(this, QString::fromLatin1(Tagline()), QStringLiteral("tagline"));
+    tagline_ =
+        CenteredLabel(this, QString::fromLatin1(Tagline()), QLatin1String(kAboutTaglineName));
     version_ = CenteredLabel(this, QString(), QString::number(kAboutVersionControl));
-    maker_ = CenteredLabel(this, QString::fromLatin1(Maker()), QStringLiteral("maker"));
+    maker_ = CenteredLabel(this, QString::fromLatin1(Maker()), QLatin1String(kAboutMakerName));
     // The version is set at initialisation, as the dialog's own code always did.
     version_->setText(QString::fromLatin1(VersionText()));
     return true;

@@ -292,7 +292,7 @@ bool MessageListView::OnInitDialog() {
     ConnectButton(get_, kGetId);
 
     separator_ = new QFrame(this);
-    separator_->setObjectName(QStringLiteral("headerLine"));
+    separator_->setObjectName(QLatin1String(kHeaderLineName));
     separator_->setAutoFillBackground(true);
     QPalette linePalette = separator_->palette();
     linePalette.setColor(QPalette::Window, palette().color(QPalette::WindowText));

@@ -87,7 +87,7 @@ bool ProgressDialog::OnInitDialog() {
     heading_->setGeometry(kHeadingLeft, kHeadingTop, units_.X(79), units_.Y(9));
 
     separator_ = new QFrame(this);
-    separator_->setObjectName(QStringLiteral("headerLine"));
+    separator_->setObjectName(QLatin1String(kHeaderLineName));
     separator_->setAutoFillBackground(true);
     QPalette linePalette = separator_->palette();
     linePalette.setColor(QPalette::Window, palette().color(QPalette::WindowText));

@@ -30,13 +30,13 @@ std::vector<ActiveDriver> HandheldDrivers() {
 }
 
 QComboBox* Combo(ConnectionDialog& d) {
-    return d.ControlAs<QComboBox>(1026);
+    return d.ControlAs<QComboBox>(ConnectionDialog::kIdPortCombo);
 }
 QLineEdit* Address(ConnectionDialog& d) {
-    return d.ControlAs<QLineEdit>(1039);
+    return d.ControlAs<QLineEdit>(ConnectionDialog::kIdAddressEdit);
 }
 QLabel* AddressLabel(ConnectionDialog& d) {
-    return d.ControlAs<QLabel>(1038);
+    return d.ControlAs<QLabel>(ConnectionDialog::kIdAddressLabel);
 }
 
 QStringList Items(QComboBox* combo) {
@@ -252,12 +252,14 @@ class ConnectionDialogTest : public QObject {
     void theCancelButtonCancelsAndTheOkButtonConfirms() {
         {
             ConnectionDialog dialog;
-            QCOMPARE(
-                RunDialog(
-                    dialog,
-                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(2), Qt::LeftButton); },
-                    0),
-                IDCANCEL);
+            QCOMPARE(RunDialog(
+                         dialog,
+                         [&] {
+                             QTest::mouseClick(dialog.ControlAs<QPushButton>(IDCANCEL),
+                                               Qt::LeftButton);
+                         },
+                         0),
+                     IDCANCEL);
             QVERIFY(!StoredString(kValueTcp).has_value());
         }
         {
@@ -265,7 +267,7 @@ class ConnectionDialogTest : public QObject {
             QCOMPARE(
                 RunDialog(
                     dialog,
-                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(1), Qt::LeftButton); },
+                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(IDOK), Qt::LeftButton); },
                     0),
                 IDOK);
             QVERIFY(StoredString(kValueTcp).has_value());
@@ -322,8 +324,10 @@ class ConnectionDialogTest : public QObject {
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(dialog.windowTitle(), QString("Select the active connection"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1019)->text(), QString("Select the active connection"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1027)->text(), QString("Connection:"));
+        QCOMPARE(dialog.ControlAs<QLabel>(ConnectionDialog::kIdCaption)->text(),
+                 QString("Select the active connection"));
+        QCOMPARE(dialog.ControlAs<QLabel>(ConnectionDialog::kIdConnectionLabel)->text(),
+                 QString("Connection:"));
         QCOMPARE(AddressLabel(dialog)->text(), QString("TCP Address\n(i.e. localhost:port):"));
         QVERIFY(dialog.Bar() != nullptr);
         QVERIFY(dialog.Bar()->findChildren<QWidget*>().isEmpty());
@@ -339,13 +343,13 @@ class ConnectionDialogTest : public QObject {
             dialog,
             [&] {
                 comboSize = Combo(dialog)->size();
-                labelSize = dialog.Control(1027)->size();
+                labelSize = dialog.Control(ConnectionDialog::kIdConnectionLabel)->size();
                 for (const QSize size : {QSize(480, 320), QSize(300, 500)}) {
                     dialog.resize(size);
-                    label = dialog.Control(1027)->geometry();
+                    label = dialog.Control(ConnectionDialog::kIdConnectionLabel)->geometry();
                     combo = Combo(dialog)->geometry();
-                    ok = dialog.Control(1)->geometry();
-                    cancel = dialog.Control(2)->geometry();
+                    ok = dialog.Control(IDOK)->geometry();
+                    cancel = dialog.Control(IDCANCEL)->geometry();
                     QCOMPARE(cancel.right(), size.width() - 1 - 4);
                 }
             },

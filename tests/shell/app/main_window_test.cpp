@@ -142,7 +142,7 @@ class MainWindowTest : public QObject {
                 QCOMPARE(about->geometry(), frame->rect());
                 QVERIFY(!list.isVisible());
                 QVERIFY(!list.isEnabled());
-                auto* close = about->findChild<QToolButton*>("2");
+                auto* close = about->ControlAs<QToolButton>(IDCANCEL);
                 QVERIFY(close != nullptr);
                 checked = true;
                 close->click();
