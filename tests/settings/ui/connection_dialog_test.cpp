@@ -13,19 +13,16 @@
 
 namespace {
 
-ActiveDriver Driver(std::u16string name, std::u16string prefix,
-                    std::optional<std::u16string> friendly = std::nullopt) {
-    return ActiveDriver{std::move(name), std::move(prefix), std::move(friendly)};
+SerialPort Port(std::u16string name, std::optional<std::u16string> friendly = std::nullopt) {
+    return SerialPort{std::move(name), std::move(friendly)};
 }
 
-// The drivers of a handheld with a cable, an infrared and a Bluetooth port, the last one
-// registered with its prefix in lower case.
-std::vector<ActiveDriver> HandheldDrivers() {
+// The serial ports of a handheld with a cable, an infrared and a Bluetooth port.
+std::vector<SerialPort> HandheldPorts() {
     return {
-        Driver(u"COM1:", u"COM", u"Serial Cable on COM1:"),
-        Driver(u"COM3:", u"COM", u"Infrared Port"),
-        Driver(u"COM5:", u"com", u"Bluetooth Serial"),
-        Driver(u"USB1:", u"USB", u"USB Function"),
+        Port(u"COM1:", u"Serial Cable on COM1:"),
+        Port(u"COM3:", u"Infrared Port"),
+        Port(u"COM5:", u"Bluetooth Serial"),
     };
 }
 
@@ -59,26 +56,25 @@ class ConnectionDialogTest : public QObject {
     void init() {
         home_ = std::make_unique<TempSettingsHome>();
         QVERIFY(home_->IsValid());
-        drivers_ = HandheldDrivers();
-        driversComplete_ = true;
+        ports_ = HandheldPorts();
+        portsComplete_ = true;
         ctrl_ = false;
-        previousSource_ = SetActiveDriverSource([this](std::vector<ActiveDriver>& out) {
-            out.insert(out.end(), drivers_.begin(), drivers_.end());
-            return driversComplete_;
+        previousSource_ = SetSerialPortSource([this](std::vector<SerialPort>& out) {
+            out.insert(out.end(), ports_.begin(), ports_.end());
+            return portsComplete_;
         });
         previousQuery_ = SetKeyboardModifierQuery(
             [this] { return ctrl_ ? Qt::KeyboardModifiers(Qt::ControlModifier) : Qt::NoModifier; });
     }
     void cleanup() {
-        SetActiveDriverSource(previousSource_);
+        SetSerialPortSource(previousSource_);
         SetKeyboardModifierQuery(previousQuery_);
         home_.reset();
     }
 
     void aFreshSettingsFileShowsTheDefaultsAndPreselectsCom3() {
         QVERIFY(!QFileInfo::exists(home_->SettingsFile()));
-        drivers_ = {Driver(u"COM1:", u"COM", u"Serial Cable on COM1:"),
-                    Driver(u"com3:", u"COM", u"Infrared Port")};
+        ports_ = {Port(u"COM1:", u"Serial Cable on COM1:"), Port(u"com3:", u"Infrared Port")};
         ConnectionDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDCANCEL), IDCANCEL);
         // Opening created the key.
@@ -101,7 +97,7 @@ class ConnectionDialogTest : public QObject {
         QVERIFY(Items(Combo(dialog)).contains("Infrared Port (COM3:)"));
     }
 
-    void aPrefixInLowerCaseIsListedAndTheListIsSorted() {
+    void theListIsSortedAndLeadsBackToThePortList() {
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(Items(Combo(dialog)),
@@ -276,7 +272,7 @@ class ConnectionDialogTest : public QObject {
 
     void aFailedEnumerationLeavesTheListEmptyAndOkWritesOnlyTheAddress() {
         ctrl_ = true;
-        driversComplete_ = false;
+        portsComplete_ = false;
         StoreString(kValueCommPort, u"COM9:");
         ConnectionDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDOK), IDOK);
@@ -288,15 +284,14 @@ class ConnectionDialogTest : public QObject {
 
     void noPortsAtAllStillOffersTheHiddenEntries() {
         ctrl_ = true;
-        drivers_.clear();
+        ports_.clear();
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(Items(Combo(dialog)), QStringList({"TCP", "(no communication)"}));
     }
 
     void whenSeveralEntriesMatchTheLastOneStaysSelected() {
-        drivers_ = {Driver(u"COM3:", u"COM", u"Zeta"), Driver(u"com3:", u"COM", u"Alpha"),
-                    Driver(u"COM1:", u"COM")};
+        ports_ = {Port(u"COM3:", u"Zeta"), Port(u"com3:", u"Alpha"), Port(u"COM1:")};
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         // The last matching entry of the list, wherever sorting put it.
@@ -305,7 +300,7 @@ class ConnectionDialogTest : public QObject {
     }
 
     void aComNameFindsTheDeviceItStandsFor() {
-        drivers_ = {Driver(u"/dev/ttyS0", u"COM", u"16550A"), Driver(u"/dev/ttyS2", u"COM")};
+        ports_ = {Port(u"/dev/ttyS0", u"16550A"), Port(u"/dev/ttyS2")};
         ConnectionDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDOK), IDOK);
         QCOMPARE(SelectedDevice(dialog), QString("/dev/ttyS2"));
@@ -384,10 +379,10 @@ class ConnectionDialogTest : public QObject {
 
   private:
     std::unique_ptr<TempSettingsHome> home_;
-    std::vector<ActiveDriver> drivers_;
-    bool driversComplete_ = true;
+    std::vector<SerialPort> ports_;
+    bool portsComplete_ = true;
     bool ctrl_ = false;
-    ActiveDriverSource previousSource_;
+    SerialPortSource previousSource_;
     KeyboardModifierQuery previousQuery_;
 };
 
