@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "settings/registry_key.h"
 
-#include <QByteArray>
 #include <QMap>
 #include <QSettings>
 #include <QString>
-#include <QStringList>
 #include <QVariant>
-#include <cstring>
+#include <vector>
 
 #ifndef _WIN32
 #include <fcntl.h>
@@ -46,8 +44,7 @@ bool IsSoftware(const std::u16string& part) {
 
 #ifndef _WIN32
 
-std::string ConfigHome(RegistryRoot root) {
-    if (root == RegistryRoot::kLocalMachine) return "/etc/xdg";
+std::string ConfigHome() {
     const char* xdg = std::getenv("XDG_CONFIG_HOME");
     if (xdg != nullptr && xdg[0] == '/') return xdg;
     const char* home = std::getenv("HOME");
@@ -90,10 +87,11 @@ std::string KeepDamagedCopy(const std::string& file) {
         for (ssize_t done = 0; done < got && ok;) {
             const ssize_t put = write(out, buffer + done, static_cast<std::size_t>(got - done));
             if (put < 0 && errno == EINTR) continue;
-            if (put <= 0)
+            if (put <= 0) {
                 ok = false;
-            else
+            } else {
                 done += put;
+            }
         }
     }
     if (ok && fsync(out) != 0) ok = false;
@@ -137,8 +135,7 @@ bool RepairDamagedFile(const std::string& file, std::string* damagedCopy) {
 RegistryKey::RegistryKey() = default;
 RegistryKey::~RegistryKey() = default;
 
-bool RegistryKey::Open(RegistryRoot root, std::u16string_view path, std::uint32_t /*access*/,
-                       bool create) {
+bool RegistryKey::Open(std::u16string_view path, bool create) {
     Close();
     const std::vector<std::u16string> parts = SplitPath(path);
     if (parts.size() < 3 || !IsSoftware(parts[0])) return false;
@@ -150,12 +147,10 @@ bool RegistryKey::Open(RegistryRoot root, std::u16string_view path, std::uint32_
         group += QString::fromStdU16String(parts[i]);
     }
 #ifdef _WIN32
-    auto settings = std::make_unique<QSettings>(
-        QSettings::NativeFormat,
-        root == RegistryRoot::kLocalMachine ? QSettings::SystemScope : QSettings::UserScope,
-        organisation, application);
+    auto settings = std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
+                                                organisation, application);
 #else
-    const std::string home = ConfigHome(root);
+    const std::string home = ConfigHome();
     if (home.empty()) return false;
     const std::string dir = home + "/" + organisation.toStdString();
     const std::string file = dir + "/" + application.toStdString() + ".ini";
@@ -246,31 +241,6 @@ std::uint32_t RegistryKey::ReadDword(std::u16string_view name, std::uint32_t def
         default:
             return defaultValue;
     }
-}
-
-std::uint32_t RegistryKey::ReadBinary(std::u16string_view name, void* buffer, std::uint32_t size) {
-    if (!settings_) return kRegInvalidHandle;
-    settings_->sync();
-    const QVariant value = settings_->value(ToQ(name));
-    if (!value.isValid()) return kRegFileNotFound;
-    if (value.typeId() != QMetaType::QByteArray) return kRegBadKey;
-    const QByteArray bytes = value.toByteArray();
-    if (static_cast<std::uint64_t>(bytes.size()) > size) return kRegMoreData;
-    if (!bytes.isEmpty())
-        std::memcpy(buffer, bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    return kRegSuccess;
-}
-
-std::uint32_t RegistryKey::EnumerateSubkeys(std::vector<std::u16string>& names) {
-    if (!settings_) return kRegInvalidHandle;
-    settings_->sync();
-    const QStringList groups = settings_->childGroups();
-    for (const QString& group : groups) {
-        // The enumeration hands names over in a buffer of 64 characters.
-        if (group.size() >= 64) return kRegMoreData;
-        names.push_back(group.toStdU16String());
-    }
-    return kRegSuccess;
 }
 
 std::uint32_t RegistryKey::WriteString(std::u16string_view name, std::u16string_view text) {

@@ -2,10 +2,11 @@
 // RegistryKey: one open settings key, read and written value by value.
 //
 // A key path "Software\<Organisation>\<Application>[\<Group>...]" maps to the QSettings of that
-// organisation and application, inside the group made of the remaining parts. Outside Windows
-// the values live in an INI file, "<config home>/<Organisation>/<Application>.ini" (config
-// home: $XDG_CONFIG_HOME, else ~/.config; /etc/xdg for the machine root), created with mode
-// 0600 in a folder created with mode 0700. On Windows they are the registry key itself.
+// organisation and application, inside the group made of the remaining parts; the key belongs to
+// the current user. Outside Windows the values live in an INI file,
+// "<config home>/<Organisation>/<Application>.ini" (config home: $XDG_CONFIG_HOME, else
+// ~/.config), created with mode 0600 in a folder created with mode 0700. On Windows they are the
+// registry key itself.
 //
 // Nothing is cached: every read first takes the file's current contents, every write is
 // written out before the call returns. An INI file keeps no value types, so a DWORD is read
@@ -18,23 +19,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 class QSettings;
 
-enum class RegistryRoot { kCurrentUser, kLocalMachine };
-
-// Results, in the platform's numbering.
+// Results of the writes, in the platform's numbering.
 constexpr std::uint32_t kRegSuccess = 0;
-constexpr std::uint32_t kRegFileNotFound = 2;   // no such value
 constexpr std::uint32_t kRegAccessDenied = 5;   // the file could not be written
 constexpr std::uint32_t kRegInvalidHandle = 6;  // the key is not open
-constexpr std::uint32_t kRegMoreData = 234;     // the value is larger than the buffer
-constexpr std::uint32_t kRegNoMoreItems = 259;
-constexpr std::uint32_t kRegBadKey = 1010;    // the value has another type
-constexpr std::uint32_t kRegWriteFault = 29;  // the settings file is unusable
-
-constexpr std::uint32_t kKeyAllAccess = 0xF003F;
 
 class RegistryKey {
   public:
@@ -43,11 +34,10 @@ class RegistryKey {
     RegistryKey(const RegistryKey&) = delete;
     RegistryKey& operator=(const RegistryKey&) = delete;
 
-    // Closes any open key, then opens `path` under `root`; when it does not exist and `create`
-    // is set, creates it. False when both fail (or when it does not exist and `create` is
-    // clear). `access` is accepted for the callers' sake; every open key is readable and
-    // writable.
-    bool Open(RegistryRoot root, std::u16string_view path, std::uint32_t access, bool create);
+    // Closes any open key, then opens `path`; when it does not exist and `create` is set,
+    // creates it. False when both fail (or when it does not exist and `create` is clear). An
+    // open key is readable and writable.
+    bool Open(std::u16string_view path, bool create);
     bool IsOpen() const { return settings_ != nullptr; }
     // 0, also when nothing is open.
     std::uint32_t Close();
@@ -59,11 +49,6 @@ class RegistryKey {
                                const char16_t* defaultValue);
     // The stored number, or `defaultValue` when absent or not a 32-bit number.
     std::uint32_t ReadDword(std::u16string_view name, std::uint32_t defaultValue);
-    // Binary data of at most `size` bytes into `buffer`; 0 or an error code.
-    std::uint32_t ReadBinary(std::u16string_view name, void* buffer, std::uint32_t size);
-    // Appends the names of the key's sub-keys; 0 when it ran to the end, else the error that
-    // stopped it (a name of 64 characters or more stops it with kRegMoreData).
-    std::uint32_t EnumerateSubkeys(std::vector<std::u16string>& names);
 
     std::uint32_t WriteString(std::u16string_view name, std::u16string_view text);
     std::uint32_t WriteDword(std::u16string_view name, std::uint32_t value);

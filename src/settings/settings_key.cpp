@@ -21,7 +21,7 @@ const SettingInfo* FindSetting(std::u16string_view name) {
 }
 
 bool OpenSettings(RegistryKey& key) {
-    return key.Open(RegistryRoot::kCurrentUser, kSettingsKeyPath, kKeyAllAccess, true);
+    return key.Open(kSettingsKeyPath, true);
 }
 
 std::u16string ReadSettingString(RegistryKey& key, const SettingInfo& setting) {

@@ -21,16 +21,21 @@ namespace {
 
 class TestFrame : public FrameWindowBase {
   public:
-    bool OnFrameCommand(int id) override {
-        frameCommands.push_back(id);
-        return true;
+    // The frame handles "Reply" (40069) and records it.
+    TestFrame() {
+        AddCommand(40069, [this] { frameCommands.push_back(40069); });
     }
     std::vector<int> frameCommands;
 };
 
 class TestPage : public DialogBase {
   public:
-    explicit TestPage(int templateId = 109) : DialogBase(templateId) {}
+    // The page handles "New" (a button of its menu bar) and "Delete" (an item) itself.
+    explicit TestPage(int templateId = 109) : DialogBase(templateId) {
+        AddCommand(40044, [this] { ++news; });
+        AddCommand(40068, [this] { ++deletes; });
+    }
+    int news = 0, deletes = 0;
     bool initOk = true;
     int inits = 0, activations = 0, ends = 0, refreshes = 0, lastEnd = -1;
     QSize lastLayout;
@@ -171,6 +176,62 @@ class DialogBaseTest : public QObject {
         };
         page.RunPage(nullptr);
         QCOMPARE(command, 40069);
+    }
+
+    void commandsAreActionsNamedByTheirIdentifiers() {
+        TestPage page;
+        for (int id : {IDOK, IDCANCEL, 40044, 40068}) {
+            QAction* command = page.Command(id);
+            QVERIFY(command != nullptr);
+            QCOMPARE(command->objectName(), QString::number(id));
+            QCOMPARE(FindCommand(&page, id), command);
+        }
+        // Reply is not the page's: it is the frame's.
+        QVERIFY(page.Command(40069) == nullptr);
+        QVERIFY(frame->Command(40069) != nullptr);
+        page.onShown = [&] {
+            page.SendCommand(40068);
+            QCOMPARE(page.deletes, 1);
+            // Nobody handles 40070: nothing happens.
+            page.SendCommand(40070);
+            QVERIFY(page.IsRunning());
+            QVERIFY(frame->frameCommands.empty());
+            // Cancel is a command like any other; the default ends the dialog.
+            page.Command(IDCANCEL)->trigger();
+        };
+        QCOMPARE(page.RunPage(nullptr), IDCANCEL);
+    }
+
+    void menuEntriesFollowTheirCommands() {
+        TestPage page;
+        page.onShown = [&] {
+            MenuBar* bar = page.Bar();
+            QVERIFY(bar != nullptr);
+            auto* newButton = bar->EntryButton(40044);
+            QVERIFY(newButton != nullptr);
+            QAction* deleteItem = bar->PopupOf(40014)->actions()[0];
+            QCOMPARE(deleteItem->objectName(), QStringLiteral("40068"));
+            newButton->click();
+            deleteItem->trigger();
+            QCOMPARE(page.news, 1);
+            QCOMPARE(page.deletes, 1);
+            // A disabled command disables its entries, and they do nothing.
+            page.Command(40044)->setEnabled(false);
+            page.Command(40068)->setEnabled(false);
+            QVERIFY(!newButton->isEnabled());
+            QVERIFY(!deleteItem->isEnabled());
+            deleteItem->trigger();
+            page.SendCommand(40068);
+            QCOMPARE(page.deletes, 1);
+            page.Command(40068)->setEnabled(true);
+            QVERIFY(deleteItem->isEnabled());
+            page.EndDialog(IDOK);
+        };
+        page.RunPage(nullptr);
+        // A menu bar made again takes the commands' state as it is.
+        page.Command(40044)->setEnabled(false);
+        page.OnActivate();
+        QVERIFY(!page.Bar()->EntryButton(40044)->isEnabled());
     }
 
     void pageFollowsTheFrameSize() {

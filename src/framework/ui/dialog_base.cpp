@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "framework/ui/dialog_base.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
@@ -13,6 +14,32 @@
 
 namespace {
 QPointer<FrameWindowBase> g_frame;
+}
+
+namespace {
+
+QString CommandName(int id) {
+    return QString::number(id);
+}
+
+// A new command `id` of `window`, replacing one it had under that identifier.
+QAction* MakeCommand(QObject* window, int id) {
+    delete FindCommand(window, id);
+    auto* action = new QAction(window);
+    action->setObjectName(CommandName(id));
+    action->setData(id);
+    return action;
+}
+
+}  // namespace
+
+QAction* FindCommand(const QObject* window, int id) {
+    if (window == nullptr) return nullptr;
+    return window->findChild<QAction*>(CommandName(id), Qt::FindDirectChildrenOnly);
+}
+
+QAction* FrameWindowBase::NewCommand(int id) {
+    return MakeCommand(this, id);
 }
 
 void FrameWindowBase::SetInstance(FrameWindowBase* frame) {
@@ -29,6 +56,8 @@ DialogBase::DialogBase(int templateId, QWidget* parent) : QWidget(parent), templ
     pal.setColor(QPalette::Window, Qt::white);
     setPalette(pal);
     hide();
+    AddCommand(IDOK, [this] { Accept(); });
+    AddCommand(IDCANCEL, [this] { Reject(); });
 }
 
 DialogBase::~DialogBase() {
@@ -52,9 +81,27 @@ bool DialogBase::EnsureCreated() {
     return true;
 }
 
+QAction* DialogBase::NewCommand(int id) {
+    return MakeCommand(this, id);
+}
+
+QAction* DialogBase::CommandOrFrameCommand(int id) const {
+    if (QAction* own = Command(id)) return own;
+    if (const FrameWindowBase* frame = FrameWindowBase::Instance()) return frame->Command(id);
+    return nullptr;
+}
+
+void DialogBase::SendCommand(int id) {
+    if (QAction* command = CommandOrFrameCommand(id)) command->trigger();
+}
+
+void DialogBase::ConnectButton(QAbstractButton* button, int id) {
+    connect(button, &QAbstractButton::clicked, this, [this, id] { SendCommand(id); });
+}
+
 void DialogBase::CreateMenuBar(const MenuBarDef& def) {
     DestroyMenuBar();
-    menuBar_ = new MenuBar(this, def, [this](int id) { OnCommand(id, 0); });
+    menuBar_ = new MenuBar(this, def, [this](int id) { return CommandOrFrameCommand(id); });
     menuBar_->show();
     RelayOut();
 }
@@ -191,15 +238,6 @@ int DialogBase::RunModal(QWidget* owner) {
     return result_;
 }
 
-bool DialogBase::OnCommand(int id, int) {
-    if (id == IDOK || id == IDCANCEL) {
-        EndDialog(id);
-        return true;
-    }
-    if (auto* frame = FrameWindowBase::Instance()) return frame->OnFrameCommand(id);
-    return false;
-}
-
 bool DialogBase::OnAppMessage(std::uint32_t, std::uintptr_t, std::intptr_t) {
     return false;
 }
@@ -217,7 +255,7 @@ void DialogBase::closeEvent(QCloseEvent* event) {
     // Closing a modal dialog's window is its Cancel.
     if (running_) {
         event->ignore();
-        OnCommand(IDCANCEL, 0);
+        SendCommand(IDCANCEL);
         return;
     }
     QWidget::closeEvent(event);
@@ -229,7 +267,7 @@ void DialogBase::keyPressEvent(QKeyEvent* event) {
         return;
     }
     if (event->key() == Qt::Key_Escape && running_) {
-        OnCommand(IDCANCEL, 0);
+        SendCommand(IDCANCEL);
         return;
     }
     // Return presses the button that has the focus (a field that takes Return keeps it).

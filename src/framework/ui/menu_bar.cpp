@@ -7,8 +7,21 @@
 #include <QPainter>
 #include <QToolButton>
 
-MenuBar::MenuBar(QWidget* parent, const MenuBarDef& def, std::function<void(int)> onCommand)
-    : QWidget(parent), onCommand_(std::move(onCommand)) {
+template <typename Control, typename Signal>
+void MenuBar::Bind(Control* control, Signal trigger, int id) {
+    // The command is looked up when it is chosen, so that one added after the bar was made is
+    // found too.
+    connect(control, trigger, this, [this, id] {
+        if (QAction* command = command_ ? command_(id) : nullptr) command->trigger();
+    });
+    if (QAction* command = command_ ? command_(id) : nullptr) {
+        control->setEnabled(command->isEnabled());
+        connect(command, &QAction::enabledChanged, control, &Control::setEnabled);
+    }
+}
+
+MenuBar::MenuBar(QWidget* parent, const MenuBarDef& def, CommandLookup command)
+    : QWidget(parent), command_(std::move(command)) {
     setObjectName(QStringLiteral("menuBar"));
     setFixedHeight(kHeight);
     auto* layout = new QHBoxLayout(this);
@@ -21,10 +34,7 @@ MenuBar::MenuBar(QWidget* parent, const MenuBarDef& def, std::function<void(int)
         button->setAutoRaise(true);
         button->setToolButtonStyle(Qt::ToolButtonTextOnly);
         if (entry.popup.empty()) {
-            const int id = entry.id;
-            connect(button, &QToolButton::clicked, this, [this, id] {
-                if (onCommand_) onCommand_(id);
-            });
+            Bind(button, &QToolButton::clicked, entry.id);
         } else {
             auto* menu = new QMenu(button);
             menu->setObjectName(QString::number(entry.id));
@@ -36,10 +46,7 @@ MenuBar::MenuBar(QWidget* parent, const MenuBarDef& def, std::function<void(int)
                 QAction* action = menu->addAction(item.label);
                 action->setObjectName(QString::number(item.id));
                 action->setData(item.id);
-                const int id = item.id;
-                connect(action, &QAction::triggered, this, [this, id] {
-                    if (onCommand_) onCommand_(id);
-                });
+                Bind(action, &QAction::triggered, item.id);
             }
             button->setMenu(menu);
             button->setPopupMode(QToolButton::InstantPopup);
@@ -50,17 +57,15 @@ MenuBar::MenuBar(QWidget* parent, const MenuBarDef& def, std::function<void(int)
     layout->addStretch(1);
 }
 
+QToolButton* MenuBar::EntryButton(int entryId) const {
+    return findChild<QToolButton*>(QString::number(entryId), Qt::FindDirectChildrenOnly);
+}
+
 QMenu* MenuBar::PopupOf(int entryId) const {
     for (const auto& [id, menu] : popups_) {
         if (id == entryId) return menu;
     }
     return nullptr;
-}
-
-void MenuBar::SetEnabled(int id, bool enabled) {
-    const QString name = QString::number(id);
-    for (auto* button : findChildren<QToolButton*>(name)) button->setEnabled(enabled);
-    for (auto* action : findChildren<QAction*>(name)) action->setEnabled(enabled);
 }
 
 void MenuBar::paintEvent(QPaintEvent*) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The menu bar of a page: a bar of buttons and drop-down menus drawn along the bottom of the
-// page. An entry is either a button that sends its command at once or a drop-down whose items
-// send theirs.
+// page. An entry is either a button that triggers its command at once or a drop-down whose items
+// trigger theirs. The commands are the page's actions (dialog_base.h); an entry or item is
+// enabled as long as its command is.
 #pragma once
 
 #include <QString>
@@ -9,8 +10,10 @@
 #include <functional>
 #include <vector>
 
+class QAction;
 class QHBoxLayout;
 class QMenu;
+class QToolButton;
 
 struct MenuItemDef {
     int id = 0;  // 0 = separator
@@ -30,17 +33,26 @@ class MenuBar : public QWidget {
   public:
     static constexpr int kHeight = 26;
 
-    MenuBar(QWidget* parent, const MenuBarDef& def, std::function<void(int)> onCommand);
+    // `command` finds the action that an entry's or an item's identifier stands for (null when
+    // nothing handles it: the entry then does nothing).
+    using CommandLookup = std::function<QAction*(int id)>;
 
-    // The drop-down menu of an entry (null for a button entry), for tests and for the manual.
+    MenuBar(QWidget* parent, const MenuBarDef& def, CommandLookup command);
+
+    // The button of an entry, and the drop-down menu of an entry (null for a button entry),
+    // for tests and for the manual.
+    QToolButton* EntryButton(int entryId) const;
     QMenu* PopupOf(int entryId) const;
-    // Enables or disables every entry and item with this id.
-    void SetEnabled(int id, bool enabled);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    std::function<void(int)> onCommand_;
+    // Makes `trigger` (a button's click or an item's action) trigger command `id`, and follow
+    // its enabled state.
+    template <typename Control, typename Signal>
+    void Bind(Control* control, Signal trigger, int id);
+
+    CommandLookup command_;
     std::vector<std::pair<int, QMenu*>> popups_;
 };

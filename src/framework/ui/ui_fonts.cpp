@@ -5,15 +5,24 @@
 
 namespace {
 
-std::array<QFont, 4>& Fonts() {
-    static std::array<QFont, 4> fonts;
+// The published fonts, then the two dialog fonts.
+constexpr std::size_t kDialog = 4;
+constexpr std::size_t kDialogPixels = 5;
+
+std::array<QFont, 6>& Fonts() {
+    static std::array<QFont, 6> fonts;
     return fonts;
 }
 bool g_created = false;
 
-QFont Make(int pixelHeight, bool bold, bool italic) {
+QFont Tahoma() {
     QFont f(QStringLiteral("Tahoma"));
     f.setStyleHint(QFont::SansSerif);
+    return f;
+}
+
+QFont Published(int pixelHeight, bool bold, bool italic) {
+    QFont f = Tahoma();
     f.setPixelSize(pixelHeight);
     // Weight 800 on a 100-900 scale.
     f.setWeight(bold ? QFont::ExtraBold : QFont::Normal);
@@ -26,14 +35,28 @@ QFont Make(int pixelHeight, bool bold, bool italic) {
 void CreateUiFonts() {
     if (g_created) return;
     auto& f = Fonts();
-    f[0] = Make(13, true, false);
-    f[1] = Make(15, true, false);
-    f[2] = Make(15, false, true);
-    f[3] = Make(17, true, false);
+    f[0] = Published(13, true, false);
+    f[1] = Published(15, true, false);
+    f[2] = Published(15, false, true);
+    f[3] = Published(17, true, false);
+    f[kDialog] = Tahoma();
+    f[kDialog].setPointSize(9);
+    f[kDialogPixels] = Tahoma();
+    f[kDialogPixels].setPixelSize(12);
     g_created = true;
 }
 
 const QFont& GetUiFont(UiFont which) {
     CreateUiFonts();
-    return Fonts()[static_cast<int>(which)];
+    return Fonts()[static_cast<std::size_t>(which)];
+}
+
+const QFont& DialogFont() {
+    CreateUiFonts();
+    return Fonts()[kDialog];
+}
+
+const QFont& DialogPixelFont() {
+    CreateUiFonts();
+    return Fonts()[kDialogPixels];
 }

@@ -8,8 +8,9 @@
 #include <QTreeView>
 
 #include "common/text_convert.h"
-#include "message_ui/ui/dialog_units.h"
-#include "message_ui/ui/drawn_controls.h"
+#include "framework/ui/dialog_units.h"
+#include "framework/ui/drawn_controls.h"
+#include "framework/ui/ui_fonts.h"
 #include "settings/settings_key.h"
 
 namespace {
@@ -96,8 +97,8 @@ bool ContactPickerDialog::OnInitDialog() {
     cancel_ = new QPushButton(QStringLiteral("Cancel"), this);
     cancel_->setObjectName(QString::number(IDCANCEL));
     cancel_->setGeometry(du.Rect(49, 112, 37, 14));
-    connect(ok_, &QPushButton::clicked, this, [this] { OnCommand(IDOK, 0); });
-    connect(cancel_, &QPushButton::clicked, this, [this] { OnCommand(IDCANCEL, 0); });
+    ConnectButton(ok_, IDOK);
+    ConnectButton(cancel_, IDCANCEL);
 
     list_ = new QTreeView(this);
     list_->setObjectName(QString::number(kIdcContactList));
@@ -115,7 +116,7 @@ bool ContactPickerDialog::OnInitDialog() {
     // Each column takes half of the list's width, whatever the width becomes.
     list_->header()->setSectionResizeMode(QHeaderView::Stretch);
     list_->installEventFilter(this);
-    connect(list_, &QTreeView::doubleClicked, this, [this] { OnCommand(IDOK, 0); });
+    connect(list_, &QTreeView::doubleClicked, this, [this] { SendCommand(IDOK); });
 
     caption_ = new QLabel(QStringLiteral("Select a contact"), this);
     caption_->setObjectName(QString::number(kIdcCaption));
@@ -146,23 +147,15 @@ void ContactPickerDialog::Layout(int w, int h) {
     }
 }
 
-bool ContactPickerDialog::OnCommand(int id, int notifyCode) {
-    if (id == IDOK) {
-        TakeSelection();
-        return true;
-    }
-    if (id == IDCANCEL) {
-        EndDialog(IDCANCEL);
-        return true;
-    }
-    return DialogBase::OnCommand(id, notifyCode);
+void ContactPickerDialog::Accept() {
+    TakeSelection();
 }
 
 bool ContactPickerDialog::eventFilter(QObject* watched, QEvent* event) {
     if (watched == list_ && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-            OnCommand(IDOK, 0);
+            SendCommand(IDOK);
             return true;
         }
     }

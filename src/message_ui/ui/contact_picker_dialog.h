@@ -82,7 +82,8 @@ class ContactPickerDialog : public DialogBase {
   protected:
     bool OnInitDialog() override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // OK, also from Return and a double tap: TakeSelection.
+    void Accept() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:

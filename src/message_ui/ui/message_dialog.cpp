@@ -11,14 +11,14 @@
 #include <QTimer>
 #include <vector>
 
-#include "framework/ui/app_event.h"
+#include "framework/ui/dialog_units.h"
+#include "framework/ui/drawn_controls.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
+#include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
 #include "message_ui/ui/contact_picker_dialog.h"
-#include "message_ui/ui/dialog_units.h"
-#include "message_ui/ui/drawn_controls.h"
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
@@ -83,6 +83,7 @@ struct Placement {
 MessageDialog::MessageDialog(SmsMessage& message, QWidget* parent)
     : DialogBase(kTemplateId, parent), message_(message) {
     setFont(DialogFont());
+    AddCommands();
 }
 
 MessageDialog::~MessageDialog() = default;
@@ -105,7 +106,7 @@ void MessageDialog::CreateControls() {
         auto* b = new QPushButton(QString::fromLatin1(label), this);
         b->setObjectName(QString::number(id));
         b->setAutoDefault(false);
-        connect(b, &QPushButton::clicked, this, [this, id] { OnCommand(id, 0); });
+        ConnectButton(b, id);
         return b;
     };
     auto label = [this](int id, const char* text) {
@@ -162,17 +163,14 @@ void MessageDialog::CreateControls() {
 
     connect(text_, &QPlainTextEdit::textChanged, this, [this] { UpdateCounter(); });
     for (RecentComboBox* combo : {nameCombo_, numberCombo_}) {
-        const int id = combo == nameCombo_ ? kIdNameCombo : kIdNumberCombo;
         // The split waits for the event loop: the combo box's edit shows the chosen entry only
         // once the choice has been handled, and the split must act on that text.
-        connect(combo, &RecentComboBox::entryChosen, this, [this, combo, id] {
-            PostAppMessage(this, kMsgSplitChosen, static_cast<std::uintptr_t>(id),
-                           reinterpret_cast<std::intptr_t>(combo));
-        });
-        connect(combo, &RecentComboBox::choiceAbandoned, this, [this, combo, id] {
-            PostAppMessage(this, kMsgSplitAbandoned, static_cast<std::uintptr_t>(id),
-                           reinterpret_cast<std::intptr_t>(combo));
-        });
+        connect(
+            combo, &RecentComboBox::entryChosen, this, [this, combo] { SplitRecent(combo, true); },
+            Qt::QueuedConnection);
+        connect(
+            combo, &RecentComboBox::choiceAbandoned, this,
+            [this, combo] { SplitRecent(combo, false); }, Qt::QueuedConnection);
     }
     editTarget_ = new EditTarget(this);
 }
@@ -390,66 +388,55 @@ void MessageDialog::UpdateCounter() {
 
 // --- commands ----------------------------------------------------------------------------
 
-bool MessageDialog::OnCommand(int id, int notifyCode) {
-    if (IsEditCommand(id)) {
-        QWidget* field = editTarget_ != nullptr ? editTarget_->Field() : nullptr;
-        ApplyEditCommand(field != nullptr ? field : text_, id);
-        return true;
-    }
-    switch (id) {
-        case kIdSend:
-        case kIdSendAgain:
-            if (!readOnly_) Send();
-            return true;
-        case kIdOutbox:
-            if (!readOnly_) SaveTo(kFolderOutbox);
-            return true;
-        case kIdDraft:
-            if (!readOnly_) SaveTo(kFolderDraft);
-            return true;
-        case IDOK:
-            if (readOnly_) {
-                EndDialog(IDCANCEL);
-            } else if (CollectFields() == Collected::kEmpty) {
-                EndDialog(IDCANCEL);
-            } else {
-                StoreAndEnd();
-            }
-            return true;
-        case IDCANCEL:
-            EndDialog(IDCANCEL);
-            return true;
-        case kIdReply:
-            if (readOnly_) Reply(true);
-            return true;
-        case kIdForward:
-            if (readOnly_) Reply(false);
-            return true;
-        case kIdDelete:
-            if (readOnly_) Delete();
-            return true;
-        case kIdName:
-            if (!readOnly_) PickContact();
-            return true;
-        case kCmdConnection:
-            RunConnectionDialog();
-            return true;
-        case kCmdPreferences:
-            RunPreferencesDialog();
-            return true;
-        default:
-            return DialogBase::OnCommand(id, notifyCode);
+void MessageDialog::AddCommands() {
+    // Each button acts only in its own mode.
+    AddCommand(kIdSend, [this] {
+        if (!readOnly_) Send();
+    });
+    AddCommand(kIdSendAgain, [this] {
+        if (!readOnly_) Send();
+    });
+    AddCommand(kIdOutbox, [this] {
+        if (!readOnly_) SaveTo(kFolderOutbox);
+    });
+    AddCommand(kIdDraft, [this] {
+        if (!readOnly_) SaveTo(kFolderDraft);
+    });
+    AddCommand(kIdReply, [this] {
+        if (readOnly_) Reply(true);
+    });
+    AddCommand(kIdForward, [this] {
+        if (readOnly_) Reply(false);
+    });
+    AddCommand(kIdDelete, [this] {
+        if (readOnly_) Delete();
+    });
+    AddCommand(kIdName, [this] {
+        if (!readOnly_) PickContact();
+    });
+    AddCommand(kCmdConnection, [this] { RunConnectionDialog(); });
+    AddCommand(kCmdPreferences, [this] { RunPreferencesDialog(); });
+    // The Edit menu acts on the field that last had the focus, else on the text.
+    for (int id : {kIdEditCut, kIdEditCopy, kIdEditPaste, kIdEditClear, kIdEditSelectAll}) {
+        AddCommand(id, [this, id] {
+            QWidget* field = editTarget_ != nullptr ? editTarget_->Field() : nullptr;
+            ApplyEditCommand(field != nullptr ? field : text_, id);
+        });
     }
 }
 
-bool MessageDialog::OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t) {
-    if (message != kMsgSplitChosen && message != kMsgSplitAbandoned) return false;
-    if (!readOnly_) SplitRecent(static_cast<int>(wParam), message == kMsgSplitChosen);
-    return true;
+void MessageDialog::Accept() {
+    if (readOnly_) {
+        EndDialog(IDCANCEL);
+    } else if (CollectFields() == Collected::kEmpty) {
+        EndDialog(IDCANCEL);
+    } else {
+        StoreAndEnd();
+    }
 }
 
-void MessageDialog::SplitRecent(int comboId, bool chosen) {
-    RecentComboBox* combo = comboId == kIdNumberCombo ? numberCombo_ : nameCombo_;
+void MessageDialog::SplitRecent(RecentComboBox* combo, bool chosen) {
+    if (readOnly_) return;
     RecentRecipient entry;
     // A number entry reads "number (name)" and splits at the first " ("; a name entry reads
     // "name (number)" and splits at the last, so that a name may itself hold " (".

@@ -62,10 +62,6 @@ class MessageDialog : public DialogBase {
     static constexpr int kCmdOptionsMenu = 40004;
     static constexpr int kCmdConnection = 40065;
     static constexpr int kCmdPreferences = 40066;
-    // Messages the dialog posts to itself when a recent recipient was chosen from a list
-    // (wParam: the combo box's identifier, lParam: the combo box) or the list was left.
-    static constexpr std::uint32_t kMsgSplitChosen = 0x8001;
-    static constexpr std::uint32_t kMsgSplitAbandoned = 0x8002;
     // The fixed length of one message and the limit of the date line.
     static constexpr unsigned kMaxChars = 160;
     static constexpr std::size_t kDateLineLimit = 80;
@@ -119,8 +115,9 @@ class MessageDialog : public DialogBase {
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
-    bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
+    // OK: read mode ends with IDCANCEL; compose mode collects the fields and ends with IDCANCEL
+    // when all are empty, else stores the message and ends with IDOK.
+    void Accept() override;
     void keyPressEvent(QKeyEvent* event) override;
 
     // The screens the dialog opens over itself. The picker returns IDOK with the contact's
@@ -134,6 +131,7 @@ class MessageDialog : public DialogBase {
   private:
     enum class Collected { kEmpty, kFilled };
 
+    void AddCommands();
     void CreateControls();
     void FillFields();
     void FillRecentLists();
@@ -152,7 +150,9 @@ class MessageDialog : public DialogBase {
     void Reply(bool reply);
     void Delete();
     void PickContact();
-    void SplitRecent(int comboId, bool chosen);
+    // A recent recipient was chosen from `combo` (or its list was left): its entry is split into
+    // name and number.
+    void SplitRecent(RecentComboBox* combo, bool chosen);
     void MarkReadOnOpening();
 
     SmsMessage& message_;

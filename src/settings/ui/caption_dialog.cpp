@@ -5,8 +5,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "framework/ui/drawn_controls.h"
 #include "framework/ui/ui_fonts.h"
-#include "message_ui/ui/drawn_controls.h"
 
 CaptionDialog::CaptionDialog(int templateId, const QString& title, QWidget* parent)
     : DialogBase(templateId, parent), units_(DialogFont()) {
@@ -31,7 +31,7 @@ void CaptionDialog::FitToText(QWidget* control) {
 }
 
 void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
-    caption_ = AddControl<QLabel>(1019, x, y, w, h);
+    caption_ = AddControl<QLabel>(kIdCaption, x, y, w, h);
     caption_->setText(windowTitle());
     // The caption is drawn in the bold face, which needs its own line height, and, where the
     // system substitutes a wider face for the template's, more width than the template gives.
@@ -42,8 +42,8 @@ void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
     ok_->setText(QStringLiteral("OK"));
     cancel_ = AddControl<QPushButton>(IDCANCEL, 0, 0, 16, 12);
     cancel_->setText(QStringLiteral("Cancel"));
-    connect(ok_, &QPushButton::clicked, this, [this] { SendCommand(IDOK); });
-    connect(cancel_, &QPushButton::clicked, this, [this] { SendCommand(IDCANCEL); });
+    ConnectButton(ok_, IDOK);
+    ConnectButton(cancel_, IDCANCEL);
     // Blue caption text; the buttons become image buttons of their bitmaps' size.
     SetupCaption(this, caption_, ok_, cancel_);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the connection and preferences dialogs share: a full-screen page in the template font,
 // with the blue caption 1019 along the top and the OK (1) and Cancel (2) image buttons at its
-// right end (the drawn controls of message_ui), and the ordered writes that OK applies to the
+// right end (the framework's drawn controls), and the ordered writes that OK applies to the
 // settings key.
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "framework/ui/dialog_base.h"
-#include "message_ui/ui/dialog_units.h"
+#include "framework/ui/dialog_units.h"
 #include "settings/registry_key.h"
 
 class QLabel;
@@ -34,6 +34,9 @@ void ApplySettingWrites(RegistryKey& key, const std::vector<SettingWrite>& write
 class CaptionDialog : public DialogBase {
     Q_OBJECT
   public:
+    // The caption; the OK and Cancel buttons are IDOK and IDCANCEL.
+    static constexpr int kIdCaption = 1019;
+
     CaptionDialog(int templateId, const QString& title, QWidget* parent = nullptr);
 
     const DialogUnits& Units() const { return units_; }
@@ -41,7 +44,7 @@ class CaptionDialog : public DialogBase {
 
   protected:
     // Creates the caption 1019 at (x, y, w, h) dialog units, and the OK and Cancel buttons,
-    // which end the dialog through OnCommand.
+    // which trigger the commands IDOK and IDCANCEL (Accept and Reject).
     void CreateCaption(int x, int y, int w, int h);
     // Moves the caption buttons to the right end of the caption line of a dialog `w` wide.
     void PlaceCaptionButtons(int w, int h);

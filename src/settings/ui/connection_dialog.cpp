@@ -55,8 +55,8 @@ bool ConnectionDialog::OnInitDialog() {
     addressLabel_->hide();
     address_ = AddControl<QLineEdit>(kIdAddressEdit, 6, 74, 92, 12);
     address_->hide();
-    connect(combo_, &QComboBox::activated, this,
-            [this](int) { OnCommand(kIdPortCombo, kCbnSelEndOk); });
+    // A choice made shows or hides the address field.
+    connect(combo_, &QComboBox::activated, this, [this](int) { ShowAddressField(); });
 
     // Opening creates the key where there was none; the dialog then shows the defaults.
     OpenSettings(key_);
@@ -126,21 +126,9 @@ std::vector<SettingWrite> ConnectionDialog::PendingWrites() const {
     return writes;
 }
 
-bool ConnectionDialog::OnCommand(int id, int notifyCode) {
-    switch (id) {
-        case IDOK:
-            ApplySettingWrites(key_, PendingWrites());
-            EndDialog(IDOK);
-            return true;
-        case IDCANCEL:
-            EndDialog(IDCANCEL);
-            return true;
-        case kIdPortCombo:
-            if (notifyCode == kCbnSelEndOk) ShowAddressField();
-            return true;
-        default:
-            return CaptionDialog::OnCommand(id, notifyCode);
-    }
+void ConnectionDialog::Accept() {
+    ApplySettingWrites(key_, PendingWrites());
+    EndDialog(IDOK);
 }
 
 void ConnectionDialog::Layout(int w, int h) {

@@ -27,14 +27,11 @@ class ConnectionDialog : public CaptionDialog {
     Q_OBJECT
   public:
     static constexpr int kTemplateId = 119;
-    // Controls.
-    static constexpr int kIdCaption = 1019;
+    // Controls (and the caption, kIdCaption).
     static constexpr int kIdConnectionLabel = 1027;
     static constexpr int kIdPortCombo = 1026;
     static constexpr int kIdAddressLabel = 1038;
     static constexpr int kIdAddressEdit = 1039;
-    // The combo box's "selection made" notification.
-    static constexpr int kCbnSelEndOk = 9;
     // Where the label "Connection:" sits after every size change, and the gap to the combo box.
     static constexpr int kLabelLeft = 8;
     static constexpr int kLabelTop = 33;
@@ -60,7 +57,8 @@ class ConnectionDialog : public CaptionDialog {
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override { return {}; }  // menu bar 127: empty
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // OK writes the settings and ends with IDOK.
+    void Accept() override;
 
   private:
     void FillPortCombo();

@@ -8,8 +8,8 @@
 
 namespace {
 
-ActiveDriverSource& Source() {
-    static ActiveDriverSource source;
+SerialPortSource& Source() {
+    static SerialPortSource source;
     return source;
 }
 
@@ -23,11 +23,6 @@ bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {
         if (Upper(a[i]) != Upper(b[i])) return false;
     }
     return true;
-}
-
-bool IsSerialPrefix(const std::optional<std::u16string>& prefix) {
-    return prefix.has_value() && prefix->size() >= 3 &&
-           EqualIgnoringCase(std::u16string_view(*prefix).substr(0, 3), u"COM");
 }
 
 // The device path a port name stands for, or empty when it names no serial device.
@@ -45,24 +40,22 @@ std::string DevicePath(std::u16string_view name) {
 
 }  // namespace
 
-ActiveDriverSource SetActiveDriverSource(ActiveDriverSource source) {
-    ActiveDriverSource previous = std::move(Source());
+SerialPortSource SetSerialPortSource(SerialPortSource source) {
+    SerialPortSource previous = std::move(Source());
     Source() = std::move(source);
     return previous;
 }
 
-bool ListSerialPortDrivers(std::vector<ActiveDriver>& drivers) {
-    const QList<QSerialPortInfo> ports = QSerialPortInfo::availablePorts();
-    for (const QSerialPortInfo& port : ports) {
-        ActiveDriver driver;
-        const QString location = port.systemLocation();
-        if (!location.isEmpty()) driver.name = location.toStdU16String();
-        // Every port the system lists here is a serial device.
-        driver.prefix = u"COM";
-        QString friendly = port.description();
-        if (friendly.isEmpty()) friendly = port.manufacturer();
-        if (!friendly.isEmpty()) driver.friendlyName = friendly.toStdU16String();
-        drivers.push_back(std::move(driver));
+bool ListSystemSerialPorts(std::vector<SerialPort>& ports) {
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) {
+        const QString location = info.systemLocation();
+        if (location.isEmpty()) continue;
+        SerialPort port;
+        port.deviceName = location.toStdU16String();
+        QString friendly = info.description();
+        if (friendly.isEmpty()) friendly = info.manufacturer();
+        if (!friendly.isEmpty()) port.friendlyName = friendly.toStdU16String();
+        ports.push_back(std::move(port));
     }
     return true;
 }
@@ -90,12 +83,11 @@ std::u16string PortDisplayName(std::u16string_view deviceName,
 
 bool EnumerateComPorts(PortList& ports) {
     ports.Clear();
-    std::vector<ActiveDriver> drivers;
-    const bool complete = Source() ? Source()(drivers) : ListSerialPortDrivers(drivers);
+    std::vector<SerialPort> found;
+    const bool complete = Source() ? Source()(found) : ListSystemSerialPorts(found);
     if (!complete) return false;
-    for (const ActiveDriver& driver : drivers) {
-        if (!driver.name.has_value() || !IsSerialPrefix(driver.prefix)) continue;
-        ports.Append(*driver.name, PortDisplayName(*driver.name, driver.friendlyName));
+    for (const SerialPort& port : found) {
+        ports.Append(port.deviceName, PortDisplayName(port.deviceName, port.friendlyName));
     }
     return true;
 }

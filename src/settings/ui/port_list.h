@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The serial ports that the connection dialog offers.
 //
-// The ports come from a driver source: one record per active driver, with the facts the system
-// reports about it (device name, device prefix, friendly name). EnumerateComPorts keeps the
-// serial ones (prefix "COM", in any letter case) and turns each into a pair of the device name,
-// which is what the settings store keeps, and the display name that the user picks from.
-//
-// The real source asks QSerialPortInfo, which lists serial devices only: each port becomes a
-// driver with the prefix "COM", its device path ("/dev/ttyUSB0") as device name, and its
-// description (or, without one, its manufacturer) as friendly name. Tests and tools replace it.
+// The ports are the serial devices the system reports (QSerialPortInfo), in its order: each one
+// becomes a pair of its device path ("/dev/ttyUSB0"), which is what the settings store keeps,
+// and a display name that the user picks from, made of its description (or, without one, its
+// manufacturer) and the device path. Tests replace the system's list with one of their own.
 #pragma once
 
 #include <functional>
@@ -17,25 +13,25 @@
 #include <string_view>
 #include <vector>
 
-// One active driver. A field that the system does not report is left empty (nullopt).
-struct ActiveDriver {
-    std::optional<std::u16string> name;          // device name: "COM3:", "/dev/ttyUSB0"
-    std::optional<std::u16string> prefix;        // device prefix of its driver: "COM" for serial
-    std::optional<std::u16string> friendlyName;  // "Infrared Port", "FT232R USB UART"
+// One serial port as the system reports it.
+struct SerialPort {
+    std::u16string deviceName;                   // "/dev/ttyUSB0", "COM3:"
+    std::optional<std::u16string> friendlyName;  // "FT232R USB UART", "Infrared Port"
 };
 
-// Appends the active drivers in the order the system reports them; false when the list could
-// not be read to its end.
-using ActiveDriverSource = std::function<bool(std::vector<ActiveDriver>& drivers)>;
+// Appends the serial ports in the order the system reports them; false when the list could not
+// be read to its end.
+using SerialPortSource = std::function<bool(std::vector<SerialPort>& ports)>;
 
-// Replaces the source (an empty function restores the real one); returns the previous one
-// (empty while the real one is in use).
-ActiveDriverSource SetActiveDriverSource(ActiveDriverSource source);
+// Replaces the source (an empty function restores the system's list); returns the previous one
+// (empty while the system's list is in use).
+SerialPortSource SetSerialPortSource(SerialPortSource source);
 
-// The real source: the serial ports QSerialPortInfo reports.
-bool ListSerialPortDrivers(std::vector<ActiveDriver>& drivers);
+// The system's list: QSerialPortInfo::availablePorts(), each port by its system location and
+// its description or manufacturer. A port without a location is left out. Always complete.
+bool ListSystemSerialPorts(std::vector<SerialPort>& ports);
 
-// Two parallel lists, in the order of the driver source.
+// Two parallel lists, in the order of the source.
 struct PortList {
     std::vector<std::u16string> deviceNames;   // stored as CommPort when chosen
     std::vector<std::u16string> displayNames;  // shown in the combo box
@@ -51,9 +47,8 @@ struct PortList {
 std::u16string PortDisplayName(std::u16string_view deviceName,
                                const std::optional<std::u16string>& friendlyName);
 
-// Empties `ports`, then fills it with the serial ports of the driver source. Drivers without a
-// device name, without a prefix or with a prefix other than "COM" are left out; duplicates stay.
-// True when the source could be read to its end (also when it held no serial port).
+// Empties `ports`, then fills it with the serial ports of the source; duplicates stay. True when
+// the source could be read to its end (also when it held no port).
 bool EnumerateComPorts(PortList& ports);
 
 // True when the saved CommPort value names the port with device name `deviceName`: the same

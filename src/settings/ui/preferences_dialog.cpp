@@ -27,7 +27,11 @@ std::uint32_t CheckValue(const QCheckBox* box) {
 }  // namespace
 
 PreferencesDialog::PreferencesDialog(QWidget* parent)
-    : CaptionDialog(kTemplateId, QStringLiteral("Preferences"), parent) {}
+    : CaptionDialog(kTemplateId, QStringLiteral("Preferences"), parent) {
+    for (int id : {kCmdEditCut, kCmdEditCopy, kCmdEditPaste, kCmdEditClear, kCmdEditSelectAll}) {
+        AddCommand(id, [this, id] { EditCommand(id); });
+    }
+}
 
 MenuBarDef PreferencesDialog::MenuBarDefinition() const {
     return {{kMenuEdit,
@@ -64,7 +68,8 @@ bool PreferencesDialog::OnInitDialog() {
                                          customSmsc_, requestStatus_, flash_}) {
         FitToText(control);
     }
-    connect(customSmsc_, &QCheckBox::toggled, this, [this](bool) { OnCommand(kIdCustomSmsc, 0); });
+    // Any change of the box enables or disables the number at once.
+    connect(customSmsc_, &QCheckBox::toggled, this, [this](bool) { EnableNumberField(); });
 
     // Kept open until the dialog ends; OK writes through it.
     settingsOpen_ = OpenSettings(key_);
@@ -94,30 +99,11 @@ std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
     };
 }
 
-bool PreferencesDialog::OnCommand(int id, int notifyCode) {
-    switch (id) {
-        case IDOK:
-            // A number no phone would take is refused here, before anything is written.
-            if (!ServiceCentreFits()) return true;
-            ApplySettingWrites(key_, PendingWrites());
-            EndDialog(IDOK);
-            return true;
-        case IDCANCEL:
-            EndDialog(IDCANCEL);
-            return true;
-        case kIdCustomSmsc:
-            EnableNumberField();
-            return true;
-        case kCmdEditCut:
-        case kCmdEditCopy:
-        case kCmdEditPaste:
-        case kCmdEditClear:
-        case kCmdEditSelectAll:
-            EditCommand(id);
-            return true;
-        default:
-            return CaptionDialog::OnCommand(id, notifyCode);
-    }
+void PreferencesDialog::Accept() {
+    // A number no phone would take is refused here, before anything is written.
+    if (!ServiceCentreFits()) return;
+    ApplySettingWrites(key_, PendingWrites());
+    EndDialog(IDOK);
 }
 
 bool PreferencesDialog::ServiceCentreFits() {

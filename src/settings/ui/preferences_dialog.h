@@ -28,8 +28,7 @@ class PreferencesDialog : public CaptionDialog {
     Q_OBJECT
   public:
     static constexpr int kTemplateId = 120;
-    // Controls.
-    static constexpr int kIdCaption = 1019;
+    // Controls (and the caption, kIdCaption).
     static constexpr int kIdPhoneHeading = 1036;
     static constexpr int kIdDeleteAfterRetrieve = 1035;
     static constexpr int kIdMessageHeading = 1028;
@@ -49,7 +48,8 @@ class PreferencesDialog : public CaptionDialog {
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // OK writes every value and ends with IDOK, unless the service centre is too long.
+    void Accept() override;
     void OnEnd(int result) override;
 
   private:

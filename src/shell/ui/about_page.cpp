@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "shell/ui/about_page.h"
 
-#include <QFontMetrics>
 #include <QFrame>
 #include <QLabel>
 #include <QPixmap>
 #include <QToolButton>
 
 #include "framework/text_buffer.h"
+#include "framework/ui/dialog_units.h"
 #include "framework/ui/ui_fonts.h"
 
 static void InitImageResources() {
@@ -20,25 +20,12 @@ constexpr unsigned kProductNameId = 2;
 // The header strip: the close button sits in it, a one-pixel line ends it (as on the list).
 constexpr int kHeaderHeight = 24;
 
-// Positions of the template in dialog units of its font (Tahoma 9): a quarter of the average
-// character width across, an eighth of the line height down.
-class TemplateUnits {
-  public:
-    TemplateUnits() {
-        QFont font(QStringLiteral("Tahoma"));
-        font.setStyleHint(QFont::SansSerif);
-        font.setPointSize(9);
-        const QFontMetrics metrics(font);
-        baseX_ = qMax(1, metrics.averageCharWidth());
-        baseY_ = qMax(1, metrics.height());
-    }
-    int X(int units) const { return units * baseX_ / 4; }
-    int Y(int units) const { return units * baseY_ / 8; }
-
-  private:
-    int baseX_ = 1;
-    int baseY_ = 1;
-};
+// The page's units: dialog units of its font (Tahoma 9) counted in the font's own average
+// character width and rounded down, as the page has always been laid out.
+DialogUnits PageUnits() {
+    return DialogUnits(DialogFont(), DialogUnits::BaseWidth::kFontAverage,
+                       DialogUnits::Rounding::kDown);
+}
 
 // Template 103 below the header, in dialog units: each row is centred across the page.
 struct Row {
@@ -90,10 +77,10 @@ bool AboutPage::OnInitDialog() {
     close_->setAutoRaise(true);
     QFont closeFont = GetUiFont(UiFont::SmallBold);
     close_->setFont(closeFont);
-    connect(close_, &QToolButton::clicked, this, [this] { OnCommand(IDCANCEL, 0); });
+    ConnectButton(close_, IDCANCEL);
 
     separator_ = new QFrame(this);
-    separator_->setObjectName(QStringLiteral("separator"));
+    separator_->setObjectName(QLatin1String(kAboutSeparatorName));
     separator_->setFrameShape(QFrame::NoFrame);
     separator_->setAutoFillBackground(true);
     QPalette linePalette = separator_->palette();
@@ -107,11 +94,13 @@ bool AboutPage::OnInitDialog() {
 
     TextBuffer product;
     product.LoadResourceString(kProductNameId);
-    product_ = CenteredLabel(this, QString::fromUtf16(product.Text()), QStringLiteral("product"));
+    product_ =
+        CenteredLabel(this, QString::fromUtf16(product.Text()), QLatin1String(kAboutProductName));
     product_->setFont(GetUiFont(UiFont::LargeBold));
-    tagline_ = CenteredLabel(this, QString::fromLatin1(Tagline()), QStringLiteral("tagline"));
+    tagline_ =
+        CenteredLabel(this, QString::fromLatin1(Tagline()), QLatin1String(kAboutTaglineName));
     version_ = CenteredLabel(this, QString(), QString::number(kAboutVersionControl));
-    maker_ = CenteredLabel(this, QString::fromLatin1(Maker()), QStringLiteral("maker"));
+    maker_ = CenteredLabel(this, QString::fromLatin1(Maker()), QLatin1String(kAboutMakerName));
     // The version is set at initialisation, as the dialog's own code always did.
     version_->setText(QString::fromLatin1(VersionText()));
     return true;
@@ -120,7 +109,7 @@ bool AboutPage::OnInitDialog() {
 void AboutPage::Layout(int w, int h) {
     (void)h;
     if (close_ == nullptr) return;
-    const TemplateUnits du;
+    const DialogUnits du = PageUnits();
     close_->setGeometry(w - 2 - 22, 1, 22, kHeaderHeight - 2);
     separator_->setGeometry(0, kHeaderHeight, w, 1);
 

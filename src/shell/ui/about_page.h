@@ -12,8 +12,14 @@ class QFrame;
 
 constexpr int kAboutTemplate = 103;
 constexpr int kAboutMenuBar = 127;
+// Controls: the version, the logo (named by its bitmap) and the "X" button (IDCANCEL), and by
+// name the product, the tagline, the maker and the line under the header.
 constexpr int kAboutVersionControl = 1040;
 constexpr int kAboutLogoBitmap = 113;
+inline constexpr char kAboutProductName[] = "product";
+inline constexpr char kAboutTaglineName[] = "tagline";
+inline constexpr char kAboutMakerName[] = "maker";
+inline constexpr char kAboutSeparatorName[] = "separator";
 
 class AboutPage : public DialogBase {
     Q_OBJECT

@@ -30,6 +30,8 @@ MainWindow::MainWindow() {
     resize(kInitialFrameWidth, kInitialFrameHeight);
     g_mainWindow = this;
     FrameWindowBase::SetInstance(this);
+    AddCommand(kCommandAbout, [this] { RunAbout(); });
+    AddCommand(kCommandExit, [this] { close(); });
 }
 
 MainWindow::~MainWindow() {
@@ -66,20 +68,10 @@ std::uint32_t MainWindow::AnswerHandOver(const HandOverRequest& request) {
                       static_cast<std::uint32_t>(request.data.size()));
 }
 
-bool MainWindow::OnFrameCommand(int id) {
-    switch (id) {
-        case kCommandAbout: {
-            if (closing_) return true;
-            AboutPage about;
-            about.RunPage(runningList_);
-            return true;
-        }
-        case kCommandExit:
-            close();
-            return true;
-        default:
-            return false;
-    }
+void MainWindow::RunAbout() {
+    if (closing_) return;
+    AboutPage about;
+    about.RunPage(runningList_);
 }
 
 void MainWindow::ShowHelp() {

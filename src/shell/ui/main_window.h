@@ -13,12 +13,13 @@
 #include "framework/ui/dialog_base.h"
 #include "shell/hand_over.h"
 
-// Commands the frame handles for every page.
+// Commands the frame handles for every page (Command()): About runs the About page over the
+// running list; Exit closes the frame.
 constexpr int kCommandAbout = 57664;
 constexpr int kCommandExit = 57665;
-// Numbered messages to the running message list.
-constexpr std::uint32_t kMsgNewFromCommandLine = 0x8009;  // WM_APP+9
-constexpr std::uint32_t kMsgRegisterAddIn = 0x800A;       // WM_APP+10
+// The numbered message (WM_APP+9) that tells the running message list of a new command line;
+// the list also posts it to itself at its start when there is one.
+constexpr std::uint32_t kMsgNewFromCommandLine = 0x8009;
 
 // Portrait and handheld-sized at start.
 constexpr int kInitialFrameWidth = 360;
@@ -55,8 +56,6 @@ class MainWindow : public FrameWindowBase {
     // to the front, kHandOverCopyData goes to OnCopyData. Returns the answer (1).
     std::uint32_t AnswerHandOver(const HandOverRequest& request);
 
-    // About runs the About page over the running list; Exit closes the frame.
-    bool OnFrameCommand(int id) override;
     // Opens the manual (help.h).
     void ShowHelp() override;
 
@@ -78,6 +77,8 @@ class MainWindow : public FrameWindowBase {
     void keyPressEvent(QKeyEvent* event) override;
 
   private:
+    void RunAbout();
+
     TextBuffer commandLine_;
     DialogBase* runningList_ = nullptr;
     bool closing_ = false;

@@ -19,6 +19,7 @@
 
 #include "framework/text_buffer.h"
 #include "framework/ui/app_event.h"
+#include "framework/ui/dialog_units.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
@@ -31,7 +32,6 @@
 #include "shell/ui/message_list_model.h"
 #include "shell/ui/message_row_delegate.h"
 #include "shell/ui/progress_dialog.h"
-#include "shell/ui/template_units.h"
 
 namespace {
 
@@ -237,7 +237,23 @@ void MessageListControl::DragTo(const QPoint& pos) {
 
 // --- the message list ------------------------------------------------------------------
 
-MessageListView::MessageListView() : DialogBase(kTemplateId) {}
+MessageListView::MessageListView() : DialogBase(kTemplateId) {
+    AddCommands();
+}
+
+void MessageListView::AddCommands() {
+    AddCommand(kCmdNew, [this] { NewMessage(false); });
+    AddCommand(kCmdDelete, [this] { DeleteSelected(); });
+    AddCommand(kCmdReply, [this] { ReplyOrForward(true); });
+    AddCommand(kCmdForward, [this] { ReplyOrForward(false); });
+    AddCommand(kCmdSendAgain, [this] { SendAgain(); });
+    AddCommand(kCmdPickContact, [this] { PickContact(); });
+    AddCommand(kSendAndGetId, [this] { Transfer(); });
+    AddCommand(kGetId, [this] { Transfer(); });
+    AddCommand(kCmdConnection, [this] { RunConnectionDialog(); });
+    AddCommand(kCmdPreferences, [this] { RunPreferencesDialog(); });
+    AddCommand(kCmdExit, [this] { EndDialog(IDOK); });
+}
 
 MessageListView::~MessageListView() = default;
 
@@ -246,7 +262,8 @@ int MessageListView::RowHeight() const {
 }
 
 bool MessageListView::OnInitDialog() {
-    setFont(TemplateFont());
+    setFont(DialogPixelFont());
+    const DialogUnits units(DialogPixelFont());
 
     combo_ = new QComboBox(this);
     combo_->setObjectName(QString::number(kFolderComboId));
@@ -254,7 +271,7 @@ bool MessageListView::OnInitDialog() {
     for (const FolderEntry& entry : kFolderEntries) {
         combo_->addItem(ResourceText(entry.stringId), QVariant::fromValue<quint32>(entry.folder));
     }
-    const QRect comboRect = TemplateRect(27, 3, 44, 84);
+    const QRect comboRect = units.SizedRect(27, 3, 44, 84);
     // Wide enough for the longest folder name in the face really used, which may be wider than
     // the template's.
     combo_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
@@ -266,17 +283,17 @@ bool MessageListView::OnInitDialog() {
 
     sendAndGet_ = new QPushButton(QStringLiteral("Send && Get"), this);
     sendAndGet_->setObjectName(QString::number(kSendAndGetId));
-    sendAndGet_->setGeometry(TemplateRect(81, 2, 47, 12));
+    sendAndGet_->setGeometry(units.SizedRect(81, 2, 47, 12));
     sendAndGet_->hide();
-    connect(sendAndGet_, &QPushButton::clicked, this, [this] { OnCommand(kSendAndGetId, 0); });
+    ConnectButton(sendAndGet_, kSendAndGetId);
 
     get_ = new QPushButton(QStringLiteral("Get"), this);
     get_->setObjectName(QString::number(kGetId));
-    get_->setGeometry(TemplateRect(105, 2, 34, 12));
-    connect(get_, &QPushButton::clicked, this, [this] { OnCommand(kGetId, 0); });
+    get_->setGeometry(units.SizedRect(105, 2, 34, 12));
+    ConnectButton(get_, kGetId);
 
     separator_ = new QFrame(this);
-    separator_->setObjectName(QStringLiteral("headerLine"));
+    separator_->setObjectName(QLatin1String(kHeaderLineName));
     separator_->setAutoFillBackground(true);
     QPalette linePalette = separator_->palette();
     linePalette.setColor(QPalette::Window, palette().color(QPalette::WindowText));
@@ -286,17 +303,18 @@ bool MessageListView::OnInitDialog() {
     delegate_ = new MessageRowDelegate(this);
     list_ = new MessageListControl(this);
     list_->setObjectName(QString::number(kListId));
-    list_->setFont(TemplateFont());
+    list_->setFont(DialogPixelFont());
     list_->setModel(model_);
     list_->setItemDelegate(delegate_);
     connect(list_, &MessageListControl::tapped, this,
             [this](Qt::KeyboardModifiers modifiers) { OnTapped(modifiers); });
-    connect(list_, &MessageListControl::contextMenuAsked, this, [this](const QPoint& p) {
-        PostAppMessage(this, kMsgContextMenu, static_cast<std::uintptr_t>(p.x()), p.y());
-    });
+    // The menu runs its own event loop: it waits until the press or the hold that asked for it
+    // has been handled.
+    connect(list_, &MessageListControl::contextMenuAsked, this, &MessageListView::ShowContextMenu,
+            Qt::QueuedConnection);
     connect(list_, &MessageListControl::openKeyPressed, this, [this] { OpenSelected(); });
     connect(list_, &MessageListControl::deleteKeyPressed, this,
-            [this] { OnCommand(kCmdDelete, 0); });
+            [this] { SendCommand(kCmdDelete); });
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] { UpdateSendAgain(); });
 
@@ -329,8 +347,14 @@ bool MessageListView::OnInitDialog() {
     currentFolder_ = 0;
     SwitchFolder(kFolderInbox);
 
-    if (!startProblem_.isEmpty()) PostAppMessage(this, kMsgStoreProblem);
-    PostAppMessage(this, kMsgContactsAddIn);
+    // Once the list is on screen, in this order: the box about the store, the add-in
+    // registration, the command line.
+    if (!startProblem_.isEmpty()) {
+        QMetaObject::invokeMethod(
+            this, [this] { ShowStartProblem(); }, Qt::QueuedConnection);
+    }
+    QMetaObject::invokeMethod(
+        this, [this] { UpdateContactsAddIn(); }, Qt::QueuedConnection);
     if (HasCommandLine()) PostAppMessage(this, kMsgCommandLine);
     return true;
 }
@@ -502,78 +526,24 @@ bool MessageListView::SelectedMaySendAgain() const {
 }
 
 void MessageListView::UpdateSendAgain() {
-    if (Bar() != nullptr) Bar()->SetEnabled(kCmdSendAgain, SelectedMaySendAgain());
+    Command(kCmdSendAgain)->setEnabled(SelectedMaySendAgain());
 }
 
 void MessageListView::Refresh() {
     if (list_ != nullptr) list_->viewport()->update();
 }
 
-bool MessageListView::OnCommand(int id, int notifyCode) {
-    switch (id) {
-        case kCmdNew:
-            NewMessage(false);
-            return true;
-        case kCmdDelete:
-            DeleteSelected();
-            return true;
-        case kCmdReply:
-            ReplyOrForward(true);
-            return true;
-        case kCmdForward:
-            ReplyOrForward(false);
-            return true;
-        case kCmdSendAgain:
-            SendAgain();
-            return true;
-        case kCmdPickContact:
-            PickContact();
-            return true;
-        case kSendAndGetId:
-        case kGetId:
-            Transfer();
-            return true;
-        case kCmdConnection:
-            RunConnectionDialog();
-            return true;
-        case kCmdPreferences:
-            RunPreferencesDialog();
-            return true;
-        case kCmdExit:
-            EndDialog(IDOK);
-            return true;
-        case IDOK:
-        case IDCANCEL:
-            // The main screen ends only through Exit: Escape does not close the program.
-            return true;
-        default:
-            return DialogBase::OnCommand(id, notifyCode);
-    }
+bool MessageListView::OnAppMessage(std::uint32_t message, std::uintptr_t, std::intptr_t) {
+    if (message != kMsgCommandLine) return false;
+    NewMessage(true);
+    return true;
 }
 
-bool MessageListView::OnAppMessage(std::uint32_t message, std::uintptr_t wParam,
-                                   std::intptr_t lParam) {
-    switch (message) {
-        case kMsgContextMenu:
-            ShowContextMenu(QPoint(static_cast<int>(static_cast<std::intptr_t>(wParam)),
-                                   static_cast<int>(lParam)));
-            return true;
-        case kMsgCommandLine:
-            NewMessage(true);
-            return true;
-        case kMsgContactsAddIn:
-            UpdateContactsAddIn();
-            return true;
-        case kMsgStoreProblem:
-            if (!startProblem_.isEmpty()) {
-                const QString text = startProblem_;
-                startProblem_.clear();
-                ShowMessageBox(this, text, BoxKind::Error);
-            }
-            return true;
-        default:
-            return false;
-    }
+void MessageListView::ShowStartProblem() {
+    if (startProblem_.isEmpty()) return;
+    const QString text = startProblem_;
+    startProblem_.clear();
+    ShowMessageBox(this, text, BoxKind::Error);
 }
 
 void MessageListView::OnTapped(Qt::KeyboardModifiers modifiers) {
@@ -611,7 +581,7 @@ void MessageListView::ShowContextMenu(const QPoint& globalPos) {
     list_->SetMenuOpen(true);
     QAction* chosen = menu.exec(globalPos);
     list_->SetMenuOpen(false);
-    if (chosen != nullptr) OnCommand(chosen->data().toInt(), 0);
+    if (chosen != nullptr) SendCommand(chosen->data().toInt());
     list_->SetMenuJustClosed(true);
 }
 

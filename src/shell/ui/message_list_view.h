@@ -113,13 +113,9 @@ class MessageListView : public DialogBase {
     static constexpr int kCmdPreferences = 40066;
     static constexpr int kCmdAbout = 57664;
     static constexpr int kCmdExit = 57665;
-    // Messages the list posts to itself.
-    static constexpr std::uint32_t kMsgContextMenu = 0x8008;  // wParam x, lParam y (global)
+    // A new command line to act on (WM_APP+9): posted by the frame when a second start hands
+    // one over, and by the list to itself at its start when the program was started with one.
     static constexpr std::uint32_t kMsgCommandLine = 0x8009;
-    static constexpr std::uint32_t kMsgContactsAddIn = 0x800A;
-    // The box about a store that could not be opened (or was repaired) at start, shown once the
-    // list is on screen.
-    static constexpr std::uint32_t kMsgStoreProblem = 0x800B;
 
     MessageListView();
     ~MessageListView() override;
@@ -157,7 +153,9 @@ class MessageListView : public DialogBase {
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // The main screen ends only through Exit: OK and Cancel (Escape) do nothing.
+    void Accept() override {}
+    void Reject() override {}
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
 
     // The screens the list opens. Each returns what its dialog returns (IDOK: the caller
@@ -176,6 +174,10 @@ class MessageListView : public DialogBase {
     virtual void UpdateContactsAddIn();
 
   private:
+    void AddCommands();
+    // What the list does once it is on screen: the box about a store that could not be opened
+    // (or was repaired) at start.
+    void ShowStartProblem();
     void OnFolderChosen(int index);
     void OnTapped(Qt::KeyboardModifiers modifiers);
     void ShowContextMenu(const QPoint& globalPos);

@@ -8,12 +8,12 @@
 #include <QStringList>
 
 #include "framework/ui/app_event.h"
+#include "framework/ui/dialog_units.h"
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "session/notifications.h"
 #include "session/result_messages.h"
-#include "shell/ui/template_units.h"
 
 namespace {
 
@@ -51,7 +51,7 @@ TextBuffer FormatCount(unsigned formatId, int value) {
 }  // namespace
 
 ProgressDialog::ProgressDialog(TransferSession* session)
-    : DialogBase(kTemplateId), session_(session) {
+    : DialogBase(kTemplateId), session_(session), units_(DialogPixelFont()) {
     if (session_ == nullptr) {
         ownSession_ = std::make_unique<TransferSession>();
         session_ = ownSession_.get();
@@ -77,7 +77,7 @@ void ProgressDialog::ResetCounts() {
 }
 
 bool ProgressDialog::OnInitDialog() {
-    setFont(TemplateFont());
+    setFont(DialogPixelFont());
     setWindowTitle(ResourceText(kStringProductName));
 
     heading_ = new QLabel(this);
@@ -85,10 +85,10 @@ bool ProgressDialog::OnInitDialog() {
     heading_->setTextFormat(Qt::PlainText);
     heading_->setFont(GetUiFont(UiFont::SmallBold));
     heading_->setText(QStringLiteral("Checking Messages..."));
-    heading_->setGeometry(kHeadingLeft, kHeadingTop, TemplateX(79), TemplateY(9));
+    heading_->setGeometry(kHeadingLeft, kHeadingTop, units_.X(79), units_.Y(9));
 
     separator_ = new QFrame(this);
-    separator_->setObjectName(QStringLiteral("headerLine"));
+    separator_->setObjectName(QLatin1String(kHeaderLineName));
     separator_->setAutoFillBackground(true);
     QPalette linePalette = separator_->palette();
     linePalette.setColor(QPalette::Window, palette().color(QPalette::WindowText));
@@ -101,17 +101,17 @@ bool ProgressDialog::OnInitDialog() {
     text_->setTextFormat(Qt::PlainText);
     text_->setWordWrap(true);
     text_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    const QRect textRect = TemplateRect(2, 18, 113, 25);
+    const QRect textRect = units_.SizedRect(2, 18, 113, 25);
     text_->setGeometry(textRect);
     textSize_ = textRect.size();
 
     cancel_ = new QPushButton(QStringLiteral("Cancel"), this);
     cancel_->setObjectName(QString::number(IDCANCEL));
-    const QRect cancelRect = TemplateRect(41, 71, 42, 12);
+    const QRect cancelRect = units_.SizedRect(41, 71, 42, 12);
     cancel_->setGeometry(cancelRect);
     cancelSize_ = cancelRect.size();
     cancelLeft_ = cancelRect.left();
-    connect(cancel_, &QPushButton::clicked, this, [this] { OnCommand(IDCANCEL, 0); });
+    ConnectButton(cancel_, IDCANCEL);
 
     heading_->setText(StaticLabelText(
         ResourceText(session_->IsSendOnly() ? kStringHeadingSendOnly : kStringHeadingSendAndGet)));
@@ -124,9 +124,9 @@ bool ProgressDialog::OnInitDialog() {
 }
 
 QSize ProgressDialog::sizeHint() const {
-    int w = TemplateX(kTemplateWidth);
+    int w = units_.X(kTemplateWidth);
     if (const QWidget* owner = parentWidget()) w = qMax(w, owner->width() - 2 * kOwnerInset);
-    return QSize(w, TemplateY(kTemplateHeight));
+    return QSize(w, units_.Y(kTemplateHeight));
 }
 
 void ProgressDialog::showEvent(QShowEvent* event) {
@@ -139,22 +139,12 @@ void ProgressDialog::showEvent(QShowEvent* event) {
 void ProgressDialog::Layout(int w, int h) {
     if (heading_ == nullptr) return;
     // The heading keeps its place and takes the width the bold face needs.
-    heading_->setGeometry(kHeadingLeft, kHeadingTop, qMax(TemplateX(79), w - 2 * kHeadingLeft),
+    heading_->setGeometry(kHeadingLeft, kHeadingTop, qMax(units_.X(79), w - 2 * kHeadingLeft),
                           heading_->height());
     separator_->setGeometry(0, kSeparatorTop, w, 1);
     cancel_->setGeometry(cancelLeft_, h - kMargin - cancelSize_.height(), cancelSize_.width(),
                          cancelSize_.height());
     text_->setGeometry(kMargin, kTextTop, qMax(0, w - 2 * kMargin), textSize_.height());
-}
-
-bool ProgressDialog::OnCommand(int id, int notifyCode) {
-    if (id == IDCANCEL) {
-        Cancel();
-        return true;
-    }
-    // The dialog ends only through the worker's end or the close timer.
-    if (id == IDOK) return true;
-    return DialogBase::OnCommand(id, notifyCode);
 }
 
 void ProgressDialog::Cancel() {

@@ -12,6 +12,7 @@
 
 #include "framework/text_buffer.h"
 #include "framework/ui/dialog_base.h"
+#include "framework/ui/dialog_units.h"
 #include "session/transfer_session.h"
 #include "shell/ui/qt_notification_sink.h"
 
@@ -59,7 +60,10 @@ class ProgressDialog : public DialogBase {
   protected:
     bool OnInitDialog() override;
     void Layout(int w, int h) override;
-    bool OnCommand(int id, int notifyCode) override;
+    // The dialog ends only through the worker's end or the close timer: OK does nothing, and
+    // Cancel (the button, Escape, closing the window) asks the worker to stop.
+    void Accept() override {}
+    void Reject() override { Cancel(); }
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
     QSize sizeHint() const override;
     void showEvent(QShowEvent* event) override;
@@ -81,6 +85,8 @@ class ProgressDialog : public DialogBase {
     unsigned countReceived_ = 0;
     int closeDelayMs_ = kCloseDelayMs;
     QTimer closeTimer_;
+    // The template's units, in the dialog's font.
+    DialogUnits units_;
     QLabel* heading_ = nullptr;
     QFrame* separator_ = nullptr;
     QLabel* text_ = nullptr;

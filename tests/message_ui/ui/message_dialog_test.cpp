@@ -17,7 +17,6 @@
 #include <QtTest>
 #include <functional>
 
-#include "framework/ui/app_event.h"
 #include "framework/ui/ui_fonts.h"
 #include "list_test_support.h"
 #include "message_ui/ui/edit_menu.h"
@@ -501,13 +500,13 @@ class MessageDialogTest : public QObject {
         TestDialog d(m);
         RunAndAct(d, [&] {
             d.NumberCombo()->setEditText(QStringLiteral("123"));
-            PostAppMessage(&d, MessageDialog::kMsgSplitChosen, MessageDialog::kIdNumberCombo);
+            emit d.NumberCombo()->entryChosen();
             QTRY_COMPARE(d.NumberCombo()->currentText(), QStringLiteral("123"));
             QCOMPARE(d.NameCombo()->currentText(), QString());
 
             d.NumberCombo()->setEditText(QStringLiteral("456 (open"));
             d.NameCombo()->setEditText(QStringLiteral("x"));
-            PostAppMessage(&d, MessageDialog::kMsgSplitChosen, MessageDialog::kIdNumberCombo);
+            emit d.NumberCombo()->entryChosen();
             QTRY_COMPARE(d.NumberCombo()->currentText(), QStringLiteral("456"));
             QCOMPARE(d.NameCombo()->currentText(), QString());
         });

@@ -14,30 +14,27 @@
 
 namespace {
 
-ActiveDriver Driver(std::u16string name, std::u16string prefix,
-                    std::optional<std::u16string> friendly = std::nullopt) {
-    return ActiveDriver{std::move(name), std::move(prefix), std::move(friendly)};
+SerialPort Port(std::u16string name, std::optional<std::u16string> friendly = std::nullopt) {
+    return SerialPort{std::move(name), std::move(friendly)};
 }
 
-// The drivers of a handheld with a cable, an infrared and a Bluetooth port, the last one
-// registered with its prefix in lower case.
-std::vector<ActiveDriver> HandheldDrivers() {
+// The serial ports of a handheld with a cable, an infrared and a Bluetooth port.
+std::vector<SerialPort> HandheldPorts() {
     return {
-        Driver(u"COM1:", u"COM", u"Serial Cable on COM1:"),
-        Driver(u"COM3:", u"COM", u"Infrared Port"),
-        Driver(u"COM5:", u"com", u"Bluetooth Serial"),
-        Driver(u"USB1:", u"USB", u"USB Function"),
+        Port(u"COM1:", u"Serial Cable on COM1:"),
+        Port(u"COM3:", u"Infrared Port"),
+        Port(u"COM5:", u"Bluetooth Serial"),
     };
 }
 
 QComboBox* Combo(ConnectionDialog& d) {
-    return d.ControlAs<QComboBox>(1026);
+    return d.ControlAs<QComboBox>(ConnectionDialog::kIdPortCombo);
 }
 QLineEdit* Address(ConnectionDialog& d) {
-    return d.ControlAs<QLineEdit>(1039);
+    return d.ControlAs<QLineEdit>(ConnectionDialog::kIdAddressEdit);
 }
 QLabel* AddressLabel(ConnectionDialog& d) {
-    return d.ControlAs<QLabel>(1038);
+    return d.ControlAs<QLabel>(ConnectionDialog::kIdAddressLabel);
 }
 
 QStringList Items(QComboBox* combo) {
@@ -60,26 +57,25 @@ class ConnectionDialogTest : public QObject {
     void init() {
         home_ = std::make_unique<TempSettingsHome>();
         QVERIFY(home_->IsValid());
-        drivers_ = HandheldDrivers();
-        driversComplete_ = true;
+        ports_ = HandheldPorts();
+        portsComplete_ = true;
         ctrl_ = false;
-        previousSource_ = SetActiveDriverSource([this](std::vector<ActiveDriver>& out) {
-            out.insert(out.end(), drivers_.begin(), drivers_.end());
-            return driversComplete_;
+        previousSource_ = SetSerialPortSource([this](std::vector<SerialPort>& out) {
+            out.insert(out.end(), ports_.begin(), ports_.end());
+            return portsComplete_;
         });
         previousQuery_ = SetKeyboardModifierQuery(
             [this] { return ctrl_ ? Qt::KeyboardModifiers(Qt::ControlModifier) : Qt::NoModifier; });
     }
     void cleanup() {
-        SetActiveDriverSource(previousSource_);
+        SetSerialPortSource(previousSource_);
         SetKeyboardModifierQuery(previousQuery_);
         home_.reset();
     }
 
     void aFreshSettingsFileShowsTheDefaultsAndPreselectsCom3() {
         QVERIFY(!QFileInfo::exists(home_->SettingsFile()));
-        drivers_ = {Driver(u"COM1:", u"COM", u"Serial Cable on COM1:"),
-                    Driver(u"com3:", u"COM", u"Infrared Port")};
+        ports_ = {Port(u"COM1:", u"Serial Cable on COM1:"), Port(u"com3:", u"Infrared Port")};
         ConnectionDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDCANCEL), IDCANCEL);
         // Opening created the key.
@@ -102,7 +98,7 @@ class ConnectionDialogTest : public QObject {
         QVERIFY(Items(Combo(dialog)).contains("Infrared Port (COM3:)"));
     }
 
-    void aPrefixInLowerCaseIsListedAndTheListIsSorted() {
+    void theListIsSortedAndLeadsBackToThePortList() {
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(Items(Combo(dialog)),
@@ -253,12 +249,14 @@ class ConnectionDialogTest : public QObject {
     void theCancelButtonCancelsAndTheOkButtonConfirms() {
         {
             ConnectionDialog dialog;
-            QCOMPARE(
-                RunDialog(
-                    dialog,
-                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(2), Qt::LeftButton); },
-                    0),
-                IDCANCEL);
+            QCOMPARE(RunDialog(
+                         dialog,
+                         [&] {
+                             QTest::mouseClick(dialog.ControlAs<QPushButton>(IDCANCEL),
+                                               Qt::LeftButton);
+                         },
+                         0),
+                     IDCANCEL);
             QVERIFY(!StoredString(kValueTcp).has_value());
         }
         {
@@ -266,7 +264,7 @@ class ConnectionDialogTest : public QObject {
             QCOMPARE(
                 RunDialog(
                     dialog,
-                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(1), Qt::LeftButton); },
+                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(IDOK), Qt::LeftButton); },
                     0),
                 IDOK);
             QVERIFY(StoredString(kValueTcp).has_value());
@@ -275,7 +273,7 @@ class ConnectionDialogTest : public QObject {
 
     void aFailedEnumerationLeavesTheListEmptyAndOkWritesOnlyTheAddress() {
         ctrl_ = true;
-        driversComplete_ = false;
+        portsComplete_ = false;
         StoreString(kValueCommPort, u"COM9:");
         ConnectionDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDOK), IDOK);
@@ -287,15 +285,14 @@ class ConnectionDialogTest : public QObject {
 
     void noPortsAtAllStillOffersTheHiddenEntries() {
         ctrl_ = true;
-        drivers_.clear();
+        ports_.clear();
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(Items(Combo(dialog)), QStringList({"TCP", "(no communication)"}));
     }
 
     void whenSeveralEntriesMatchTheLastOneStaysSelected() {
-        drivers_ = {Driver(u"COM3:", u"COM", u"Zeta"), Driver(u"com3:", u"COM", u"Alpha"),
-                    Driver(u"COM1:", u"COM")};
+        ports_ = {Port(u"COM3:", u"Zeta"), Port(u"com3:", u"Alpha"), Port(u"COM1:")};
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         // The last matching entry of the list, wherever sorting put it.
@@ -304,7 +301,7 @@ class ConnectionDialogTest : public QObject {
     }
 
     void aComNameFindsTheDeviceItStandsFor() {
-        drivers_ = {Driver(u"/dev/ttyS0", u"COM", u"16550A"), Driver(u"/dev/ttyS2", u"COM")};
+        ports_ = {Port(u"/dev/ttyS0", u"16550A"), Port(u"/dev/ttyS2")};
         ConnectionDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDOK), IDOK);
         QCOMPARE(SelectedDevice(dialog), QString("/dev/ttyS2"));
@@ -323,8 +320,10 @@ class ConnectionDialogTest : public QObject {
         ConnectionDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(dialog.windowTitle(), QString("Select the active connection"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1019)->text(), QString("Select the active connection"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1027)->text(), QString("Connection:"));
+        QCOMPARE(dialog.ControlAs<QLabel>(ConnectionDialog::kIdCaption)->text(),
+                 QString("Select the active connection"));
+        QCOMPARE(dialog.ControlAs<QLabel>(ConnectionDialog::kIdConnectionLabel)->text(),
+                 QString("Connection:"));
         QCOMPARE(AddressLabel(dialog)->text(), QString("TCP Address\n(i.e. localhost:port):"));
         QVERIFY(dialog.Bar() != nullptr);
         QVERIFY(dialog.Bar()->findChildren<QWidget*>().isEmpty());
@@ -340,13 +339,13 @@ class ConnectionDialogTest : public QObject {
             dialog,
             [&] {
                 comboSize = Combo(dialog)->size();
-                labelSize = dialog.Control(1027)->size();
+                labelSize = dialog.Control(ConnectionDialog::kIdConnectionLabel)->size();
                 for (const QSize size : {QSize(480, 320), QSize(300, 500)}) {
                     dialog.resize(size);
-                    label = dialog.Control(1027)->geometry();
+                    label = dialog.Control(ConnectionDialog::kIdConnectionLabel)->geometry();
                     combo = Combo(dialog)->geometry();
-                    ok = dialog.Control(1)->geometry();
-                    cancel = dialog.Control(2)->geometry();
+                    ok = dialog.Control(IDOK)->geometry();
+                    cancel = dialog.Control(IDCANCEL)->geometry();
                     QCOMPARE(cancel.right(), size.width() - 1 - 4);
                 }
             },
@@ -381,10 +380,10 @@ class ConnectionDialogTest : public QObject {
 
   private:
     std::unique_ptr<TempSettingsHome> home_;
-    std::vector<ActiveDriver> drivers_;
-    bool driversComplete_ = true;
+    std::vector<SerialPort> ports_;
+    bool portsComplete_ = true;
     bool ctrl_ = false;
-    ActiveDriverSource previousSource_;
+    SerialPortSource previousSource_;
     KeyboardModifierQuery previousQuery_;
 };
 

@@ -2,28 +2,28 @@
 #include "settings/ui/port_list.h"
 
 #include <QCoreApplication>
+#include <QSerialPortInfo>
 #include <QtTest>
 
 namespace {
 
-ActiveDriver Driver(std::optional<std::u16string> name, std::optional<std::u16string> prefix,
-                    std::optional<std::u16string> friendly = std::nullopt) {
-    return ActiveDriver{std::move(name), std::move(prefix), std::move(friendly)};
+SerialPort Port(std::u16string name, std::optional<std::u16string> friendly = std::nullopt) {
+    return SerialPort{std::move(name), std::move(friendly)};
 }
 
-// Installs a source that reports `drivers` and `complete`, for as long as it lives.
-class FakeDrivers {
+// Installs a source that reports `ports` and `complete`, for as long as it lives.
+class FakePorts {
   public:
-    FakeDrivers(std::vector<ActiveDriver> drivers, bool complete = true) {
-        previous_ = SetActiveDriverSource([drivers, complete](std::vector<ActiveDriver>& out) {
-            out.insert(out.end(), drivers.begin(), drivers.end());
+    FakePorts(std::vector<SerialPort> ports, bool complete = true) {
+        previous_ = SetSerialPortSource([ports, complete](std::vector<SerialPort>& out) {
+            out.insert(out.end(), ports.begin(), ports.end());
             return complete;
         });
     }
-    ~FakeDrivers() { SetActiveDriverSource(previous_); }
+    ~FakePorts() { SetSerialPortSource(previous_); }
 
   private:
-    ActiveDriverSource previous_;
+    SerialPortSource previous_;
 };
 
 QString Q(const std::u16string& s) {
@@ -61,11 +61,11 @@ class PortListTest : public QObject {
         QCOMPARE(Q(PortDisplayName(u"COM7:", std::nullopt)), QString("COM7:"));
     }
 
-    void serialDriversAreListedInTheSourcesOrder() {
-        FakeDrivers fake({
-            Driver(u"COM1:", u"COM", u"Serial Cable on COM1:"),
-            Driver(u"COM3:", u"COM", u"Infrared Port"),
-            Driver(u"COM7:", u"COM"),
+    void serialPortsAreListedInTheSourcesOrder() {
+        FakePorts fake({
+            Port(u"COM1:", u"Serial Cable on COM1:"),
+            Port(u"COM3:", u"Infrared Port"),
+            Port(u"COM7:"),
         });
         PortList ports;
         QVERIFY(EnumerateComPorts(ports));
@@ -74,32 +74,8 @@ class PortListTest : public QObject {
                  QStringList({"Serial Cable on COM1:", "Infrared Port (COM3:)", "COM7:"}));
     }
 
-    void aPrefixInLowerCaseIsListed() {
-        FakeDrivers fake({Driver(u"COM5:", u"com", u"Bluetooth Serial"), Driver(u"COM6:", u"cOm")});
-        PortList ports;
-        QVERIFY(EnumerateComPorts(ports));
-        QCOMPARE(Q(ports.deviceNames), QStringList({"COM5:", "COM6:"}));
-        QCOMPARE(Q(ports.displayNames), QStringList({"Bluetooth Serial (COM5:)", "COM6:"}));
-    }
-
-    void driversWithoutNameOrPrefixOrWithAnotherPrefixAreLeftOut() {
-        FakeDrivers fake({
-            Driver(std::nullopt, u"COM", u"Nameless"),
-            Driver(u"COM9:", std::nullopt, u"No prefix"),
-            Driver(u"USB1:", u"USB", u"USB Function"),
-            Driver(u"CO2:", u"CO"),
-            Driver(u"DSK1:", u"DSK"),
-            Driver(u"COM2:", u"COMX", u"Longer prefix"),
-        });
-        PortList ports;
-        QVERIFY(EnumerateComPorts(ports));
-        // Only the first three characters of the prefix count.
-        QCOMPARE(Q(ports.deviceNames), QStringList({"COM2:"}));
-        QCOMPARE(Q(ports.displayNames), QStringList({"Longer prefix (COM2:)"}));
-    }
-
     void duplicatesStay() {
-        FakeDrivers fake({Driver(u"COM3:", u"COM", u"Beta"), Driver(u"COM3:", u"COM", u"Beta")});
+        FakePorts fake({Port(u"COM3:", u"Beta"), Port(u"COM3:", u"Beta")});
         PortList ports;
         QVERIFY(EnumerateComPorts(ports));
         QCOMPARE(ports.Size(), std::size_t{2});
@@ -107,7 +83,7 @@ class PortListTest : public QObject {
     }
 
     void anEmptySourceIsCompleteAndEmptiesTheLists() {
-        FakeDrivers fake({});
+        FakePorts fake({});
         PortList ports;
         ports.Append(u"COM1:", u"left over");
         QVERIFY(EnumerateComPorts(ports));
@@ -116,7 +92,7 @@ class PortListTest : public QObject {
     }
 
     void anIncompleteSourceFailsWithBothListsEmpty() {
-        FakeDrivers fake({Driver(u"COM3:", u"COM", u"Infrared Port")}, false);
+        FakePorts fake({Port(u"COM3:", u"Infrared Port")}, false);
         PortList ports;
         ports.Append(u"COM1:", u"left over");
         QVERIFY(!EnumerateComPorts(ports));
@@ -127,16 +103,39 @@ class PortListTest : public QObject {
     void theRealSourceListsDevicePaths() {
         // Whatever ports this machine has, each one is a device path with a display name that
         // shows it or a description.
-        QVERIFY(!SetActiveDriverSource({}));
-        std::vector<ActiveDriver> drivers;
-        QVERIFY(ListSerialPortDrivers(drivers));
+        QVERIFY(!SetSerialPortSource({}));
+        std::vector<SerialPort> system;
+        QVERIFY(ListSystemSerialPorts(system));
         PortList ports;
         QVERIFY(EnumerateComPorts(ports));
-        QCOMPARE(ports.Size(), drivers.size());
+        QCOMPARE(ports.Size(), system.size());
         for (std::size_t i = 0; i < ports.Size(); ++i) {
             QVERIFY(Q(ports.deviceNames[i]).startsWith("/dev/"));
             QVERIFY(!ports.displayNames[i].empty());
         }
+    }
+
+    void theSystemListIsQSerialPortInfosInItsOrder() {
+        QVERIFY(!SetSerialPortSource({}));
+        QStringList devices, displays;
+        for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) {
+            const QString device = info.systemLocation();
+            if (device.isEmpty()) continue;
+            const QString friendly =
+                info.description().isEmpty() ? info.manufacturer() : info.description();
+            devices << device;
+            if (friendly.isEmpty()) {
+                displays << device;
+            } else if (friendly.contains(device)) {
+                displays << friendly;
+            } else {
+                displays << friendly + " (" + device + ")";
+            }
+        }
+        PortList ports;
+        QVERIFY(EnumerateComPorts(ports));
+        QCOMPARE(Q(ports.deviceNames), devices);
+        QCOMPARE(Q(ports.displayNames), displays);
     }
 
     void savedNamesMatchWithoutRegardToCase() {

@@ -22,7 +22,7 @@ QCheckBox* Box(PreferencesDialog& d, int id) {
     return d.ControlAs<QCheckBox>(id);
 }
 QLineEdit* Number(PreferencesDialog& d) {
-    return d.ControlAs<QLineEdit>(1034);
+    return d.ControlAs<QLineEdit>(PreferencesDialog::kIdSmscNumber);
 }
 
 // Ticks or clears a box the way a user does: a click on it.
@@ -112,10 +112,10 @@ class PreferencesDialogTest : public QObject {
         StoreNumber(kValueFlash, 1);
         PreferencesDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
-        QVERIFY(Box(dialog, 1035)->isChecked());
-        QVERIFY(!Box(dialog, 1009)->isChecked());
-        QVERIFY(!Box(dialog, 1008)->isChecked());
-        QVERIFY(Box(dialog, 1007)->isChecked());
+        QVERIFY(Box(dialog, PreferencesDialog::kIdDeleteAfterRetrieve)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdCustomSmsc)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdRequestStatus)->isChecked());
+        QVERIFY(Box(dialog, PreferencesDialog::kIdFlash)->isChecked());
     }
 
     void theServiceCentreIsStoredNormalised() {
@@ -163,8 +163,8 @@ class PreferencesDialogTest : public QObject {
         const int result = RunDialog(
             dialog,
             [&] {
-                Click(Box(dialog, 1009));
-                Click(Box(dialog, 1008));
+                Click(Box(dialog, PreferencesDialog::kIdCustomSmsc));
+                Click(Box(dialog, PreferencesDialog::kIdRequestStatus));
                 // 21 digits: one more than a service centre address holds.
                 TypeNumber(dialog, "+12 3456 7890 1234 5678 901");
                 dialog.SendCommand(IDOK);
@@ -202,7 +202,7 @@ class PreferencesDialogTest : public QObject {
             dialog,
             [&] {
                 TypeNumber(dialog, "+44 20 7946");
-                Click(Box(dialog, 1009));
+                Click(Box(dialog, PreferencesDialog::kIdCustomSmsc));
             },
             IDOK);
         QVERIFY(!Number(dialog)->isEnabled());
@@ -220,10 +220,10 @@ class PreferencesDialogTest : public QObject {
             dialog,
             [&] {
                 enabledAtFirst = Number(dialog)->isEnabled();
-                Click(Box(dialog, 1009));
+                Click(Box(dialog, PreferencesDialog::kIdCustomSmsc));
                 disabled = !Number(dialog)->isEnabled();
-                Box(dialog, 1009)->setFocus();
-                QTest::keyClick(Box(dialog, 1009), Qt::Key_Space);
+                Box(dialog, PreferencesDialog::kIdCustomSmsc)->setFocus();
+                QTest::keyClick(Box(dialog, PreferencesDialog::kIdCustomSmsc), Qt::Key_Space);
                 enabledAgain = Number(dialog)->isEnabled();
                 textAfter = Number(dialog)->text();
             },
@@ -239,8 +239,8 @@ class PreferencesDialogTest : public QObject {
         StoreNumber(kValueSmscCustom, 7);
         PreferencesDialog dialog;
         QCOMPARE(RunDialog(dialog, nullptr, IDOK), IDOK);
-        QVERIFY(Box(dialog, 1007)->isChecked());
-        QVERIFY(Box(dialog, 1009)->isChecked());
+        QVERIFY(Box(dialog, PreferencesDialog::kIdFlash)->isChecked());
+        QVERIFY(Box(dialog, PreferencesDialog::kIdCustomSmsc)->isChecked());
         QVERIFY(Number(dialog)->isEnabled());
         QCOMPARE(StoredNumber(kValueFlash), std::optional<std::uint32_t>(1));
         QCOMPARE(StoredNumber(kValueSmscCustom), std::optional<std::uint32_t>(1));
@@ -251,8 +251,8 @@ class PreferencesDialogTest : public QObject {
         StoreString(kValueDelMsg, u"-1");
         PreferencesDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
-        QVERIFY(!Box(dialog, 1007)->isChecked());
-        QVERIFY(!Box(dialog, 1035)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdFlash)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdDeleteAfterRetrieve)->isChecked());
     }
 
     void okWritesInItsFixedOrder() {
@@ -298,7 +298,7 @@ class PreferencesDialogTest : public QObject {
             QCOMPARE(
                 RunDialog(
                     dialog,
-                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(1), Qt::LeftButton); },
+                    [&] { QTest::mouseClick(dialog.ControlAs<QPushButton>(IDOK), Qt::LeftButton); },
                     0),
                 IDOK);
         }
@@ -309,8 +309,9 @@ class PreferencesDialogTest : public QObject {
             QCOMPARE(RunDialog(
                          dialog,
                          [&] {
-                             Click(Box(dialog, 1007));
-                             QTest::mouseClick(dialog.ControlAs<QPushButton>(2), Qt::LeftButton);
+                             Click(Box(dialog, PreferencesDialog::kIdFlash));
+                             QTest::mouseClick(dialog.ControlAs<QPushButton>(IDCANCEL),
+                                               Qt::LeftButton);
                          },
                          0),
                      IDCANCEL);
@@ -327,15 +328,15 @@ class PreferencesDialogTest : public QObject {
         const int result = RunDialog(
             dialog,
             [&] {
-                Click(Box(dialog, 1009));
+                Click(Box(dialog, PreferencesDialog::kIdCustomSmsc));
                 TypeNumber(dialog, "+1");
             },
             IDOK);
         QCOMPARE(result, IDOK);
         QVERIFY(!dialog.SettingsOpen());
-        QVERIFY(!Box(dialog, 1035)->isChecked());
-        QVERIFY(!Box(dialog, 1008)->isChecked());
-        QVERIFY(!Box(dialog, 1007)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdDeleteAfterRetrieve)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdRequestStatus)->isChecked());
+        QVERIFY(!Box(dialog, PreferencesDialog::kIdFlash)->isChecked());
         QCOMPARE(Number(dialog)->text(), QString("+1"));
     }
 
@@ -343,19 +344,26 @@ class PreferencesDialogTest : public QObject {
         PreferencesDialog dialog;
         RunDialog(dialog, nullptr, IDCANCEL);
         QCOMPARE(dialog.windowTitle(), QString("Preferences"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1019)->text(), QString("Preferences"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1036)->text(), QString("Phone"));
-        QCOMPARE(dialog.ControlAs<QLabel>(1028)->text(), QString("Message Options"));
-        QCOMPARE(Box(dialog, 1035)->text(), QString("Delete Messages after Retrieve"));
-        QCOMPARE(Box(dialog, 1009)->text(), QString("Custom Service Center:"));
-        QCOMPARE(Box(dialog, 1008)->text(), QString("Request Status"));
-        QCOMPARE(Box(dialog, 1007)->text(), QString("Flash SMS"));
-        for (int id : {1036, 1028}) {
+        QCOMPARE(dialog.ControlAs<QLabel>(PreferencesDialog::kIdCaption)->text(),
+                 QString("Preferences"));
+        QCOMPARE(dialog.ControlAs<QLabel>(PreferencesDialog::kIdPhoneHeading)->text(),
+                 QString("Phone"));
+        QCOMPARE(dialog.ControlAs<QLabel>(PreferencesDialog::kIdMessageHeading)->text(),
+                 QString("Message Options"));
+        QCOMPARE(Box(dialog, PreferencesDialog::kIdDeleteAfterRetrieve)->text(),
+                 QString("Delete Messages after Retrieve"));
+        QCOMPARE(Box(dialog, PreferencesDialog::kIdCustomSmsc)->text(),
+                 QString("Custom Service Center:"));
+        QCOMPARE(Box(dialog, PreferencesDialog::kIdRequestStatus)->text(),
+                 QString("Request Status"));
+        QCOMPARE(Box(dialog, PreferencesDialog::kIdFlash)->text(), QString("Flash SMS"));
+        for (int id : {PreferencesDialog::kIdPhoneHeading, PreferencesDialog::kIdMessageHeading}) {
             const QFont font = dialog.Control(id)->font();
             QCOMPARE(font, GetUiFont(UiFont::SmallBold));
             QVERIFY(font.weight() >= QFont::ExtraBold);
         }
-        QVERIFY(Box(dialog, 1035)->font().weight() < QFont::Bold);
+        QVERIFY(Box(dialog, PreferencesDialog::kIdDeleteAfterRetrieve)->font().weight() <
+                QFont::Bold);
         VerifyCaption(dialog);
     }
 
@@ -418,11 +426,11 @@ class PreferencesDialogTest : public QObject {
         RunDialog(
             dialog,
             [&] {
-                boxBefore = Box(dialog, 1007)->pos();
+                boxBefore = Box(dialog, PreferencesDialog::kIdFlash)->pos();
                 dialog.resize(500, 300);
-                ok = dialog.Control(1)->geometry();
-                cancel = dialog.Control(2)->geometry();
-                boxAfter = Box(dialog, 1007)->pos();
+                ok = dialog.Control(IDOK)->geometry();
+                cancel = dialog.Control(IDCANCEL)->geometry();
+                boxAfter = Box(dialog, PreferencesDialog::kIdFlash)->pos();
             },
             IDCANCEL);
         QCOMPARE(cancel.right(), 500 - 1 - 4);

@@ -92,7 +92,7 @@ inline int CountPixels(QWidget* widget, QRgb colour) {
 // buttons of one 17-pixel-wide image each, Cancel 4 pixels from the right edge and OK 2 to its
 // left, both 4 from the top.
 inline void VerifyCaption(CaptionDialog& dialog) {
-    QWidget* caption = dialog.Control(1019);
+    QWidget* caption = dialog.Control(CaptionDialog::kIdCaption);
     QVERIFY(caption != nullptr);
     QVERIFY(CountPixels(caption, qRgb(0, 0, 201)) > 10);
     QCOMPARE(caption->grab().toImage().pixelColor(caption->width() - 1, caption->height() - 1),

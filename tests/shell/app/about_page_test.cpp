@@ -26,9 +26,13 @@ class ShownAbout : public AboutPage {
     }
 };
 
-QString Text(DialogBase& page, const char* name) {
+QString Text(DialogBase& page, const QString& name) {
     auto* label = page.findChild<QLabel*>(name);
     return label != nullptr ? label->text() : QString("(missing %1)").arg(name);
+}
+
+QString Name(int id) {
+    return QString::number(id);
 }
 
 }  // namespace
@@ -49,10 +53,10 @@ class AboutPageTest : public QObject {
         ShownAbout about;
         about.onShown = [&] {
             QCOMPARE(about.TemplateId(), 103);
-            QCOMPARE(Text(about, "1040"), QString("Version 1.1 (c4)"));
-            QCOMPARE(Text(about, "product"), QString("Velkan Tessiver"));
-            QCOMPARE(Text(about, "tagline"), QString("SMS Management for Pocket PC"));
-            QCOMPARE(Text(about, "maker"), QString("Orvane Systems"));
+            QCOMPARE(Text(about, Name(kAboutVersionControl)), QString("Version 1.1 (c4)"));
+            QCOMPARE(Text(about, kAboutProductName), QString("Velkan Tessiver"));
+            QCOMPARE(Text(about, kAboutTaglineName), QString("SMS Management for Pocket PC"));
+            QCOMPARE(Text(about, kAboutMakerName), QString("Orvane Systems"));
             about.EndDialog(IDOK);
         };
         QCOMPARE(about.RunPage(nullptr), IDOK);
@@ -63,7 +67,7 @@ class AboutPageTest : public QObject {
         QCOMPARE(LoadLogoBitmap().size(), QSize(96, 96));
         ShownAbout about;
         about.onShown = [&] {
-            auto* logo = about.findChild<QLabel*>("113");
+            auto* logo = about.ControlAs<QLabel>(kAboutLogoBitmap);
             QVERIFY(logo != nullptr);
             QVERIFY(!logo->pixmap().isNull());
             QVERIFY(logo->isVisible());
@@ -87,7 +91,7 @@ class AboutPageTest : public QObject {
     void theXButtonClosesWithCancel() {
         ShownAbout about;
         about.onShown = [&] {
-            auto* close = about.findChild<QToolButton*>("2");
+            auto* close = about.ControlAs<QToolButton>(IDCANCEL);
             QVERIFY(close != nullptr);
             QCOMPARE(close->text(), QString("X"));
             close->click();
@@ -113,17 +117,20 @@ class AboutPageTest : public QObject {
                 frame->resize(size);
                 QCOMPARE(about.size(), size);
                 const int w = about.width();
-                auto* close = about.findChild<QToolButton*>("2");
+                auto* close = about.ControlAs<QToolButton>(IDCANCEL);
                 QCOMPARE(close->geometry().right(), w - 3);  // right edge at w - 2
                 QCOMPARE(close->geometry().top(), 1);
                 int previousBottom = 24;
-                for (const char* name : {"113", "product", "tagline", "1040", "maker"}) {
+                for (const QString& name : {Name(kAboutLogoBitmap), QString(kAboutProductName),
+                                            QString(kAboutTaglineName), Name(kAboutVersionControl),
+                                            QString(kAboutMakerName)}) {
                     auto* label = about.findChild<QLabel*>(name);
                     QVERIFY(label != nullptr);
                     const QRect g = label->geometry();
-                    QVERIFY2(qAbs(g.center().x() - (w - 1) / 2) <= 1, name);
-                    QVERIFY2(g.left() >= 0 && g.right() < w, name);
-                    QVERIFY2(g.top() > previousBottom, name);  // in order, without overlap
+                    QVERIFY2(qAbs(g.center().x() - (w - 1) / 2) <= 1, qPrintable(name));
+                    QVERIFY2(g.left() >= 0 && g.right() < w, qPrintable(name));
+                    QVERIFY2(g.top() > previousBottom,
+                             qPrintable(name));  // in order, without overlap
                     previousBottom = g.bottom();
                 }
             }

@@ -50,7 +50,13 @@ class ProbeList : public DialogBase {
             }
         });
         // As the message list does at its start.
-        PostAppMessage(this, kMsgRegisterAddIn);
+        QMetaObject::invokeMethod(
+            this,
+            [] {
+                RegisterContactsAddIn();
+                Print("registered");
+            },
+            Qt::QueuedConnection);
         if (!frame->CommandLine().IsEmpty()) PostAppMessage(this, kMsgNewFromCommandLine);
         return true;
     }
@@ -60,10 +66,7 @@ class ProbeList : public DialogBase {
         shown_ = true;
     }
     bool OnAppMessage(std::uint32_t message, std::uintptr_t, std::intptr_t) override {
-        if (message == kMsgRegisterAddIn) {
-            RegisterContactsAddIn();
-            Print("registered");
-        } else if (message == kMsgNewFromCommandLine) {
+        if (message == kMsgNewFromCommandLine) {
             TextBuffer number, name;
             if (ParseSmsTo(MainWindow::Instance()->CommandLine(), number, name)) {
                 Print(QStringLiteral("compose %1 %2")

@@ -143,7 +143,7 @@ class MainWindowTest : public QObject {
                 QCOMPARE(about->geometry(), frame->rect());
                 QVERIFY(!list.isVisible());
                 QVERIFY(!list.isEnabled());
-                auto* close = about->findChild<QToolButton*>("2");
+                auto* close = about->ControlAs<QToolButton>(IDCANCEL);
                 QVERIFY(close != nullptr);
                 checked = true;
                 close->click();
@@ -175,19 +175,19 @@ class MainWindowTest : public QObject {
         frame->SetRunningList(&list);
         int aboutResult = -1;
         list.onShown = [&] {
-            QTimer::singleShot(0, frame, [&] { frame->OnFrameCommand(kCommandExit); });
+            QTimer::singleShot(0, frame, [&] { frame->Command(kCommandExit)->trigger(); });
             AboutPage about;
             aboutResult = about.RunPage(&list);
         };
         QCOMPARE(list.RunPage(nullptr), IDCANCEL);
         QCOMPARE(aboutResult, IDCANCEL);
         // Once closing, About does not start again.
-        frame->OnFrameCommand(kCommandAbout);
+        frame->Command(kCommandAbout)->trigger();
         QVERIFY(frame->findChildren<AboutPage*>().isEmpty());
         frame->SetRunningList(nullptr);
     }
 
-    void unknownCommandsAreNotTheFramesBusiness() { QVERIFY(!frame->OnFrameCommand(40044)); }
+    void unknownCommandsAreNotTheFramesBusiness() { QVERIFY(frame->Command(40044) == nullptr); }
 
     void f1OpensTheManualWithoutWaiting() {
         QList<QUrl> opened;

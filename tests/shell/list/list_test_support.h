@@ -133,11 +133,11 @@ int RunPageWith(ShownHook<Page>& page, const std::function<void()>& body) {
     return page.RunPage(nullptr);
 }
 
+// A frame that records its commands (About) instead of acting on them.
 class TestFrame : public FrameWindowBase {
   public:
-    bool OnFrameCommand(int id) override {
-        frameCommands.push_back(id);
-        return true;
+    TestFrame() {
+        for (int id : {57664}) AddCommand(id, [this, id] { frameCommands.push_back(id); });
     }
     std::vector<int> frameCommands;
 };

@@ -190,6 +190,7 @@ class MessageListViewTest : public QObject {
         TestList list;
         RunList(list, [&] {
             QComboBox* combo = list.FolderCombo();
+            QVERIFY(combo == list.Control(MessageListView::kFolderComboId));
             QCOMPARE(combo->objectName(), QStringLiteral("1008"));
             QCOMPARE(combo->count(), 5);
             const QStringList names = {"Inbox", "Outbox", "Draft", "Sent", "Log"};
@@ -202,7 +203,7 @@ class MessageListViewTest : public QObject {
             QCOMPARE(combo->font().pixelSize(), GetUiFont(UiFont::SmallBold).pixelSize());
             QVERIFY(combo->font().bold());
             QCOMPARE(list.CurrentFolder(), kFolderInbox);
-            QVERIFY(list.Control(1021) == list.List());
+            QVERIFY(list.Control(MessageListView::kListId) == list.List());
             QTRY_COMPARE(list.addInRuns, 1);
         });
     }
@@ -212,17 +213,16 @@ class MessageListViewTest : public QObject {
         RunList(list, [&] {
             MenuBar* bar = list.Bar();
             QVERIFY(bar != nullptr);
-            auto* newButton = bar->findChild<QToolButton*>(QStringLiteral("40044"));
+            auto* newButton = bar->EntryButton(MessageListView::kCmdNew);
             QVERIFY(newButton != nullptr);
             QCOMPARE(newButton->text(), QStringLiteral("New"));
-            QCOMPARE(bar->findChild<QToolButton*>(QStringLiteral("40014"))->text(),
-                     QStringLiteral("Sms"));
-            QCOMPARE(bar->findChild<QToolButton*>(QStringLiteral("40004"))->text(),
+            QCOMPARE(bar->EntryButton(MessageListView::kCmdSmsMenu)->text(), QStringLiteral("Sms"));
+            QCOMPARE(bar->EntryButton(MessageListView::kCmdOptionsMenu)->text(),
                      QStringLiteral("Options"));
-            QCOMPARE(ActionNames(bar->PopupOf(40014)),
+            QCOMPARE(ActionNames(bar->PopupOf(MessageListView::kCmdSmsMenu)),
                      QStringList({"40068 Delete", "-", "40069 Reply", "40070 Forward", "-",
                                   "40071 Send again"}));
-            QCOMPARE(ActionNames(bar->PopupOf(40004)),
+            QCOMPARE(ActionNames(bar->PopupOf(MessageListView::kCmdOptionsMenu)),
                      QStringList({"57665 Exit", "-", "57664 About", "-", "40065 Connection",
                                   "40066 Preferences"}));
         });
@@ -232,8 +232,8 @@ class MessageListViewTest : public QObject {
         StoreMessage(MakeMessage(kFolderInbox, u"A", u"1", u"x", MakeTime(2024, 5, 1, 8, 0)));
         TestList list;
         RunList(list, [&] {
-            QVERIFY(!list.Control(40035)->isHidden());
-            QVERIFY(list.Control(1023)->isHidden());
+            QVERIFY(!list.Control(MessageListView::kGetId)->isHidden());
+            QVERIFY(list.Control(MessageListView::kSendAndGetId)->isHidden());
         });
     }
 
@@ -241,12 +241,12 @@ class MessageListViewTest : public QObject {
         StoreMessage(MakeMessage(kFolderOutbox, u"A", u"1", u"x", MakeTime(2024, 5, 1, 8, 0)));
         TestList list;
         RunList(list, [&] {
-            auto* sendAndGet = list.ControlAs<QPushButton>(1023);
+            auto* sendAndGet = list.ControlAs<QPushButton>(MessageListView::kSendAndGetId);
             QCOMPARE(sendAndGet->text(), QStringLiteral("Send && Get"));
             for (FolderId f : {kFolderInbox, kFolderDraft, kFolderLog}) {
                 list.SwitchFolder(f);
                 QVERIFY(!sendAndGet->isHidden());
-                QVERIFY(list.Control(40035)->isHidden());
+                QVERIFY(list.Control(MessageListView::kGetId)->isHidden());
             }
         });
     }
@@ -254,18 +254,18 @@ class MessageListViewTest : public QObject {
     void theButtonFollowsTheOutboxAtEachReload() {
         TestList list;
         RunList(list, [&] {
-            QVERIFY(list.Control(1023)->isHidden());
+            QVERIFY(list.Control(MessageListView::kSendAndGetId)->isHidden());
             const Oid o = StoreMessage(
                 MakeMessage(kFolderOutbox, u"A", u"1", u"x", MakeTime(2024, 5, 1, 8, 0)));
             list.Reload();
-            QVERIFY(!list.Control(1023)->isHidden());
-            QVERIFY(list.Control(40035)->isHidden());
+            QVERIFY(!list.Control(MessageListView::kSendAndGetId)->isHidden());
+            QVERIFY(list.Control(MessageListView::kGetId)->isHidden());
             MessageDatabase db;
             QVERIFY(OpenMessageStore(db));
             QVERIFY(db.DeleteRecord(o));
             list.Reload();
-            QVERIFY(list.Control(1023)->isHidden());
-            QVERIFY(!list.Control(40035)->isHidden());
+            QVERIFY(list.Control(MessageListView::kSendAndGetId)->isHidden());
+            QVERIFY(!list.Control(MessageListView::kGetId)->isHidden());
         });
     }
 
@@ -754,9 +754,7 @@ class MessageListViewTest : public QObject {
                 }
                 closed = true;
             });
-            PostAppMessage(&list, MessageListView::kMsgContextMenu,
-                           static_cast<std::uintptr_t>(l->mapToGlobal(QPoint(20, 20)).x()),
-                           l->mapToGlobal(QPoint(20, 20)).y());
+            emit l->contextMenuAsked(l->mapToGlobal(QPoint(20, 20)));
             QTRY_VERIFY(closed);
             QTRY_VERIFY(!l->MenuOpen());
             // The release of the closing tap.
@@ -971,8 +969,9 @@ class MessageListViewTest : public QObject {
         };
         RunList(list, [&] {
             list.SwitchFolder(kFolderOutbox);
-            QVERIFY(!list.Control(1023)->isHidden());
-            QTest::mouseClick(list.ControlAs<QPushButton>(1023), Qt::LeftButton);
+            QVERIFY(!list.Control(MessageListView::kSendAndGetId)->isHidden());
+            QTest::mouseClick(list.ControlAs<QPushButton>(MessageListView::kSendAndGetId),
+                              Qt::LeftButton);
             QCOMPARE(session.runs.load(), 1);
             QVERIFY(modalDuring);
             QVERIFY(frame->isEnabled());
@@ -999,7 +998,7 @@ class MessageListViewTest : public QObject {
         };
         RunList(list, [&] {
             list.SwitchFolder(kFolderLog);
-            QTest::mouseClick(list.ControlAs<QPushButton>(40035), Qt::LeftButton);
+            QTest::mouseClick(list.ControlAs<QPushButton>(MessageListView::kGetId), Qt::LeftButton);
             QCOMPARE(session.runs.load(), 1);
             QCOMPARE(list.CurrentFolder(), kFolderLog);
             QCOMPARE(list.Model()->rowCount(), 2);
@@ -1108,9 +1107,10 @@ class MessageListViewTest : public QObject {
         list.progressFactory = [&] { return std::make_unique<ProgressDialog>(&session); };
         RunList(list, [&] {
             list.SwitchFolder(kFolderOutbox);
-            QAction* sendAgain = list.Bar()
-                                     ->PopupOf(MessageListView::kCmdSmsMenu)
-                                     ->findChild<QAction*>(QStringLiteral("40071"));
+            QAction* sendAgain =
+                list.Bar()
+                    ->PopupOf(MessageListView::kCmdSmsMenu)
+                    ->findChild<QAction*>(QString::number(MessageListView::kCmdSendAgain));
             QVERIFY(sendAgain != nullptr);
             // Rows newest first: plain, bad number, maybe out.
             const std::vector<std::pair<std::vector<int>, bool>> cases = {
@@ -1176,8 +1176,10 @@ class MessageListViewTest : public QObject {
                                         .arg(field.width() - 2)));
             }
             // It does not run into the transfer buttons.
-            QVERIFY(combo->geometry().right() < list.Control(40035)->geometry().left());
-            QVERIFY(combo->geometry().right() < list.Control(1023)->geometry().left());
+            QVERIFY(combo->geometry().right() <
+                    list.Control(MessageListView::kGetId)->geometry().left());
+            QVERIFY(combo->geometry().right() <
+                    list.Control(MessageListView::kSendAndGetId)->geometry().left());
         });
     }
 
@@ -1189,16 +1191,16 @@ class MessageListViewTest : public QObject {
                 const QSize client = list.ClientSize();
                 const int w = client.width(), h = client.height();
                 QCOMPARE(client, QSize(size.width(), size.height() - MenuBar::kHeight));
-                QCOMPARE(list.Control(1008)->pos(), QPoint(2, 2));
+                QCOMPARE(list.Control(MessageListView::kFolderComboId)->pos(), QPoint(2, 2));
                 for (int id : {1023, 40035}) {
                     const QRect r = list.Control(id)->geometry();
                     QCOMPARE(r.right() + 1, w - 2);
                     QCOMPARE(r.top(), 2);
                     QCOMPARE(r.bottom() + 1, 22);
                 }
-                QCOMPARE(list.Control(1021)->geometry(), QRect(0, 26, w, h - 26));
-                QCOMPARE(list.findChild<QWidget*>(QStringLiteral("headerLine"))->geometry(),
-                         QRect(0, 24, w, 1));
+                QCOMPARE(list.Control(MessageListView::kListId)->geometry(),
+                         QRect(0, 26, w, h - 26));
+                QCOMPARE(list.findChild<QWidget*>(kHeaderLineName)->geometry(), QRect(0, 24, w, 1));
             }
         });
     }

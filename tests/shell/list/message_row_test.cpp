@@ -10,7 +10,6 @@
 #include "framework/ui/ui_fonts.h"
 #include "list_test_support.h"
 #include "shell/ui/message_row_delegate.h"
-#include "shell/ui/template_units.h"
 
 namespace {
 
@@ -38,7 +37,7 @@ QImage PaintRow(const MessageRowDelegate& delegate, const SmsMessage* message, b
     image.fill(kSentinel);
     QPainter painter(&image);
     delegate.PaintRow(&painter, QRect(0, 0, kWidth, rowHeight), selected, focused, TestPalette(),
-                      TemplateFont(), message);
+                      DialogPixelFont(), message);
     painter.end();
     return image;
 }
@@ -77,7 +76,7 @@ class MessageRowTest : public QObject {
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         CreateUiFonts();
         clock = new FixedLocalTime(SystemTime{2024, 5, 0, 10, 14, 30, 0, 0});
-        rowHeight = MessageRowDelegate::RowHeightFor(TemplateFont());
+        rowHeight = MessageRowDelegate::RowHeightFor(DialogPixelFont());
     }
     void cleanupTestCase() { delete clock; }
 
@@ -134,7 +133,7 @@ class MessageRowTest : public QObject {
     }
 
     void theRowHeightHoldsTwoLinesAndNeverGrows() {
-        const QFontMetrics fm(TemplateFont());
+        const QFontMetrics fm(DialogPixelFont());
         // Two lines of the tallest font a row is drawn in, as the system really renders it.
         int line = fm.height();
         for (UiFont f : {UiFont::SmallBold, UiFont::MediumItalic}) {
@@ -143,12 +142,12 @@ class MessageRowTest : public QObject {
         QCOMPARE(rowHeight, (line + 1) * 2);
         MessageRowDelegate delegate;
         QStyleOptionViewItem option;
-        option.font = TemplateFont();
+        option.font = DialogPixelFont();
         option.fontMetrics = fm;
         option.rect = QRect(0, 0, kWidth, 10);
         QCOMPARE(delegate.sizeHint(option, QModelIndex()).height(), rowHeight);
         // Measured once: a later, larger font does not change it.
-        QFont big = TemplateFont();
+        QFont big = DialogPixelFont();
         big.setPixelSize(40);
         option.font = big;
         option.fontMetrics = QFontMetrics(big);
@@ -257,7 +256,7 @@ class MessageRowTest : public QObject {
         unwrapped.fill(kBase);
         {
             QPainter p(&unwrapped);
-            p.setFont(TemplateFont());
+            p.setFont(DialogPixelFont());
             p.setPen(Qt::black);
             p.setClipRect(lowerArea);
             p.drawText(lowerArea, Qt::AlignLeft | Qt::AlignTop, words);
@@ -274,7 +273,7 @@ class MessageRowTest : public QObject {
         const SmsMessage m = MakeMessage(1, u"", u"", u"", MakeTime(2024, 5, 1, 8, 0));
         const QImage image = PaintRow(delegate, &m, false, false, rowHeight);
         const int half = (rowHeight - 2) / 2;
-        const QFontMetrics fm(TemplateFont());
+        const QFontMetrics fm(DialogPixelFont());
         const int dw = fm.horizontalAdvance(QStringLiteral("5/1/24"));
         const QRect dateArea(kWidth - 2 - dw, 0, dw, half);
         QVERIFY(CountPixels(image, dateArea, [](QColor c) { return c.value() < 80; }) > 5);
@@ -308,7 +307,7 @@ class MessageRowTest : public QObject {
         const SmsMessage plain =
             MakeMessage(kFolderOutbox, u"Anna", u"+1", u"hello", MakeTime(2024, 5, 1, 8, 0));
         const int half = (rowHeight - 2) / 2;
-        const QFontMetrics fm(TemplateFont());
+        const QFontMetrics fm(DialogPixelFont());
         const int dw = fm.horizontalAdvance(QStringLiteral("5/1/24"));
         const int mw = fm.horizontalAdvance(QStringLiteral("may have been sent"));
         auto isRed = [](QColor c) { return c.red() >= 150 && c.green() <= 80 && c.blue() <= 80; };
@@ -344,8 +343,8 @@ class MessageRowTest : public QObject {
         delegate.SetLogView(true);
         // The row height as the list asks for it, with the list's own font.
         QStyleOptionViewItem option;
-        option.font = TemplateFont();
-        option.fontMetrics = QFontMetrics(TemplateFont());
+        option.font = DialogPixelFont();
+        option.fontMetrics = QFontMetrics(DialogPixelFont());
         option.rect = QRect(0, 0, kWidth, 10);
         const int height = delegate.sizeHint(option, QModelIndex()).height();
         const QFont italic = GetUiFont(UiFont::MediumItalic);

@@ -360,7 +360,7 @@ class ProgressDialogTest : public QObject {
             cancel = d.Control(IDCANCEL)->geometry();
             text = d.Control(ProgressDialog::kTextId)->geometry();
             heading = d.Control(ProgressDialog::kHeadingId)->geometry();
-            line = d.findChild<QWidget*>(QStringLiteral("headerLine"))->geometry();
+            line = d.findChild<QWidget*>(kHeaderLineName)->geometry();
             d.SendCommand(IDCANCEL);
         });
         BoxCapture boxes;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "message_ui/ui/drawn_controls.h"
+#include "framework/ui/drawn_controls.h"
 
 #include <QApplication>
 #include <QImage>
@@ -9,7 +9,6 @@
 #include <QtTest>
 
 #include "framework/ui/ui_fonts.h"
-#include "message_ui/ui/dialog_units.h"
 
 namespace {
 
@@ -331,22 +330,6 @@ class DrawnControlsTest : public QObject {
         QCOMPARE(cancel->pos(), QPoint(200 - 4 - 17, 4));
         QVERIFY(SetupCaption(window, nullptr, nullptr, cancel) == nullptr);
         QVERIFY(SetupCaption(nullptr, caption, nullptr, cancel) == nullptr);
-    }
-
-    void dialogUnitsFollowTheFont() {
-        const DialogUnits units;
-        QVERIFY(units.BaseX() > 0);
-        QVERIFY(units.BaseY() > 0);
-        QCOMPARE(units.X(4), units.BaseX());
-        QCOMPARE(units.Y(8), units.BaseY());
-        const QRect r = units.Rect(33, 2, 103, 89);
-        QCOMPARE(r.x(), units.X(33));
-        QCOMPARE(r.right() + 1, units.X(136));  // both edges are mapped
-        QFont big = DialogFont();
-        big.setPointSize(18);
-        const DialogUnits larger(big);
-        QVERIFY(larger.BaseX() > units.BaseX());
-        QVERIFY(larger.BaseY() > units.BaseY());
     }
 
   private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "message_ui/ui/drawn_controls.h"
+#include "framework/ui/drawn_controls.h"
 
 #include <QAbstractButton>
 #include <QEvent>
@@ -15,7 +15,7 @@
 // linker from dropping them from a program that never names them otherwise.
 static void RegisterBitmaps() {
     static const bool registered = [] {
-        Q_INIT_RESOURCE(message_ui_bitmaps);
+        Q_INIT_RESOURCE(drawn_control_bitmaps);
         return true;
     }();
     (void)registered;
