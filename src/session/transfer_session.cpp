@@ -17,8 +17,6 @@
 #include "phonelink/serial_transport.h"
 #include "phonelink/tcp_transport.h"
 #include "phonelink/transport.h"
-#include "session/transfer_settings.h"
-#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/transfer_lock.h"
@@ -128,6 +126,14 @@ TransferSession::TransferSession() = default;
 
 TransferSession::~TransferSession() {
     CancelAndWait();
+}
+
+bool TransferSession::Start(NotificationSink* sink, std::uint32_t completionMessage,
+                            const TransferSettings* settings) {
+    Wait();  // a previous run's thread still reads its settings
+    settings_.reset();
+    if (settings != nullptr) settings_ = *settings;
+    return WorkerThread::Start(sink, completionMessage);
 }
 
 int TransferSession::End() {
@@ -250,9 +256,10 @@ bool SendThroughPhone(TransferSession* session, PhoneSession* phone, SmsMessage&
 
 void TransferSession::Run() {
     succeeded_ = false;
-    TransferSettings settings;
-    if (!ReadTransferSettings(&settings)) return;
-    const bool localMode = IsNoCommunication(settings.portName);
+    // Settings that could not be read: nothing is done, not even a notification.
+    if (!settings_) return;
+    const TransferSettings& settings = *settings_;
+    const bool localMode = settings.noCommunication;
     {
         std::lock_guard<std::mutex> lock(TextLock());
         shortfalls_.clear();

@@ -55,6 +55,7 @@
 #include "session/notification_queue.h"
 #include "session/transfer_session.h"
 #include "settings/settings_key.h"
+#include "settings/transfer_settings_reader.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 
@@ -442,7 +443,9 @@ class FaultMatrixBase : public ::testing::Test {
         RunOutcome out;
         TransferSession session;
         RecordingSink sink(&session, trigger);
-        EXPECT_TRUE(session.Start(&sink, kNotifyThreadEnded));
+        TransferSettings settings;
+        EXPECT_TRUE(ReadTransferSettings(&settings));
+        EXPECT_TRUE(session.Start(&sink, kNotifyThreadEnded, &settings));
         if (!sink.WaitEnded(120s)) {
             ADD_FAILURE() << "the transfer did not end";
             session.CancelAndWait();
@@ -1073,7 +1076,9 @@ TEST_P(StoreFaultAtCommand, SaysWhatWasNotDoneAndSendsNothingTwice) {
         FakeClock clock(1000, 1);
         TransferSession session;
         RecordingSink sink(&session, {});
-        ASSERT_TRUE(session.Start(&sink, kNotifyThreadEnded));
+        TransferSettings settings;
+        ASSERT_TRUE(ReadTransferSettings(&settings));
+        ASSERT_TRUE(session.Start(&sink, kNotifyThreadEnded, &settings));
         const bool ended = sink.WaitEnded(120s);
         if (!ended) session.CancelAndWait();
         session.Wait();
