@@ -34,6 +34,7 @@
 #include "session/notification_queue.h"
 #include "session/transfer_session.h"
 #include "settings/settings_key.h"
+#include "settings/transfer_settings_reader.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 
@@ -185,7 +186,9 @@ class BenchHome {
 bool RunSendAndGet() {
     TransferSession session;
     NotificationQueue queue;
-    if (!session.Start(&queue, kNotifyThreadEnded)) return false;
+    TransferSettings settings;
+    if (!ReadTransferSettings(&settings)) return false;
+    if (!session.Start(&queue, kNotifyThreadEnded, &settings)) return false;
     for (;;) {
         auto n = queue.Take(std::chrono::minutes(5));
         if (!n || n->message == kNotifyThreadEnded) break;

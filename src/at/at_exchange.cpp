@@ -38,24 +38,34 @@ void InitAtRequest(AtRequest* request, PhoneSession* session, const char* comman
     ResetCursor(&request->cursor, session->response.data, session->response.size);
 }
 
+namespace {
+
+// The final result codes, tried in order. The length decides first: an echoed "AT" is 2 bytes
+// but not "OK", and of a 5-byte line only "ER" is compared, so any "ER..." of that length is an
+// error. The error number after "+CMS ERROR:" and "+CME ERROR:" is not read.
+struct FinalResult {
+    std::uint32_t length;  // the line's length, or its least length when `orLonger`
+    bool orLonger;
+    const char* start;  // compared with the line's first bytes
+    std::uint32_t startLength;
+    TransferError code;
+};
+
+constexpr FinalResult kFinalResults[] = {
+    {2, false, "OK", 2, kErrNone},
+    {5, false, "ER", 2, kErrPhoneError},
+    {11, true, "+CMS ERROR:", 11, kErrCmsError},
+    {11, true, "+CME ERROR:", 11, kErrCmeError},
+};
+
+}  // namespace
+
 TransferError ClassifyResultLine(const std::uint8_t* line, std::uint32_t length,
                                  TransferError* code) {
-    // Lengths first: an echoed "AT" is 2 bytes but not "OK", and only the first two bytes of a
-    // 5-byte line are compared, so any "ER..." of that length is an error.
-    if (length == 2 && line[0] == 'O' && line[1] == 'K') {
-        *code = kErrNone;
-        return kErrNone;
-    }
-    if (length == 5 && line[0] == 'E' && line[1] == 'R') {
-        *code = kErrPhoneError;
-        return kErrNone;
-    }
-    if (length >= 11 && std::memcmp(line, "+CMS ERROR:", 11) == 0) {
-        *code = kErrCmsError;
-        return kErrNone;
-    }
-    if (length >= 11 && std::memcmp(line, "+CME ERROR:", 11) == 0) {
-        *code = kErrCmeError;
+    for (const FinalResult& result : kFinalResults) {
+        if (result.orLonger ? length < result.length : length != result.length) continue;
+        if (std::memcmp(line, result.start, result.startLength) != 0) continue;
+        *code = result.code;
         return kErrNone;
     }
     return kErrNotFinal;

@@ -1,21 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "at/phone_commands.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "at/at_commands.h"
+#include "at/command_sequences.h"
+#include "at/response_parsers.h"
+#include "common/hex.h"
 #include "pdu/deliver.h"
-#include "pdu/gsm_alphabet.h"
+#include "phonelink/response_buffer.h"
 
 namespace {
 
-constexpr std::size_t kCommandSize = 64;
+constexpr std::uint32_t kCommandSize = 64;
 constexpr std::size_t kMaxMemoryName = 16;
-
-bool IsBlank(std::uint8_t c) {
-    return (c >= 9 && c <= 13) || c == 32;
-}
 
 // ---- AT+CPMS ----
 
@@ -24,24 +23,20 @@ struct MemoryCounts {
     std::int32_t total;
 };
 
+// A line that is not "+CPMS:" with its first pair leaves the counts as they were.
 TransferError CpmsLine(AtRequest* request, const std::uint8_t* line, std::uint32_t length, void*) {
     auto* counts = static_cast<MemoryCounts*>(request->handlerResult);
-    TokenCursor tokens{line, length};
-    std::int32_t used;
-    std::int32_t total;
-    // Only the first pair (the memory read from) is taken; the rest of the line is ignored.
-    if (ExpectLiteral(&tokens, "+CPMS:") == kTokenOk && ReadNumber(&tokens, &used) == kTokenOk &&
-        ExpectLiteral(&tokens, ",") == kTokenOk && ReadNumber(&tokens, &total) == kTokenOk) {
-        counts->used = used;
-        counts->total = total;
-    }
+    (void)ParseCpmsLine(line, length, &counts->used, &counts->total);
     return kErrNone;
 }
 
-bool FormatMemoryCommand(const char* memory, char* command, std::size_t size) {
-    if (memory == nullptr || std::strlen(memory) > kMaxMemoryName) return false;
-    int written = std::snprintf(command, size, "AT+CPMS=\"%s\"\r", memory);
-    return written > 0 && static_cast<std::size_t>(written) < size;
+// The command's length, or 0 for a memory name that cannot be sent.
+std::uint32_t FormatMemoryCommand(const char* memory, char* command, std::uint32_t size) {
+    if (memory == nullptr) return 0;
+    const std::size_t length = std::strlen(memory);
+    if (length > kMaxMemoryName) return 0;
+    return FormatAtCommand(AtCommand::kSelectMemory, memory, static_cast<std::uint32_t>(length),
+                           command, size);
 }
 
 // ---- AT+CMGL ----
@@ -78,27 +73,9 @@ void TrimBlanks(const std::uint8_t** line, std::uint32_t* length) {
 bool IsHexLine(const std::uint8_t* line, std::uint32_t length) {
     if (length == 0) return false;
     for (std::uint32_t i = 0; i < length; ++i) {
-        const std::uint8_t c = line[i];
-        if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'))) {
-            return false;
-        }
+        if (!IsHexDigit(line[i])) return false;
     }
     return true;
-}
-
-// +CMGL: <index>,<status>,[<alpha>],<length>. False for anything else (an echo, a blank line,
-// an unsolicited code, a damaged header).
-bool ParseHeader(const std::uint8_t* line, std::uint32_t length, std::int32_t* index,
-                 std::int32_t* announced) {
-    TokenCursor tokens{line, length};
-    std::int32_t status;
-    if (ExpectLiteral(&tokens, "+CMGL:") != kTokenOk || ReadNumber(&tokens, index) != kTokenOk ||
-        ExpectLiteral(&tokens, ",") != kTokenOk || ReadNumber(&tokens, &status) != kTokenOk ||
-        ExpectLiteral(&tokens, ",") != kTokenOk) {
-        return false;
-    }
-    (void)SkipQuotedString(&tokens);  // the alpha field may be empty or absent
-    return ExpectLiteral(&tokens, ",") == kTokenOk && ReadNumber(&tokens, announced) == kTokenOk;
 }
 
 // Decodes a hex PDU line into the listing's record. False when it cannot be read or decoded.
@@ -138,8 +115,7 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
     const bool hex = IsHexLine(line, length);
     const bool afterHeaderWithoutPdu = state->headerWithoutPdu;
     state->headerWithoutPdu = false;
-    std::int32_t index;
-    std::int32_t announced;
+    CmglHeader header;
 
     if (state->pendingLength != 0 && hex) {
         // The PDU line of the announced message.
@@ -154,13 +130,15 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
         return kErrNone;
     }
 
-    if (ParseHeader(line, length, &index, &announced)) {
+    // Anything but a header (an echo, a blank line, an unsolicited code, a damaged header) is
+    // looked at below.
+    if (ParseCmglHeader(line, length, &header)) {
         // A header while a PDU was still due: that message's PDU never came.
         if (state->pendingLength != 0) ++state->notRead;
         ++state->announced;
-        state->index = index;
-        state->pendingLength = static_cast<std::uint32_t>(announced);
-        state->headerWithoutPdu = announced == 0;
+        state->index = header.index;
+        state->pendingLength = static_cast<std::uint32_t>(header.length);
+        state->headerWithoutPdu = header.length == 0;
         return kErrNone;
     }
 
@@ -186,30 +164,27 @@ TransferError CmglLine(AtRequest* request, const std::uint8_t* line, std::uint32
 }  // namespace
 
 bool AtPing(PhoneSession* session) {
-    session->lastError = AtSendCommand(session, "AT\r");
+    session->lastError = RunAtCommand(session, AtCommand::kAttention);
     return session->lastError == kErrNone;
 }
 
 bool AtReset(PhoneSession* session) {
-    session->lastError = AtSendCommand(session, "ATZ\r");
+    session->lastError = RunAtCommand(session, AtCommand::kReset);
     return session->lastError == kErrNone;
 }
 
 TransferError AtInit(PhoneSession* session) {
-    // Echo off and verbose result codes; some phones refuse V1 and get plain echo-off instead.
-    if (AtSendCommand(session, "ATE0V1\r") != kErrNone) (void)AtSendCommand(session, "ATE0\r");
-    (void)AtSendCommand(session, "AT+CMGF=0\r");        // PDU mode
-    (void)AtSendCommand(session, "AT+CSCS=\"GSM\"\r");  // GSM character set
-    return AtSendCommand(session, "AT\r");
+    return RunAtSteps(session, kSetUpSteps, kSetUpStepCount, nullptr, nullptr);
 }
 
 TransferError SelectMemory(PhoneSession* session, const char* memory, std::int32_t* used,
                            std::int32_t* total) {
     char command[kCommandSize];
-    if (!FormatMemoryCommand(memory, command, sizeof command)) return kErrInvalidParameter;
+    const std::uint32_t length = FormatMemoryCommand(memory, command, sizeof command);
+    if (length == 0) return kErrInvalidParameter;
     MemoryCounts counts{-1, -1};
     AtRequest request;
-    InitAtRequest(&request, session, command, kAtDefaultTimeoutMs);
+    InitAtCommandRequest(&request, session, AtCommand::kSelectMemory, command, length);
     request.handlerResult = &counts;
     TransferError result = AtExchange(&request, &CpmsLine, nullptr);
     if (used != nullptr) *used = counts.used;
@@ -219,9 +194,10 @@ TransferError SelectMemory(PhoneSession* session, const char* memory, std::int32
 
 TransferError SelectMemoryOnly(PhoneSession* session, const char* memory) {
     char command[kCommandSize];
-    if (!FormatMemoryCommand(memory, command, sizeof command)) return kErrInvalidParameter;
+    const std::uint32_t length = FormatMemoryCommand(memory, command, sizeof command);
+    if (length == 0) return kErrInvalidParameter;
     AtRequest request;
-    InitAtRequest(&request, session, command, kAtDefaultTimeoutMs);
+    InitAtCommandRequest(&request, session, AtCommand::kSelectMemory, command, length);
     return AtSimple(&request);
 }
 
@@ -231,7 +207,9 @@ TransferError ListMemory(PhoneSession* session, std::uint32_t status, std::int32
     if (outcome == nullptr) outcome = &unused;
     *outcome = {};
     char command[kCommandSize];
-    std::snprintf(command, sizeof command, "AT+CMGL=%u\r", status);
+    const std::uint32_t commandLength =
+        FormatAtCommand(AtCommand::kListMessages, status, command, sizeof command);
+    if (commandLength == 0) return kErrInvalidParameter;
     // One record for the whole listing, allocated before the command so that nothing is
     // allocated while the response is read.
     ListingState state{};
@@ -240,7 +218,7 @@ TransferError ListMemory(PhoneSession* session, std::uint32_t status, std::int32
     state.perMessage = perMessage;
     state.context = context;
     AtRequest request;
-    InitAtRequest(&request, session, command, kAtListTimeoutMs);
+    InitAtCommandRequest(&request, session, AtCommand::kListMessages, command, commandLength);
     request.handlerResult = &state;
     request.skipOverlongLines = true;
     TransferError result = AtExchange(&request, &CmglLine, nullptr);
@@ -271,9 +249,11 @@ TransferError ListMessages(PhoneSession* session, std::uint32_t status,
 
 TransferError DeleteMessage(PhoneSession* session, std::uint32_t index) {
     char command[kCommandSize];
-    std::snprintf(command, sizeof command, "AT+CMGD=%u\r", index);
+    const std::uint32_t length =
+        FormatAtCommand(AtCommand::kDeleteMessage, index, command, sizeof command);
+    if (length == 0) return kErrInvalidParameter;
     AtRequest request;
-    InitAtRequest(&request, session, command, kAtDefaultTimeoutMs);
+    InitAtCommandRequest(&request, session, AtCommand::kDeleteMessage, command, length);
     return AtSimple(&request);
 }
 
@@ -344,14 +324,15 @@ TransferError DialVoice(PhoneSession* session, const char16_t* number) {
     while (number[length] != 0) {
         if (++length > kMaxDialLength) return kErrInvalidParameter;
     }
+    char narrowed[kMaxDialLength];
+    for (std::size_t i = 0; i < length; ++i) narrowed[i] = static_cast<char>(number[i] & 0xFF);
     char command[3 + kMaxDialLength + 3];
-    std::memcpy(command, "ATD", 3);
-    for (std::size_t i = 0; i < length; ++i) command[3 + i] = static_cast<char>(number[i] & 0xFF);
-    std::memcpy(command + 3 + length, ";\r", 3);
+    // A NUL among the low bytes must not cut the command short: its length is counted.
+    const std::uint32_t commandLength =
+        FormatAtCommand(AtCommand::kDialVoice, narrowed, static_cast<std::uint32_t>(length),
+                        command, sizeof command);
     AtRequest request;
-    InitAtRequest(&request, session, command, kAtDefaultTimeoutMs);
-    // A NUL among the low bytes must not cut the command short.
-    request.commandLength = static_cast<std::uint32_t>(length + 5);
+    InitAtCommandRequest(&request, session, AtCommand::kDialVoice, command, commandLength);
     (void)AtSimple(&request);
     return kErrNone;
 }
@@ -415,4 +396,10 @@ void DeleteCollected(PhoneSession* session, const DeletionLists* lists) {
             (void)DeleteMessage(session, lists->phone.items[i]);
         }
     }
+}
+
+void DeleteRetrieved(PhoneSession* session, const DeletionLists* lists, TransferError retrieved,
+                     const RetrieveCounts& counts) {
+    if (retrieved == kErrCancelled || counts.outOfStep) return;
+    DeleteCollected(session, lists);
 }

@@ -13,8 +13,8 @@
 bool AtPing(PhoneSession* session);
 bool AtReset(PhoneSession* session);
 
-// "ATE0V1\r" (or "ATE0\r" when the phone refuses it), "AT+CMGF=0\r", "AT+CSCS=\"GSM\"\r", then
-// "AT\r", whose result is returned. Only that last result counts.
+// The set-up (kSetUpSteps): "ATE0V1\r" (or "ATE0\r" when the phone refuses it), "AT+CMGF=0\r",
+// "AT+CSCS=\"GSM\"\r", then "AT\r", whose result is returned. Only that last result counts.
 TransferError AtInit(PhoneSession* session);
 
 // "AT+CPMS=\"<memory>\"\r". On 0, *used and *total hold the first two numbers of the "+CPMS:"
@@ -114,3 +114,11 @@ void FreeDeletionLists(DeletionLists* lists);
 // collected index to the first, so that phones that renumber keep the remaining indices valid.
 // Results of single deletions are ignored.
 void DeleteCollected(PhoneSession* session, const DeletionLists* lists);
+
+// What a retrieval that ended with `retrieved` collected goes from the phone (DeleteCollected),
+// even when a listing failed or was cut: what arrived whole is stored, and the next transfer
+// must fetch the rest rather than the same messages again. Nothing goes after a cancel, nor
+// when a listing's rest never ended (counts.outOfStep): the phone's answers could then belong
+// to other commands.
+void DeleteRetrieved(PhoneSession* session, const DeletionLists* lists, TransferError retrieved,
+                     const RetrieveCounts& counts);

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "at/send_message.h"
 
-#include <cstdio>
-
 #include "pdu/submit.h"
-#include "phonelink/response_buffer.h"
 
 TransferError SubmitPdu(PhoneSession* session, PduRecord* record, bool* pduWritten) {
     if (pduWritten != nullptr) *pduWritten = false;
@@ -16,21 +13,22 @@ TransferError SubmitPdu(PhoneSession* session, PduRecord* record, bool* pduWritt
     }
 
     char lengthCommand[32];
-    std::snprintf(lengthCommand, sizeof lengthCommand, "AT+CMGS=%u\r", record->tpduLength);
+    const std::uint32_t lengthCommandLength = FormatAtCommand(
+        AtCommand::kSubmitLength, record->tpduLength, lengthCommand, sizeof lengthCommand);
     AtRequest request;
-    InitAtRequest(&request, session, lengthCommand, kAtPromptTimeoutMs);
+    InitAtCommandRequest(&request, session, AtCommand::kSubmitLength, lengthCommand,
+                         lengthCommandLength);
     result = AtExpect(&request, kSendPrompt);
     if (result != kErrNone) return result;
 
-    // The PDU goes as a new command on the same request, so the prompt hook stays installed. The
-    // drain before it discards the rest of the prompt line.
+    // The PDU (service-centre part and TPDU) and Ctrl-Z go as a new command on the same request,
+    // so the prompt hook stays installed. The drain before it discards the rest of the prompt
+    // line.
     char pduCommand[2 * kEncodedSize + 2];
-    HexEncode(record->encoded, record->encodedLength, pduCommand);
-    pduCommand[2 * record->encodedLength] = kCtrlZ;
-    pduCommand[2 * record->encodedLength + 1] = '\0';
     request.command = pduCommand;
-    request.commandLength = 0;
-    request.timeoutMs = kAtPduTimeoutMs;
+    request.commandLength = FormatAtCommand(AtCommand::kSubmitPdu, record->encoded,
+                                            record->encodedLength, pduCommand, sizeof pduCommand);
+    request.timeoutMs = AtCommandInfoOf(AtCommand::kSubmitPdu).timeoutMs;
     // From here on a failure may come after the phone took the PDU: a write cut short or a
     // silence does not say that nothing went out.
     if (pduWritten != nullptr) *pduWritten = true;

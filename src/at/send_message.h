@@ -2,6 +2,7 @@
 // Sending one short message with AT+CMGS in PDU mode.
 #pragma once
 
+#include "at/at_commands.h"
 #include "at/at_exchange.h"
 #include "common/pdu_record.h"
 #include "common/sms_message.h"
@@ -9,8 +10,6 @@
 
 // The prompt after which the phone takes the PDU: greater-than and a blank.
 constexpr char kSendPrompt[] = "> ";
-// Ends the PDU; nothing (no CR) follows it.
-constexpr char kCtrlZ = 0x1A;
 
 // Prepares the message's SMS-SUBMIT record (recipient, text, Flash), applies the session's
 // service centre and status-report request, and submits it. True on success; the result code is

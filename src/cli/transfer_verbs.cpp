@@ -37,8 +37,8 @@
 #include "session/notification_queue.h"
 #include "session/result_messages.h"
 #include "session/transfer_session.h"
-#include "session/transfer_settings.h"
 #include "settings/settings_key.h"
+#include "settings/transfer_settings_reader.h"
 #include "store/message_store.h"
 #include "store/recent_store.h"
 
@@ -96,8 +96,13 @@ int Follow(TransferSession& session) {
     sigaction(SIGTERM, &sa, &oldTerm);
     g_interrupted = 0;
 
+    // The settings are read as the transfer starts; a transfer without them does nothing.
     NotificationQueue queue;
-    if (!session.Start(&queue, kNotifyThreadEnded)) queue.Post(kNotifyThreadEnded, 0, 0);
+    TransferSettings settings;
+    const bool settingsRead = ReadTransferSettings(&settings);
+    if (!session.Start(&queue, kNotifyThreadEnded, settingsRead ? &settings : nullptr)) {
+        queue.Post(kNotifyThreadEnded, 0, 0);
+    }
 
     int toSend = 0, sent = 0, received = 0;
     bool success = false, cancelSent = false;
@@ -161,6 +166,10 @@ int Follow(TransferSession& session) {
         Line(text);
     } else if (id != 0) {
         Line(Str(id));
+        // What more the run knows of the failure, such as the program that holds the port.
+        if (!session.FailureDetail().empty()) {
+            Line("velkan: " + Utf16ToUtf8(session.FailureDetail()));
+        }
     }
     return result == kErrNone ? 1 : static_cast<int>(result);
 }

@@ -36,20 +36,9 @@ const std::uint16_t kGsmAlphabet[128] = {
 
 namespace {
 
-const char kHexDigits[] = "0123456789ABCDEF";
-
 // Characters the alphabet cannot express are sent as this septet. It is the ASCII code of "_",
 // which the GSM alphabet reads as "§"; the recipient therefore sees "§" in their place.
 constexpr std::uint8_t kUnknownSeptet = 0x5F;
-
-// The value of one hex digit, deliberately loose: any letter counts from 10 upward (so "G" is
-// 16), which the caller truncates to the octet. -1 for anything else.
-int HexDigitValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'Z') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'z') return c - 'a' + 10;
-    return -1;
-}
 
 }  // namespace
 
@@ -179,30 +168,4 @@ unsigned FromSwappedBcd(std::uint8_t octet) {
     // A field that is not decimal reads as 0 rather than failing the whole message.
     if (high > 9 || low > 9) return 0;
     return low * 10 + high;
-}
-
-void BytesToHex(const std::uint8_t* bytes, std::size_t count, char* out) {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[2 * i] = kHexDigits[bytes[i] >> 4];
-        out[2 * i + 1] = kHexDigits[bytes[i] & 0x0F];
-    }
-    out[2 * count] = 0;
-}
-
-TransferError HexToBytes(const char* hex, std::size_t length, std::uint8_t* out) {
-    if (length % 2 != 0) return kErrInvalidParameter;
-    for (std::size_t i = 0; i < length; i += 2) {
-        const int high = HexDigitValue(hex[i]);
-        const int low = HexDigitValue(hex[i + 1]);
-        if (high < 0 || low < 0) return kErrInvalidParameter;
-        out[i / 2] = static_cast<std::uint8_t>((high << 4) | low);
-    }
-    return kErrNone;
-}
-
-TransferError HexTextToBuffer(const char* hex, std::vector<std::uint8_t>* buffer) {
-    if (hex == nullptr || buffer == nullptr) return kErrInvalidParameter;
-    const std::size_t length = std::strlen(hex);
-    buffer->assign(length / 2, 0);
-    return HexToBytes(hex, length, buffer->data());
 }

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The lowest layer of the PDU codec: the GSM 03.38 default alphabet, septet packing, swapped-BCD
-// semi-octets (numbers and time fields) and the hexadecimal text in which PDUs travel.
-// Everything works on caller-supplied buffers and allocates nothing (HexTextToBuffer excepted).
+// The lowest layer of the PDU codec: the GSM 03.38 default alphabet, septet packing and
+// swapped-BCD semi-octets (numbers and time fields). The hexadecimal text in which PDUs travel
+// is common/hex.h, included for the codec's users. Everything works on caller-supplied buffers
+// and allocates nothing.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
+#include "common/hex.h"
 #include "common/transfer_error.h"
 
 // Septet value 0-127 → UTF-16 code unit.
@@ -40,12 +41,3 @@ TransferError DecodeAddressDigits(const std::uint8_t* in, std::size_t count, cha
 
 std::uint8_t ToSwappedBcd(unsigned value);
 unsigned FromSwappedBcd(std::uint8_t octet);
-
-// Two upper-case digits per byte, then a terminating 0 (`out` has room for 2 * count + 1).
-void BytesToHex(const std::uint8_t* bytes, std::size_t count, char* out);
-
-// Decodes `length` hex characters into length / 2 bytes. Odd length or a bad digit gives 4.
-TransferError HexToBytes(const char* hex, std::size_t length, std::uint8_t* out);
-
-// Sizes `buffer` to strlen(hex) / 2 and fills it with HexToBytes.
-TransferError HexTextToBuffer(const char* hex, std::vector<std::uint8_t>* buffer);

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/hex.h"
 #include "common/tick_clock.h"
 
 TransferError CreateResponseBuffer(ResponseBuffer* buffer, std::uint32_t size) {
@@ -150,21 +151,6 @@ TransferError DrainInput(PhoneChannel* channel, std::uint8_t* buffer, std::uint3
     return kErrNone;
 }
 
-namespace {
-
-bool IsBlank(std::uint8_t c) {
-    return (c >= 9 && c <= 13) || c == 32;
-}
-
-int HexValue(std::uint8_t c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return -1;
-}
-
-}  // namespace
-
 bool SkipBlanks(TokenCursor* cursor) {
     bool skipped = false;
     while (cursor->remaining > 0 && IsBlank(*cursor->pos)) {
@@ -220,24 +206,12 @@ TransferError ReadHexBytes(TokenCursor* cursor, std::uint8_t* out, std::uint32_t
                            std::uint32_t* count) {
     SkipBlanks(cursor);
     std::uint32_t digits = 0;
-    while (digits < cursor->remaining && HexValue(cursor->pos[digits]) >= 0) ++digits;
+    while (digits < cursor->remaining && IsHexDigit(cursor->pos[digits])) ++digits;
     if (digits % 2 != 0 || digits / 2 > outSize) return kErrInvalidParameter;
-    for (std::uint32_t i = 0; i < digits / 2; ++i) {
-        out[i] = static_cast<std::uint8_t>((HexValue(cursor->pos[2 * i]) << 4) |
-                                           HexValue(cursor->pos[2 * i + 1]));
-    }
+    (void)HexToBytes(reinterpret_cast<const char*>(cursor->pos), digits, out);
     *count = digits / 2;
     cursor->pos += digits;
     cursor->remaining -= digits;
     SkipBlanks(cursor);
     return kErrNone;
-}
-
-void HexEncode(const std::uint8_t* bytes, std::uint32_t count, char* out) {
-    static const char kDigits[] = "0123456789ABCDEF";
-    for (std::uint32_t i = 0; i < count; ++i) {
-        out[2 * i] = kDigits[bytes[i] >> 4];
-        out[2 * i + 1] = kDigits[bytes[i] & 0x0F];
-    }
-    out[2 * count] = '\0';
 }

@@ -71,8 +71,13 @@ bool CursorEndDiscard(ResponseCursor* cursor);
 // after kDrainQuietMs, and after kDrainLimitMs at the latest. A read error is returned as is.
 TransferError DrainInput(PhoneChannel* channel, std::uint8_t* buffer, std::uint32_t size);
 
-// Tokenisers over (position, remaining length). Blanks are the bytes 9 to 13 and 32 only; every
-// other byte, control characters included, is data. All skip blanks before and after.
+// The one blank of the phone's responses: the bytes 9 to 13 (TAB, LF, VT, FF, CR) and 32 only;
+// every other byte, control characters included, is data.
+inline bool IsBlank(std::uint8_t c) {
+    return (c >= 9 && c <= 13) || c == 32;
+}
+
+// Tokenisers over (position, remaining length). All skip blanks before and after.
 struct TokenCursor {
     const std::uint8_t* pos;
     std::uint32_t remaining;
@@ -93,6 +98,3 @@ int SkipQuotedString(TokenCursor* cursor);
 // 0 on success with *count bytes; 4 for an odd number of digits or more bytes than `outSize`.
 TransferError ReadHexBytes(TokenCursor* cursor, std::uint8_t* out, std::uint32_t outSize,
                            std::uint32_t* count);
-
-// Two upper-case hex digits per byte, high nibble first, then a NUL (`out`: 2 * count + 1 bytes).
-void HexEncode(const std::uint8_t* bytes, std::uint32_t count, char* out);

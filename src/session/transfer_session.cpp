@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "at/at_exchange.h"
+#include "at/command_sequences.h"
 #include "at/phone_commands.h"
 #include "at/send_message.h"
 #include "common/text_convert.h"
@@ -17,8 +18,6 @@
 #include "phonelink/serial_transport.h"
 #include "phonelink/tcp_transport.h"
 #include "phonelink/transport.h"
-#include "session/transfer_settings.h"
-#include "settings/settings_key.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/transfer_lock.h"
@@ -130,6 +129,14 @@ TransferSession::~TransferSession() {
     CancelAndWait();
 }
 
+bool TransferSession::Start(NotificationSink* sink, std::uint32_t completionMessage,
+                            const TransferSettings* settings) {
+    Wait();  // a previous run's thread still reads its settings
+    settings_.reset();
+    if (settings != nullptr) settings_ = *settings;
+    return WorkerThread::Start(sink, completionMessage);
+}
+
 int TransferSession::End() {
     // Whatever an interrupted command returned, a cancelled run ends as cancelled; but once
     // "Success" has been posted the follower has already shown it, and the run had nothing left
@@ -192,6 +199,13 @@ TransferError CancelCheck(PhoneChannel*, void* context) {
     return kErrCancelled;
 }
 
+// The wake-up's progress as status lines.
+void NoteWake(WakeEvent event, void* context) {
+    auto* session = static_cast<TransferSession*>(context);
+    if (event == WakeEvent::kConnected) session->PostStatus(kStatusConnected);
+    if (event == WakeEvent::kInitializing) session->PostStatus(kStatusInitializing);
+}
+
 void NoteMemory(const char16_t* memory, void* context) {
     auto* ctx = static_cast<RetrieveContext*>(context);
     if (ctx->deletions != nullptr) NoteListedMemory(ctx->deletions, memory);
@@ -243,9 +257,10 @@ bool SendThroughPhone(TransferSession* session, PhoneSession* phone, SmsMessage&
 
 void TransferSession::Run() {
     succeeded_ = false;
-    TransferSettings settings;
-    if (!ReadTransferSettings(&settings)) return;
-    const bool localMode = IsNoCommunication(settings.portName);
+    // Settings that could not be read: nothing is done, not even a notification.
+    if (!settings_) return;
+    const TransferSettings& settings = *settings_;
+    const bool localMode = settings.noCommunication;
     {
         std::lock_guard<std::mutex> lock(TextLock());
         shortfalls_.clear();
@@ -279,7 +294,8 @@ void TransferSession::Run() {
         SetPollCallback(res.channel, &CancelCheck, kCancelPollIntervalMs, this);
         err = ChannelOpen(res.channel, kOpenModeConnect, address.c_str());
         if (err != kErrNone) {
-            result_ = err;
+            // A port that another program holds says which one.
+            SetFailure(err, Utf8ToUtf16(ChannelProblem(res.channel)));
             return;
         }
         err = CreatePhoneSession(res.channel, &res.phone);
@@ -290,22 +306,11 @@ void TransferSession::Run() {
         res.phone->serviceCentre = settings.serviceCentre;
         res.phone->statusReport = settings.statusReport;
 
-        // Wake-up. A phone left inside a message prompt by a broken send answers nothing
-        // useful until a Ctrl-Z ends that prompt.
-        if (AtPing(res.phone)) PostStatus(kStatusConnected);
-        if (!AtPing(res.phone)) {
-            const std::uint8_t ctrlZ = 0x1A;
-            (void)ChannelWrite(res.channel, &ctrlZ, 1);
-            if (AtPing(res.phone)) PostStatus(kStatusConnected);
-            (void)AtReset(res.phone);
-            (void)AtPing(res.phone);
-            if (!AtPing(res.phone)) {
-                result_ = res.phone->lastError;
-                return;
-            }
+        err = WakePhone(res.phone, &NoteWake, this);
+        if (err != kErrNone) {
+            result_ = err;
+            return;
         }
-        PostStatus(kStatusInitializing);
-        (void)AtInit(res.phone);
     }
 
     MessageDatabase store;
@@ -375,14 +380,10 @@ void TransferSession::Run() {
         if (!cancelled && counts.phoneNotRead != 0) {
             AddShortfall(Outcome(kStringPhoneNotRead, static_cast<int>(counts.phoneNotRead)));
         }
-        // What arrived whole is here now, so it goes from the phone even when a listing was cut
-        // or failed: otherwise the next transfer would fetch the same messages and never the
-        // rest. Not when the retrieval was cancelled (a cancel that came later stops the first
-        // deletion), and not when a listing's rest never ended: the phone's answers could then
-        // belong to other commands.
-        if (settings.deleteAfterRetrieve && err != kErrCancelled && !counts.outOfStep) {
-            DeleteCollected(res.phone, &res.deletions);
-        }
+        // What arrived whole goes from the phone, even after a cut or failed listing, but not
+        // after a cancel or with the phone out of step; a cancel that comes later stops the
+        // first deletion.
+        if (settings.deleteAfterRetrieve) DeleteRetrieved(res.phone, &res.deletions, err, counts);
         if (err != kErrNone) {
             result_ = err;
             return;

@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// One transfer with the phone, run on its own worker thread: read the settings, open the link,
-// wake and set up the phone, send the Outbox (or one message), move what was sent to Sent,
-// retrieve new messages into the Inbox and, if asked, delete them on the phone.
+// One transfer with the phone, run on its own worker thread: open the link, wake and set up the
+// phone, send the Outbox (or one message), move what was sent to Sent, retrieve new messages into
+// the Inbox and, if asked, delete them on the phone.
 //
-// Progress goes to the NotificationSink given to Start() (kNotify* numbers); the result stays in
-// the session and is read after kNotifyThreadEnded.
+// The settings are handed to Start() by the caller, who reads them as the transfer starts; the
+// session reads none itself. Progress goes to the NotificationSink given to Start() (kNotify*
+// numbers); the result stays in the session and is read after kNotifyThreadEnded.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "common/sms_message.h"
 #include "common/transfer_error.h"
+#include "session/transfer_settings.h"
 #include "session/worker_thread.h"
 
 class MessageDatabase;
@@ -29,6 +32,13 @@ class TransferSession : public WorkerThread {
     // the caller stores it.
     void SetSingleMessage(SmsMessage* message) { singleMessage_ = message; }
     bool IsSendOnly() const { return singleMessage_ != nullptr; }
+
+    // Starts a run with `settings`, which are copied. Null when the settings could not be read:
+    // the run then does nothing at all (no notification but kNotifyThreadEnded) and leaves the
+    // result as it was. Otherwise as WorkerThread::Start, which this hides: a transfer never
+    // starts without its caller's word on the settings.
+    bool Start(NotificationSink* sink, std::uint32_t completionMessage,
+               const TransferSettings* settings);
 
     // The run's result; meaningful once kNotifyThreadEnded has arrived.
     TransferError Result() const { return result_; }
@@ -64,6 +74,7 @@ class TransferSession : public WorkerThread {
     // Takes the store's transfer lock, waiting up to kLockWaitMs; false (result set) when not.
     bool TakeTransferLock(TransferLock& lock);
 
+    std::optional<TransferSettings> settings_;  // of the run; written before its thread starts
     SmsMessage* singleMessage_ = nullptr;
     TransferError result_ = kErrNone;
     std::u16string failureDetail_;

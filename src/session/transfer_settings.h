@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The settings a transfer reads once, at its start.
+// The settings a transfer runs with. Its caller reads them once, as the transfer starts
+// (ReadTransferSettings in settings/transfer_settings_reader.h), and hands them to the session,
+// which reads nothing itself.
 #pragma once
 
 #include <string>
 
 struct TransferSettings {
-    std::u16string portName;  // "COM3:", "/dev/ttyUSB0", "TCP:host:port", "local", "TCP:local"
+    std::u16string portName;       // "COM3:", "/dev/ttyUSB0", "TCP:host:port", "local", "TCP:local"
+    bool noCommunication = false;  // the port name says "no phone": messages go to the device
     bool deleteAfterRetrieve = false;
     std::u16string serviceCentre;  // empty unless a custom centre is on
     bool statusReport = false;
 };
-
-// False when the settings cannot be opened; the transfer then does nothing at all.
-bool ReadTransferSettings(TransferSettings* settings);

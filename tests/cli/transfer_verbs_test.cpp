@@ -2,9 +2,11 @@
 // `velkan send-get` and `velkan send` run as separate processes against the simulated phone, over
 // TCP and a pseudo-terminal: what they print, their exit status, the commands the phone
 // receives, the folders afterwards, Ctrl-C in each phase and kill -9 in the middle of a run.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -705,4 +707,39 @@ TEST_F(CliTransferTest, SendGetNamesMessagesThatCouldNotBeReadAndStillSucceeds) 
     EXPECT_EQ(CountWithText("inbox", "Fetched"), 1);
     EXPECT_EQ(CountWithText("inbox", "Unreadable"), 0);
     EXPECT_EQ(sim.StoredIn("ME"), 1);
+}
+
+// A port that another program holds (here a child that took its lock, as a terminal program
+// does) fails at once with 12, and the command names the holder.
+TEST_F(CliTransferTest, APortHeldByAnotherProgramFailsWithTwelveAndNamesIt) {
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(master, 0);
+    ASSERT_EQ(::grantpt(master), 0);
+    ASSERT_EQ(::unlockpt(master), 0);
+    char slave[128];
+    ASSERT_EQ(::ptsname_r(master, slave, sizeof slave), 0);
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t holder = ::fork();
+    if (holder == 0) {
+        const int fd = ::open(slave, O_RDWR | O_NOCTTY | O_NONBLOCK);
+        const char ok = fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) == 0 ? '1' : '0';
+        (void)!::write(ready[1], &ok, 1);
+        ::pause();
+        ::_exit(0);
+    }
+    char ok = '0';
+    ASSERT_EQ(::read(ready[0], &ok, 1), 1);
+    ASSERT_EQ(ok, '1');
+    Set("CommPort", slave);
+    const ProcessResult r = Velkan({"send-get"});
+    ::kill(holder, SIGKILL);
+    ::waitpid(holder, nullptr, 0);
+    ::close(ready[0]);
+    ::close(ready[1]);
+    ::close(master);
+    EXPECT_EQ(r.exitStatus, 12) << r.err;
+    EXPECT_TRUE(Contains(r.err, "Connection failed.")) << r.err;
+    EXPECT_TRUE(Contains(r.err, std::string("velkan: ") + slave + " is in use by ")) << r.err;
+    EXPECT_TRUE(Contains(r.err, "(pid " + std::to_string(holder) + ")")) << r.err;
 }

@@ -3,10 +3,11 @@
 // from the fuzz input: wake-up, set-up, sending the Outbox, selecting and listing the SIM and the
 // phone memory, decoding what is listed, and deleting what was taken.
 //
-// The transfer session runs on a worker thread with the settings, a serial or TCP transport and
-// the SQLite store, none of which a fuzzer can afford per input. This entry point therefore runs
-// the same AT engine and codec calls in the same order as TransferSession::Run, against the
-// in-memory phone of fuzz_phone.h, with a store that is a list in memory. Keep the two in step.
+// The transfer session runs on a worker thread with a serial or TCP transport and the SQLite
+// store, none of which a fuzzer can afford per input. This entry point therefore runs the
+// engine's own parts of TransferSession::Run (WakePhone, sending, RetrieveAll and
+// DeleteRetrieved) against the in-memory phone of fuzz_phone.h, with a store that is a list in
+// memory.
 //
 // Input: two control octets, then the phone's answers, one per write, separated by 0xFF.
 //   octet 0: bits 0-3 + 1: bytes per read; bit 4: delete after retrieval; bit 5: a custom
@@ -14,10 +15,11 @@
 //   octet 1: bits 0-3: cancel at poll 4 * k * k (0: never); bit 4: the store refuses to write;
 //            bits 5-6: the first kind of Outbox message
 //
-// Beyond "no crash, no hang": every result is one the engine documents; every PDU written after
-// "AT+CMGS=<n>" is hex of a SMS-SUBMIT to the message's number whose TPDU has n octets; only
-// messages that were stored are deleted, each with its own memory selected, from the last taken
-// to the first; received records hold bounded, terminated fields.
+// Beyond "no crash, no hang": every result is one the engine documents; the wake-up tells
+// "connected" at most twice and "initializing" once, last, exactly when it succeeds; every PDU
+// written after "AT+CMGS=<n>" is hex of a SMS-SUBMIT to the message's number whose TPDU has n
+// octets; only messages that were stored are deleted, each with its own memory selected, from
+// the last taken to the first; received records hold bounded, terminated fields.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -25,11 +27,13 @@
 #include <string>
 #include <vector>
 
+#include "at/at_commands.h"
+#include "at/command_sequences.h"
 #include "at/phone_commands.h"
 #include "at/send_message.h"
+#include "common/hex.h"
 #include "fuzz_phone.h"
 #include "pdu/deliver.h"
-#include "pdu/gsm_alphabet.h"
 
 namespace {
 
@@ -64,12 +68,17 @@ struct Run {
     std::vector<std::uint32_t> takenSim;
     std::vector<std::uint32_t> takenPhone;
     bool listingPhone = false;
+    std::vector<WakeEvent> wakeEvents;
 };
 
 TransferError CancelCheck(PhoneChannel*, void* context) {
     auto* run = static_cast<Run*>(context);
     ++run->polls;
     return run->cancelAtPoll != 0 && run->polls >= run->cancelAtPoll ? kErrCancelled : kErrNone;
+}
+
+void NoteWake(WakeEvent event, void* context) {
+    static_cast<Run*>(context)->wakeEvents.push_back(event);
 }
 
 void NoteMemory(const char16_t* memory, void* context) {
@@ -107,22 +116,28 @@ bool IsDocumented(TransferError result) {
     return fuzz_phone::IsExchangeResult(result) || result == kErrOutOfMemory;
 }
 
+// The wake-up told "connected" only before "initializing", at most twice, and "initializing"
+// once, last, exactly when it succeeded.
+void CheckWakeEvents(const Run& run, TransferError woke) {
+    std::size_t connected = 0;
+    for (std::size_t i = 0; i < run.wakeEvents.size(); ++i) {
+        const WakeEvent event = run.wakeEvents[i];
+        Check(event == WakeEvent::kConnected || event == WakeEvent::kInitializing);
+        if (event == WakeEvent::kConnected) ++connected;
+        if (event == WakeEvent::kInitializing) Check(i + 1 == run.wakeEvents.size());
+    }
+    Check(connected <= 2);
+    const bool initializing =
+        !run.wakeEvents.empty() && run.wakeEvents.back() == WakeEvent::kInitializing;
+    Check(initializing == (woke == kErrNone));
+}
+
 // TransferSession::Run for a serial or TCP phone, from the open channel on.
 void Transfer(PhoneSession* phone, Run* run, std::uint32_t outbox, std::uint32_t firstKind) {
-    // Wake-up, with the Ctrl-Z that ends a prompt left open by a broken send.
-    (void)AtPing(phone);
-    if (!AtPing(phone)) {
-        const std::uint8_t ctrlZ = 0x1A;
-        (void)ChannelWrite(phone->channel, &ctrlZ, 1);
-        (void)AtPing(phone);
-        (void)AtReset(phone);
-        (void)AtPing(phone);
-        if (!AtPing(phone)) {
-            Check(IsDocumented(phone->lastError) && phone->lastError != kErrNone);
-            return;
-        }
-    }
-    Check(IsDocumented(AtInit(phone)));
+    const TransferError woke = WakePhone(phone, &NoteWake, run);
+    Check(IsDocumented(woke) && phone->lastError == woke);
+    CheckWakeEvents(*run, woke);
+    if (woke != kErrNone) return;
 
     for (std::uint32_t i = 0; i < outbox; ++i) {
         const OutboxKind& kind = kOutboxKinds[(firstKind + i) % 4];
@@ -139,10 +154,10 @@ void Transfer(PhoneSession* phone, Run* run, std::uint32_t outbox, std::uint32_t
         if (run->cancelAtPoll != 0 && run->polls >= run->cancelAtPoll) return;
     }
 
-    const TransferError listed = RetrieveAll(phone, &NoteMemory, &StoreRetrieved, run, nullptr);
+    RetrieveCounts counts{};
+    const TransferError listed = RetrieveAll(phone, &NoteMemory, &StoreRetrieved, run, &counts);
     Check(IsDocumented(listed));
-    if (listed != kErrNone) return;
-    if (run->deleteAfterRetrieve) DeleteCollected(phone, &run->deletions);
+    if (run->deleteAfterRetrieve) DeleteRetrieved(phone, &run->deletions, listed, counts);
 }
 
 bool IsHex(const std::string& text) {
@@ -168,7 +183,7 @@ void CheckSends(const Run& run, bool customCentre) {
     for (std::size_t i = 0; i < writes.size(); ++i) {
         const std::string& w = writes[i];
         Check(!w.empty());
-        if (w.back() != '\x1A' || w.size() == 1) continue;
+        if (w.back() != kCtrlZ || w.size() == 1) continue;
         const std::string hex = w.substr(0, w.size() - 1);
         Check(i > 0 && hex.size() % 2 == 0 && IsHex(hex));
         unsigned announced = 0;

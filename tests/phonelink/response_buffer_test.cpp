@@ -371,16 +371,6 @@ TEST(Tokenisers, ReadHexBytes) {
     EXPECT_EQ(count, 0u);
 }
 
-TEST(HexEncoding, UpperCaseHighNibbleFirstWithTerminator) {
-    const std::uint8_t bytes[] = {0x00, 0xAB, 0x7F, 0x1A};
-    char out[9];
-    std::memset(out, '#', sizeof out);
-    HexEncode(bytes, 4, out);
-    EXPECT_STREQ(out, "00AB7F1A");
-    HexEncode(bytes, 0, out);
-    EXPECT_STREQ(out, "");
-}
-
 TEST(ResponseBufferAllocation, CreateAndFree) {
     ResponseBuffer buffer{};
     ASSERT_EQ(CreateResponseBuffer(&buffer, kResponseBufferSize), 0u);

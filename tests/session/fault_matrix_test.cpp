@@ -56,6 +56,7 @@
 #include "session/notification_queue.h"
 #include "session/transfer_session.h"
 #include "settings/settings_key.h"
+#include "settings/transfer_settings_reader.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 
@@ -443,7 +444,9 @@ class FaultMatrixBase : public ::testing::Test {
         RunOutcome out;
         TransferSession session;
         RecordingSink sink(&session, trigger);
-        EXPECT_TRUE(session.Start(&sink, kNotifyThreadEnded));
+        TransferSettings settings;
+        EXPECT_TRUE(ReadTransferSettings(&settings));
+        EXPECT_TRUE(session.Start(&sink, kNotifyThreadEnded, &settings));
         if (!sink.WaitEnded(120s)) {
             ADD_FAILURE() << "the transfer did not end";
             session.CancelAndWait();
@@ -986,6 +989,8 @@ class StoreFaultAtCommand : public FaultMatrixBase,
         switch (fault) {
             case StoreFault::kLocked:
                 if (sqlite3_open(file.c_str(), &holder_) == SQLITE_OK) {
+                    // The session may be writing this very moment: wait for its turn.
+                    sqlite3_busy_timeout(holder_, 10000);
                     EXPECT_EQ(sqlite3_exec(holder_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr),
                               SQLITE_OK);
                 }
@@ -1028,6 +1033,7 @@ class StoreFaultAtCommand : public FaultMatrixBase,
     static void SetVersion(std::uint32_t version) {
         sqlite3* db = nullptr;
         ASSERT_EQ(sqlite3_open(StoreFilePath().c_str(), &db), SQLITE_OK);
+        sqlite3_busy_timeout(db, 10000);
         const std::string sql = "PRAGMA user_version=" + std::to_string(version);
         EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(db);
@@ -1071,10 +1077,13 @@ TEST_P(StoreFaultAtCommand, SaysWhatWasNotDoneAndSendsNothingTwice) {
             StartTrouble(fault);
             std::ofstream open(gate);
         });
-        FakeClock clock(1000, 1);
+        // Real time: the phone holds its answer for as long as the trouble takes to set up,
+        // and no time-out may run out meanwhile, however loaded the machine is.
         TransferSession session;
         RecordingSink sink(&session, {});
-        ASSERT_TRUE(session.Start(&sink, kNotifyThreadEnded));
+        TransferSettings settings;
+        ASSERT_TRUE(ReadTransferSettings(&settings));
+        ASSERT_TRUE(session.Start(&sink, kNotifyThreadEnded, &settings));
         const bool ended = sink.WaitEnded(120s);
         if (!ended) session.CancelAndWait();
         session.Wait();

@@ -22,6 +22,7 @@
 #include "phone_sim_process.h"
 #include "session/notification_queue.h"
 #include "settings/settings_key.h"
+#include "settings/transfer_settings_reader.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/transfer_lock.h"
@@ -111,7 +112,10 @@ class TransferSessionTest : public ::testing::Test {
                        const std::function<void()>& whileRunning = nullptr) {
         RunLog run;
         NotificationQueue queue;
-        EXPECT_TRUE(session.Start(&queue, kNotifyThreadEnded));
+        // As the program's callers do: the settings read as the transfer starts.
+        TransferSettings settings;
+        EXPECT_TRUE(ReadTransferSettings(&settings));
+        EXPECT_TRUE(session.Start(&queue, kNotifyThreadEnded, &settings));
         if (whileRunning) whileRunning();
         for (;;) {
             auto n = queue.Take(60s);
@@ -761,6 +765,41 @@ TEST_F(TransferSessionTest, ATransferWaitsForAnotherThatEndsSoon) {
     RunLog run = RunTransfer(session, [&] { other.reset(); });
     EXPECT_EQ(run.result, kErrNone);
     EXPECT_TRUE(run.Has(kNotifySuccess));
+}
+
+// Settings that could not be read: the run does nothing at all, with no notification but the
+// thread's end, and leaves the result as it was. The settings of an earlier run are not reused.
+TEST_F(TransferSessionTest, WithoutItsSettingsARunDoesNothing) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "SM:+4930111111:Stays"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Hello");
+    TransferSession session;
+    auto runWithoutSettings = [&] {
+        session.SetResult(kErrPhoneError);
+        NotificationQueue queue;
+        ASSERT_TRUE(session.Start(&queue, kNotifyThreadEnded, nullptr));
+        auto n = queue.Take(60s);
+        ASSERT_TRUE(n);
+        EXPECT_EQ(n->message, kNotifyThreadEnded);
+        session.Wait();
+        EXPECT_FALSE(queue.Take(0ms));
+        EXPECT_EQ(session.Result(), kErrPhoneError);
+    };
+    runWithoutSettings();
+    EXPECT_TRUE(Commands(sim.Log()).empty());
+    EXPECT_EQ(Folder(kFolderOutbox).size(), 1u);
+
+    session.SetResult(kErrNone);  // a run sets the result only when it fails
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_TRUE(run.Has(kNotifySuccess));
+    const std::size_t commands = Commands(sim.Log()).size();
+    EXPECT_GT(commands, 0u);
+    EXPECT_EQ(Folder(kFolderSent).size(), 1u);
+
+    runWithoutSettings();
+    EXPECT_EQ(Commands(sim.Log()).size(), commands);
 }
 
 TEST_F(TransferSessionTest, CancelBeforeAnyInputOrOutputEndsWithFive) {

@@ -10,6 +10,7 @@
 
 #include "settings/registry_key.h"
 #include "settings/settings_key.h"
+#include "settings/transfer_settings_reader.h"
 #include "store_test_util.h"  // RunWithoutPrivileges
 
 namespace fs = std::filesystem;
@@ -353,6 +354,54 @@ TEST_F(SettingsTest, ADamagedFileThatCannotBeCopiedIsLeftAlone) {
     EXPECT_EQ(result, 0);
     EXPECT_EQ(ReadAll(File()), damaged);
     EXPECT_FALSE(fs::exists(File() + ".damaged"));
+}
+
+// ---- the settings a transfer starts with ----
+
+TEST_F(SettingsTest, ATransferGetsItsSettingsInOneReading) {
+    TransferSettings settings;
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_EQ(settings.portName, u"COM3:");
+    EXPECT_FALSE(settings.noCommunication);
+    EXPECT_FALSE(settings.deleteAfterRetrieve);
+    EXPECT_EQ(settings.serviceCentre, u"");
+    EXPECT_FALSE(settings.statusReport);
+
+    RegistryKey key;
+    ASSERT_TRUE(OpenSettings(key));
+    ASSERT_EQ(SetCommPort(key, u"TCP"), kRegSuccess);
+    ASSERT_EQ(SetTcpAddress(key, u"10.0.0.2:4000"), kRegSuccess);
+    ASSERT_EQ(SetSmsc(key, u"+491710760000"), kRegSuccess);
+    ASSERT_EQ(key.WriteDword(kValueDelMsg, 2), kRegSuccess);  // any non-zero value is set
+    ASSERT_EQ(key.WriteDword(kValueStatusReq, 1), kRegSuccess);
+    // The centre counts only while the custom centre is on.
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_EQ(settings.portName, u"TCP:10.0.0.2:4000");
+    EXPECT_FALSE(settings.noCommunication);
+    EXPECT_TRUE(settings.deleteAfterRetrieve);
+    EXPECT_EQ(settings.serviceCentre, u"");
+    EXPECT_TRUE(settings.statusReport);
+    ASSERT_EQ(key.WriteDword(kValueSmscCustom, 1), kRegSuccess);
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_EQ(settings.serviceCentre, u"+491710760000");
+
+    ASSERT_EQ(SetTcpAddress(key, u"local"), kRegSuccess);
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_EQ(settings.portName, u"TCP:local");
+    EXPECT_TRUE(settings.noCommunication);
+    ASSERT_EQ(SetCommPort(key, u"local"), kRegSuccess);
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_TRUE(settings.noCommunication);
+}
+
+TEST_F(SettingsTest, ATransferWhoseSettingsCannotBeOpenedGetsNone) {
+    fs::permissions(home_, fs::perms::owner_read | fs::perms::owner_exec);
+    const int result = RunWithoutPrivileges([]() {
+        TransferSettings settings;
+        return ReadTransferSettings(&settings) ? 1 : 0;
+    });
+    fs::permissions(home_, fs::perms::owner_all);
+    EXPECT_EQ(result, 0);
 }
 
 }  // namespace

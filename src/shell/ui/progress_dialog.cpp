@@ -14,6 +14,7 @@
 #include "framework/ui/ui_fonts.h"
 #include "session/notifications.h"
 #include "session/result_messages.h"
+#include "settings/transfer_settings_reader.h"
 
 namespace {
 
@@ -117,9 +118,14 @@ bool ProgressDialog::OnInitDialog() {
         ResourceText(session_->IsSendOnly() ? kStringHeadingSendOnly : kStringHeadingSendAndGet)));
 
     // The worker reports to this dialog; a worker that cannot start ends the dialog the same
-    // way a finished one does, and the session's result code then decides the message.
+    // way a finished one does, and the session's result code then decides the message. The
+    // settings are read now, as the transfer starts; a transfer without them does nothing.
     sink_.SetTarget(this);
-    if (!session_->Start(&sink_, kNotifyThreadEnded)) PostAppMessage(this, kNotifyThreadEnded);
+    TransferSettings settings;
+    const bool settingsRead = ReadTransferSettings(&settings);
+    if (!session_->Start(&sink_, kNotifyThreadEnded, settingsRead ? &settings : nullptr)) {
+        PostAppMessage(this, kNotifyThreadEnded);
+    }
     return true;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "session/transfer_settings.h"
+#include "settings/transfer_settings_reader.h"
 
 #include "settings/settings_key.h"
 
@@ -7,6 +7,7 @@ bool ReadTransferSettings(TransferSettings* settings) {
     RegistryKey key;
     if (!OpenSettings(key)) return false;
     settings->portName = ReadConnectionString(key);
+    settings->noCommunication = IsNoCommunication(settings->portName);
     settings->deleteAfterRetrieve = ReadSettingFlag(key, kValueDelMsg);
     settings->serviceCentre.clear();
     if (ReadSettingFlag(key, kValueSmscCustom)) {

@@ -1,0 +1,1 @@
+int plain_common(void) { return 0; }

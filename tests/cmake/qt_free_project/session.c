@@ -1,0 +1,1 @@
+int plain_session(void) { return 0; }
