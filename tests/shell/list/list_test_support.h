@@ -136,8 +136,9 @@ int RunPageWith(ShownHook<Page>& page, const std::function<void()>& body) {
 // A frame that records its commands (About) instead of acting on them.
 class TestFrame : public FrameWindowBase {
   public:
+    static constexpr int kAbout = 57664;
     TestFrame() {
-        for (int id : {57664}) AddCommand(id, [this, id] { frameCommands.push_back(id); });
+        AddCommand(kAbout, [this] { frameCommands.push_back(kAbout); });
     }
     std::vector<int> frameCommands;
 };
