@@ -14,28 +14,9 @@
 #include <string>
 
 #include "phonelink/serial_transport.h"
+#include "test_pty.h"
 
 namespace {
-
-// A pseudo-terminal whose slave side the transport opens.
-class Pty {
-  public:
-    Pty() {
-        master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
-        if (master_ < 0 || ::grantpt(master_) != 0 || ::unlockpt(master_) != 0) return;
-        char name[128];
-        if (::ptsname_r(master_, name, sizeof name) == 0) slave_ = name;
-    }
-    ~Pty() {
-        if (master_ >= 0) ::close(master_);
-    }
-    bool Ok() const { return master_ >= 0 && !slave_.empty(); }
-    const std::string& SlavePath() const { return slave_; }
-
-  private:
-    int master_ = -1;
-    std::string slave_;
-};
 
 // Another process that opens the port and takes its flock, as a terminal program does; it
 // holds it until it is destroyed.
