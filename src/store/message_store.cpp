@@ -29,6 +29,13 @@ bool MessageStoreBatch::Commit() {
     return ok;
 }
 
+MessageReadSnapshot::MessageReadSnapshot(MessageDatabase& db)
+    : db_(db), started_(db.IsOpen() && db.Execute("BEGIN DEFERRED")) {}
+
+MessageReadSnapshot::~MessageReadSnapshot() {
+    if (started_) db_.Execute("COMMIT");
+}
+
 namespace {
 
 void ClearKeepingFolder(SmsMessage& message) {

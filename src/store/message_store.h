@@ -115,6 +115,24 @@ class MessageStoreBatch {
     bool started_;
 };
 
+// While it lives, every read of `db` sees the store as it was at the first of them; the writes
+// of other connections (the transfer, the desktop program) go on meanwhile and are not seen.
+// For reads that must agree with each other, as an export's count and its messages. `db` must
+// not write meanwhile.
+class MessageReadSnapshot {
+  public:
+    explicit MessageReadSnapshot(MessageDatabase& db);
+    ~MessageReadSnapshot();
+    MessageReadSnapshot(const MessageReadSnapshot&) = delete;
+    MessageReadSnapshot& operator=(const MessageReadSnapshot&) = delete;
+
+    bool Started() const { return started_; }
+
+  private:
+    MessageDatabase& db_;
+    bool started_;
+};
+
 // Opens `db` on the store file unless it is open (creating, migrating or repairing its layout
 // when needed).
 bool OpenMessageStore(MessageDatabase& db);

@@ -8,37 +8,36 @@ namespace {
 // every Latin letter that is a base letter with accents (canonical decomposition), and of the
 // letters with a stroke (đ, ħ, ł, ø, ŧ) and the dotless i; other letters in lower case; other
 // characters as they are. One code unit each.
-constexpr char16_t
-    kLatin[] =
-        u"aaaaaa\u00E6ceeeeiiii"                 // U+00C0
-        u"\u00F0nooooo\u00D7ouuuuy\u00FE\u00DF"  // U+00D0
-        u"aaaaaa\u00E6ceeeeiiii"                 // U+00E0
-        u"\u00F0nooooo\u00F7ouuuuy\u00FEy"       // U+00F0
-        u"aaaaaaccccccccdd"                      // U+0100
-        u"ddeeeeeeeeeegggg"                      // U+0110
-        u"gggghhhhiiiiiiii"                      // U+0120
-        u"ii\u0133\u0133jjkk\u0138llllll\u0140"  // U+0130
-        u"\u0140llnnnnnn\u0149\u014B\u014Boooo"  // U+0140
-        u"oo\u0153\u0153rrrrrrssssss"            // U+0150
-        u"ssttttttuuuuuuuu"                      // U+0160
-        u"uuuuwwyyyzzzzzz\u017F"                 // U+0170
-        u"\u0180\u0253\u0183\u0183\u0185\u0185\u0254\u0188\u0188\u0256\u0257\u018C\u018C\u018D"
-        u"\u01DD\u0259"  // U+0180
-        u"\u025B\u0192\u0192\u0260\u0263\u0195\u0269\u0268\u0199\u0199\u019A\u019B\u026F\u0272"
-        u"\u019E\u0275"  // U+0190
-        u"oo\u01A3\u01A3\u01A5\u01A5\u0280\u01A8\u01A8\u0283\u01AA\u01AB\u01AD\u01AD\u0288u"  // U+01A0
-        u"u\u028A\u028B\u01B4\u01B4\u01B6\u01B6\u0292\u01B9\u01B9\u01BA\u01BB\u01BD\u01BD\u01BE"
-        u"\u01BF"  // U+01B0
-        u"\u01C0\u01C1\u01C2\u01C3\u01C6\u01C6\u01C6\u01C9\u01C9\u01C9\u01CC\u01CC\u01CCaai"  // U+01C0
-        u"ioouuuuuuuuuu\u01DDaa"                                                         // U+01D0
-        u"aa\u00E6\u00E6\u01E5\u01E5ggkkoooo\u0292\u0292"                                // U+01E0
-        u"j\u01F3\u01F3\u01F3gg\u0195\u01BFnnaa\u00E6\u00E6oo"                           // U+01F0
-        u"aaaaeeeeiiiioooo"                                                              // U+0200
-        u"rrrruuuusstt\u021D\u021Dhh"                                                    // U+0210
-        u"\u019E\u0221\u0223\u0223\u0225\u0225aaeeoooooo"                                // U+0220
-        u"ooyy\u0234\u0235\u0236\u0237\u0238\u0239\u2C65\u023C\u023C\u019A\u2C66\u023F"  // U+0230
-        u"\u0240\u0242\u0242\u0180\u0289\u028C\u0247\u0247\u0249\u0249\u024B\u024B\u024D\u024D"
-        u"\u024F\u024F";  // U+0240
+constexpr char16_t kLatin[] =
+    u"aaaaaa\u00E6ceeeeiiii"                 // U+00C0
+    u"\u00F0nooooo\u00D7ouuuuy\u00FE\u00DF"  // U+00D0
+    u"aaaaaa\u00E6ceeeeiiii"                 // U+00E0
+    u"\u00F0nooooo\u00F7ouuuuy\u00FEy"       // U+00F0
+    u"aaaaaaccccccccdd"                      // U+0100
+    u"ddeeeeeeeeeegggg"                      // U+0110
+    u"gggghhhhiiiiiiii"                      // U+0120
+    u"ii\u0133\u0133jjkk\u0138llllll\u0140"  // U+0130
+    u"\u0140llnnnnnn\u0149\u014B\u014Boooo"  // U+0140
+    u"oo\u0153\u0153rrrrrrssssss"            // U+0150
+    u"ssttttttuuuuuuuu"                      // U+0160
+    u"uuuuwwyyyzzzzzz\u017F"                 // U+0170
+    u"\u0180\u0253\u0183\u0183\u0185\u0185\u0254\u0188\u0188\u0256\u0257\u018C\u018C\u018D"
+    u"\u01DD\u0259"  // U+0180
+    u"\u025B\u0192\u0192\u0260\u0263\u0195\u0269\u0268\u0199\u0199\u019A\u019B\u026F\u0272"
+    u"\u019E\u0275"                                                                       // U+0190
+    u"oo\u01A3\u01A3\u01A5\u01A5\u0280\u01A8\u01A8\u0283\u01AA\u01AB\u01AD\u01AD\u0288u"  // U+01A0
+    u"u\u028A\u028B\u01B4\u01B4\u01B6\u01B6\u0292\u01B9\u01B9\u01BA\u01BB\u01BD\u01BD\u01BE"
+    u"\u01BF"                                                                             // U+01B0
+    u"\u01C0\u01C1\u01C2\u01C3\u01C6\u01C6\u01C6\u01C9\u01C9\u01C9\u01CC\u01CC\u01CCaai"  // U+01C0
+    u"ioouuuuuuuuuu\u01DDaa"                                                              // U+01D0
+    u"aa\u00E6\u00E6\u01E5\u01E5ggkkoooo\u0292\u0292"                                     // U+01E0
+    u"j\u01F3\u01F3\u01F3gg\u0195\u01BFnnaa\u00E6\u00E6oo"                                // U+01F0
+    u"aaaaeeeeiiiioooo"                                                                   // U+0200
+    u"rrrruuuusstt\u021D\u021Dhh"                                                         // U+0210
+    u"\u019E\u0221\u0223\u0223\u0225\u0225aaeeoooooo"                                     // U+0220
+    u"ooyy\u0234\u0235\u0236\u0237\u0238\u0239\u2C65\u023C\u023C\u019A\u2C66\u023F"       // U+0230
+    u"\u0240\u0242\u0242\u0180\u0289\u028C\u0247\u0247\u0249\u0249\u024B\u024B\u024D\u024D"
+    u"\u024F\u024F";  // U+0240
 constexpr char16_t kLatinAdditional[] =
     u"aabbbbbbccdddddd"                                 // U+1E00
     u"ddddeeeeeeeeeeff"                                 // U+1E10
