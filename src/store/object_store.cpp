@@ -278,6 +278,10 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
 
 }  // namespace
 
+bool BringToCurrentLayout(sqlite3* db, const std::string& path, std::string* detail) {
+    return SetUp(db, path, detail) == CheckResult::kGood;
+}
+
 std::string StoreDataDirectory() {
     {
         std::lock_guard<std::mutex> lock(g_mutex);
