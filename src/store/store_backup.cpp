@@ -103,6 +103,25 @@ bool SyncFile(const std::string& path) {
     return ok;
 }
 
+// The file to restore from, opened so that nothing is made beside it: without a -wal of its
+// own it is read as a file nothing changes (no -shm, no locks); with one, as a live store,
+// whose -wal holds committed transactions.
+std::string SourceUri(const std::string& path) {
+    std::string uri = "file:";
+    for (char ch : path) {
+        if (ch == '%' || ch == '?' || ch == '#') {
+            char escaped[4];
+            std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(ch));
+            uri += escaped;
+        } else {
+            uri += ch;
+        }
+    }
+    struct stat st;
+    if (stat((path + "-wal").c_str(), &st) != 0) uri += "?immutable=1";
+    return uri;
+}
+
 bool SameFile(const std::string& a, const std::string& b) {
     struct stat x, y;
     return stat(a.c_str(), &x) == 0 && stat(b.c_str(), &y) == 0 && x.st_dev == y.st_dev &&
@@ -222,7 +241,8 @@ bool RestoreStore(const std::string& path, std::string* error) {
     }
     {
         Connection source;
-        if (sqlite3_open_v2(path.c_str(), &source.db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
+        if (sqlite3_open_v2(SourceUri(path).c_str(), &source.db,
+                            SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr) != SQLITE_OK) {
             *error = path + " cannot be read: " + sqlite3_errmsg(source.db);
             return false;
         }

@@ -7,6 +7,7 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -225,8 +226,18 @@ TEST_F(StoreBackupTest, NoRestoreWhileATransferRuns) {
     EXPECT_EQ(Texts(db_).size(), 2u);
 }
 
-// A store of an earlier layout is brought up to date as it comes in, its search index made.
+// A store of an earlier layout is brought up to date as it comes in, its search index made;
+// nothing is made beside the file restored from.
 TEST_F(StoreBackupTest, AStoreOfAnEarlierLayoutIsRestoredInTheCurrentOne) {
+    const auto besideData = [] {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(STORE_TEST_DATA)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    };
+    const std::vector<std::string> before = besideData();
     std::string error;
     ASSERT_TRUE(RestoreStore(std::string(STORE_TEST_DATA) + "/store-v2.sqlite3", &error)) << error;
     EXPECT_EQ(Query(dir_.File(), "PRAGMA user_version"), std::to_string(kStoreSchemaVersion));
@@ -239,6 +250,26 @@ TEST_F(StoreBackupTest, AStoreOfAnEarlierLayoutIsRestoredInTheCurrentOne) {
     std::uint32_t inbox = 0;
     ASSERT_TRUE(db_.CountFolder(kFolderInbox, &inbox));
     EXPECT_EQ(inbox, 5u);
+    EXPECT_EQ(besideData(), before);
+}
+
+// A copy of a live store with its -wal beside it: the committed transactions in the -wal come
+// along.
+TEST_F(StoreBackupTest, TheWriteAheadLogOfACopiedLiveStoreComesAlong) {
+    const std::string copy = Beside("live");
+    fs::create_directories(copy);
+    {
+        MessageDatabase writer;  // keeps the -wal from being folded in while the files are copied
+        ASSERT_TRUE(OpenMessageStore(writer));
+        Put(writer, u"only in the wal", kStart + 5 * kSecond);
+        ASSERT_TRUE(fs::exists(dir_.File() + "-wal"));
+        fs::copy_file(dir_.File(), copy + "/velkan.sqlite3");
+        fs::copy_file(dir_.File() + "-wal", copy + "/velkan.sqlite3-wal");
+    }
+    Put(db_, u"after the copy", kStart + 6 * kSecond);
+    std::string error;
+    ASSERT_TRUE(RestoreStore(copy + "/velkan.sqlite3", &error)) << error;
+    EXPECT_EQ(Texts(db_), (std::vector<std::u16string>{u"only in the wal", u"second", u"first"}));
 }
 
 }  // namespace
