@@ -301,34 +301,56 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (missing != nullptr) *missing = 0;
     if (!IsOpen()) return false;
-    if (!BeginTransaction()) return false;
-    bool ok = true;
+    // As in Write: no savepoint inside a transaction of the caller's.
+    const bool own = !InTransaction();
+    if (own && !BeginTransaction()) return false;
+    auto fail = [&](bool changed) {
+        if (own) {
+            const StoreError error = LastError();
+            const std::string text = LastErrorText();
+            RollbackTransaction();
+            SetError(error, text);
+        } else if (changed) {
+            SpoilTransaction();
+        }
+        return false;
+    };
+    // Every id must be stored before anything is deleted.
+    {
+        sqlite3_stmt* exists = Statement("SELECT 1 FROM messages WHERE id = ?1");
+        if (exists == nullptr) return fail(false);
+        for (Oid oid : oids) {
+            StmtScope scope(exists);
+            sqlite3_bind_int64(exists, 1, oid);
+            const int rc = sqlite3_step(exists);
+            if (rc == SQLITE_DONE) {
+                if (missing != nullptr) *missing = oid;
+                return fail(false);
+            }
+            if (rc != SQLITE_ROW) {
+                Fail(rc);
+                return fail(false);
+            }
+        }
+    }
     sqlite3_stmt* remove = Statement("DELETE FROM messages WHERE id = ?1");
-    ok = remove != nullptr;
-    for (std::size_t i = 0; ok && i < oids.size(); ++i) {
+    if (remove == nullptr) return fail(false);
+    bool changed = false;
+    for (Oid oid : oids) {
         {
             StmtScope scope(remove);
-            sqlite3_bind_int64(remove, 1, oids[i]);
+            sqlite3_bind_int64(remove, 1, oid);
             const int rc = sqlite3_step(remove);
             if (rc != SQLITE_DONE) {
                 Fail(rc);
-                ok = false;
-            } else if (sqlite3_changes(Connection()) == 0 &&
-                       std::find(oids.begin(), oids.begin() + static_cast<std::ptrdiff_t>(i),
-                                 oids[i]) == oids.begin() + static_cast<std::ptrdiff_t>(i)) {
-                // Not stored (an id listed twice is deleted once and not missing the second
-                // time).
-                if (missing != nullptr) *missing = oids[i];
-                ok = false;
+                return fail(changed);
             }
+            // An id listed twice is deleted once.
+            changed = changed || sqlite3_changes(Connection()) != 0;
         }
-        if (ok) ok = Unindex(oids[i]);
+        if (!Unindex(oid)) return fail(true);
     }
-    if (!ok) {
-        RollbackTransaction();
-        return false;
-    }
-    if (!CommitTransaction()) return false;
+    if (own && !CommitTransaction()) return false;
     if (std::find(oids.begin(), oids.end(), currentId) != oids.end()) currentId = 0;
     return true;
 }
@@ -466,17 +488,26 @@ bool MessageDatabase::Write(SmsMessage& message, bool keepNoTime) {
         db.SetError(StoreError::kFailed, "the time cannot be stored");
         return false;
     }
-    // The message and its entry in the full-text index are written together, or neither.
-    if (!db.BeginTransaction()) return false;
+    // The message and its entry in the full-text index are written together, or neither. In a
+    // transaction of the caller's (a batch, an import) no savepoint is taken, because FTS5
+    // writes its pending entries out at every savepoint, a segment per message; a write that
+    // fails after its first statement spoils the caller's transaction instead.
+    const bool own = !db.InTransaction();
+    if (own && !db.BeginTransaction()) return false;
     Oid oid = 0;
-    if (!db.WriteRow(message, &oid)) {
+    bool changed = false;
+    if (!db.WriteRow(message, &oid, &changed)) {
         const StoreError error = db.LastError();
         const std::string text = db.LastErrorText();
-        db.RollbackTransaction();
+        if (own) {
+            db.RollbackTransaction();
+        } else if (changed) {
+            db.SpoilTransaction();
+        }
         db.SetError(error, text);
         return false;
     }
-    if (!db.CommitTransaction()) return false;
+    if (own && !db.CommitTransaction()) return false;
     db.currentId = oid;
     db.SetError(StoreError::kNone);
     message.oid = oid;
@@ -484,7 +515,7 @@ bool MessageDatabase::Write(SmsMessage& message, bool keepNoTime) {
     return true;
 }
 
-bool MessageDatabase::WriteRow(const SmsMessage& message, Oid* oid) {
+bool MessageDatabase::WriteRow(const SmsMessage& message, Oid* oid, bool* changed) {
     const bool create = message.oid == 0;
     {
         sqlite3_stmt* stmt =
@@ -516,6 +547,7 @@ bool MessageDatabase::WriteRow(const SmsMessage& message, Oid* oid) {
         }
         *oid = create ? static_cast<Oid>(sqlite3_last_insert_rowid(Connection())) : message.oid;
     }
+    *changed = true;
     return Index(*oid, message, !create);
 }
 

@@ -83,7 +83,8 @@ class MessageDatabase : public CeDatabase {
     bool ReadRow(Oid oid, SmsMessage* message, bool* found);
     // A message and its full-text entry, inside the caller's transaction; *oid its record id.
     bool Write(SmsMessage& message, bool keepNoTime);
-    bool WriteRow(const SmsMessage& message, Oid* oid);
+    // *changed: the message's row was written (the index entry may not be).
+    bool WriteRow(const SmsMessage& message, Oid* oid, bool* changed);
     // The full-text entry of record `oid` made to hold the message's fields (unless, when
     // mayBeIndexed, it holds them already), or taken away.
     bool Index(Oid oid, const SmsMessage& message, bool mayBeIndexed);

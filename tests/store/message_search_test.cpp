@@ -233,6 +233,76 @@ TEST_F(MessageSearchTest, WhatIsRolledBackLeavesTheIndexAsItWas) {
     EXPECT_EQ(SearchAll(db_, u"keep"), (std::vector<Oid>{kept}));
 }
 
+// A write whose index entry cannot be made keeps nothing: on its own, its message goes too;
+// in a batch, the whole batch.
+TEST_F(MessageSearchTest, AWriteWhoseIndexEntryFailsKeepsNothing) {
+    const Oid kept = Put(Make(kFolderInbox, kStart, u"kept before"));
+    {
+        MessageStoreBatch batch(db_);
+        ASSERT_TRUE(batch.Started());
+        Put(Make(kFolderInbox, kStart + kMinute, u"first of the batch"));
+        Sql(db_, "DROP TABLE messages_fts");
+        SmsMessage m = Make(kFolderInbox, kStart + 2 * kMinute, u"second of the batch");
+        EXPECT_FALSE(WriteMessage(db_, m));
+        EXPECT_FALSE(batch.Commit());
+    }
+    std::uint32_t n = 0;
+    ASSERT_TRUE(db_.CountFolder(kFolderInbox, &n));
+    EXPECT_EQ(n, 1u);
+    EXPECT_EQ(SearchAll(db_, u"kept"), (std::vector<Oid>{kept}));
+
+    Sql(db_, "DROP TABLE messages_fts");
+    SmsMessage alone = Make(kFolderInbox, kStart + 3 * kMinute, u"alone");
+    EXPECT_FALSE(WriteMessage(db_, alone));
+    ASSERT_TRUE(db_.CountFolder(kFolderInbox, &n));
+    EXPECT_EQ(n, 1u);
+    Oid missing = 0;
+    EXPECT_FALSE(db_.DeleteRecords({kept}, &missing));
+    ASSERT_TRUE(db_.CountFolder(kFolderInbox, &n));
+    EXPECT_EQ(n, 1u);
+}
+
+// FTS5 writes its pending entries out at every savepoint: the writes and deletions of a batch
+// take none, so that a batch of a thousand messages costs what the messages cost.
+TEST_F(MessageSearchTest, ABatchTakesNoSavepointPerMessage) {
+    std::vector<std::string> statements;
+    sqlite3_trace_v2(
+        db_.Connection(), SQLITE_TRACE_STMT,
+        [](unsigned, void* list, void* stmt, void*) {
+            const char* sql = sqlite3_sql(static_cast<sqlite3_stmt*>(stmt));
+            if (sql != nullptr) static_cast<std::vector<std::string>*>(list)->push_back(sql);
+            return 0;
+        },
+        &statements);
+    {
+        MessageStoreBatch batch(db_);
+        std::vector<Oid> ids;
+        for (int i = 0; i < 20; ++i) {
+            ids.push_back(
+                Put(Make(kFolderInbox, kStart + static_cast<FileTime>(i) * kMinute, u"xyz")));
+        }
+        SmsMessage m;
+        m.oid = ids[0];
+        ASSERT_TRUE(ReadById(db_, m));
+        m.text = u"changed";
+        ASSERT_TRUE(WriteMessage(db_, m));
+        Oid missing = 0;
+        ASSERT_TRUE(db_.DeleteRecords({ids[1], ids[2]}, &missing));
+        ASSERT_TRUE(db_.DeleteRecord(ids[3]));
+        ASSERT_TRUE(batch.Commit());
+    }
+    sqlite3_trace_v2(db_.Connection(), 0, nullptr, nullptr);
+    int savepoints = 0, begins = 0;
+    for (const std::string& sql : statements) {
+        savepoints += sql.rfind("SAVEPOINT", 0) == 0;
+        begins += sql.rfind("BEGIN", 0) == 0;
+    }
+    EXPECT_EQ(savepoints, 0);
+    EXPECT_EQ(begins, 1);
+    EXPECT_EQ(SearchAll(db_, u"changed"), (std::vector<Oid>{1}));
+    EXPECT_EQ(IndexHits(db_, "\"xyz\""), 16);
+}
+
 // Another program changed a message without the index: the search shows no message that does
 // not match, and a write through the store puts the entry right again.
 TEST_F(MessageSearchTest, AnIndexOutOfStepNeverShowsAMessageThatDoesNotMatch) {
