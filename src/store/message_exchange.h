@@ -76,8 +76,18 @@ struct ImportSummary {
 
 // Reads messages in `format` (not mbox) from `in` (`size` bytes long, 0 if unknown, for the
 // progress) into the store. False when nothing was imported, with summary->error.
+//
+// The import holds the store file's write lock from its start to its end: other connections
+// (the desktop program's, a transfer's) read as before, but a write of theirs waits for the
+// import and fails after the busy time-out (kStoreBusyTimeoutMs). The store's process-wide lock
+// is taken per message only, so another thread of the program is never held up for longer.
+// Memory stays the same whatever the file's size: the file is read as a stream.
 bool ImportMessages(MessageDatabase& db, ExchangeFormat format, std::FILE* in, std::uint64_t size,
                     const ExchangeProgress& progress, ImportSummary* summary);
+// The same from the file `path`: in `*format`, or when that is null as GuessImportFormat says.
+bool ImportMessagesFromFile(MessageDatabase& db, const std::string& path,
+                            const ExchangeFormat* format, const ExchangeProgress& progress,
+                            ImportSummary* summary);
 // The format of a file to import: by its name's ending (.xml, .csv, .json, .jsonl, .ndjson),
 // else by its first character ('<' XML, '{' JSON lines, anything else CSV).
 ExchangeFormat GuessImportFormat(const std::string& path, int firstByte);

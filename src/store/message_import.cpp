@@ -1,5 +1,9 @@
 // Reading messages from the exchange formats into the store (store/message_exchange.h).
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <vector>
 
 #include "common/text_convert.h"
@@ -405,6 +409,36 @@ bool ImportMessages(MessageDatabase& db, ExchangeFormat format, std::FILE* in, s
         summary->fileDamaged = failed.fileDamaged;
         summary->read = failed.read;
     }
+    return ok;
+}
+
+bool ImportMessagesFromFile(MessageDatabase& db, const std::string& path,
+                            const ExchangeFormat* format, const ExchangeProgress& progress,
+                            ImportSummary* summary) {
+    *summary = ImportSummary{};
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) {
+        summary->error = path + " cannot be read: " + std::strerror(errno);
+        summary->fileDamaged = true;
+        return false;
+    }
+    struct stat st;
+    const std::uint64_t size = fstat(fileno(file), &st) == 0 && S_ISREG(st.st_mode)
+                                   ? static_cast<std::uint64_t>(st.st_size)
+                                   : 0;
+    ExchangeFormat chosen;
+    if (format != nullptr) {
+        chosen = *format;
+    } else {
+        int first = std::getc(file);
+        while (first == ' ' || first == '\t' || first == '\r' || first == '\n') {
+            first = std::getc(file);
+        }
+        chosen = GuessImportFormat(path, first);
+        std::rewind(file);
+    }
+    const bool ok = ImportMessages(db, chosen, file, size, progress, summary);
+    std::fclose(file);
     return ok;
 }
 

@@ -593,6 +593,24 @@ TEST_F(ExchangeTest, AStoppedImportAddsNothing) {
     EXPECT_TRUE(All(store.db).empty());
 }
 
+// The desktop program's way in: a file's name, and the format guessed unless given.
+TEST_F(ExchangeTest, AFileByItsNameWithItsFormatGuessed) {
+    Store store;
+    const std::string file = store.File("messages.txt");
+    WriteFile(file, "\n  {\"folder\":\"draft\",\"time\":\"2024-01-02T03:04:05\",\"text\":\"a\"}\n");
+    ImportSummary summary;
+    ASSERT_TRUE(ImportMessagesFromFile(store.db, file, nullptr, nullptr, &summary))
+        << summary.error;
+    EXPECT_EQ(summary.added, 1u);
+    const ExchangeFormat csv = ExchangeFormat::kCsv;
+    EXPECT_FALSE(ImportMessagesFromFile(store.db, file, &csv, nullptr, &summary));
+    EXPECT_TRUE(summary.fileDamaged);
+    EXPECT_FALSE(
+        ImportMessagesFromFile(store.db, store.File("missing.xml"), nullptr, nullptr, &summary));
+    EXPECT_NE(summary.error.find("cannot be read"), std::string::npos) << summary.error;
+    EXPECT_EQ(All(store.db).size(), 1u);
+}
+
 TEST(GuessImportFormat, ByTheNameElseByTheFirstCharacter) {
     EXPECT_EQ(GuessImportFormat("sms-2024.XML", 'x'), ExchangeFormat::kXml);
     EXPECT_EQ(GuessImportFormat("a.csv", '<'), ExchangeFormat::kCsv);
