@@ -6,7 +6,7 @@
 bool ImportInput::Fill() {
     if (ended_) return false;
     pos_ = 0;
-    len_ = std::fread(buffer_, 1, sizeof buffer_, file_);
+    len_ = std::fread(buffer_.get(), 1, kBufferSize, file_);
     if (len_ == 0) {
         ended_ = true;
         if (std::ferror(file_)) {

@@ -6,11 +6,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 class ImportInput {
   public:
-    explicit ImportInput(std::FILE* file) : file_(file) {}
+    explicit ImportInput(std::FILE* file)
+        : file_(file), buffer_(std::make_unique<unsigned char[]>(kBufferSize)) {}
     ImportInput(const ImportInput&) = delete;
     ImportInput& operator=(const ImportInput&) = delete;
 
@@ -50,8 +52,9 @@ class ImportInput {
   private:
     bool Fill();
 
+    static constexpr std::size_t kBufferSize = 1 << 16;
     std::FILE* file_;
-    unsigned char buffer_[1 << 16];
+    std::unique_ptr<unsigned char[]> buffer_;
     std::size_t pos_ = 0;
     std::size_t len_ = 0;
     bool ended_ = false;
