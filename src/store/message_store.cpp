@@ -477,41 +477,40 @@ bool OpenMessageStore(MessageDatabase& db) {
 }
 
 bool MessageDatabase::Write(SmsMessage& message, bool keepNoTime) {
-    MessageDatabase& db = *this;
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
-    if (!db.IsOpen()) {
-        db.SetError(StoreError::kFailed, "the store is not open");
+    if (!IsOpen()) {
+        SetError(StoreError::kFailed, "the store is not open");
         return false;
     }
     if (message.time == 0 && !keepNoTime) message.time = CurrentLocalFileTime();
     if (message.time > static_cast<FileTime>(INT64_MAX)) {
-        db.SetError(StoreError::kFailed, "the time cannot be stored");
+        SetError(StoreError::kFailed, "the time cannot be stored");
         return false;
     }
     // The message and its entry in the full-text index are written together, or neither. In a
     // transaction of the caller's (a batch, an import) no savepoint is taken, because FTS5
     // writes its pending entries out at every savepoint, a segment per message; a write that
     // fails after its first statement spoils the caller's transaction instead.
-    const bool own = !db.InTransaction();
-    if (own && !db.BeginTransaction()) return false;
+    const bool own = !InTransaction();
+    if (own && !BeginTransaction()) return false;
     Oid oid = 0;
     bool changed = false;
-    if (!db.WriteRow(message, &oid, &changed)) {
-        const StoreError error = db.LastError();
-        const std::string text = db.LastErrorText();
+    if (!WriteRow(message, &oid, &changed)) {
+        const StoreError error = LastError();
+        const std::string text = LastErrorText();
         if (own) {
-            db.RollbackTransaction();
+            RollbackTransaction();
         } else if (changed) {
-            db.SpoilTransaction();
+            SpoilTransaction();
         }
-        db.SetError(error, text);
+        SetError(error, text);
         return false;
     }
-    if (own && !db.CommitTransaction()) return false;
-    db.currentId = oid;
-    db.SetError(StoreError::kNone);
+    if (own && !CommitTransaction()) return false;
+    currentId = oid;
+    SetError(StoreError::kNone);
     message.oid = oid;
-    message.store = &db;
+    message.store = this;
     return true;
 }
 
