@@ -17,6 +17,11 @@ int RunConfigVerb(int argc, char** argv);
 int RunSendGetVerb(int argc, char** argv);
 int RunSendVerb(int argc, char** argv);
 int RunResendVerb(int argc, char** argv);
+int RunSearchVerb(int argc, char** argv);
+int RunExportVerb(int argc, char** argv);
+int RunImportVerb(int argc, char** argv);
+int RunBackupVerb(int argc, char** argv);
+int RunRestoreVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
@@ -32,7 +37,16 @@ const Verb kVerbs[] = {
      &RunComposeVerb},
     {"list", "velkan list inbox|outbox|draft|sent|log [--json]", &RunListVerb},
     {"delete", "velkan delete ID...", &RunDeleteVerb},
+    {"search", "velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]",
+     &RunSearchVerb},
     {"recover", "velkan recover FILE", &RunRecoverVerb},
+    {"export",
+     "velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log]"
+     " [--output FILE]",
+     &RunExportVerb},
+    {"import", "velkan import FILE [--format xml|csv|json]", &RunImportVerb},
+    {"backup", "velkan backup FILE [--force]", &RunBackupVerb},
+    {"restore", "velkan restore FILE", &RunRestoreVerb},
     {"recent", "velkan recent [--json]", &RunRecentVerb},
     {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
     {"smsto",

@@ -83,6 +83,7 @@ bool CeDatabase::Execute(const std::string& sql) {
 
 bool CeDatabase::BeginTransaction() {
     if (!Open()) return false;
+    if (transactionDepth_ == 0) spoiled_ = false;
     const std::string sql = transactionDepth_ == 0
                                 ? std::string("BEGIN IMMEDIATE")
                                 : "SAVEPOINT vk" + std::to_string(transactionDepth_);
@@ -97,6 +98,12 @@ bool CeDatabase::CommitTransaction() {
         return false;
     }
     const int level = transactionDepth_ - 1;
+    if (level == 0 && spoiled_) {
+        RollbackTransaction();
+        SetError(StoreError::kFailed,
+                 "a write failed halfway; nothing of the transaction was kept");
+        return false;
+    }
     const std::string sql =
         level == 0 ? std::string("COMMIT") : "RELEASE vk" + std::to_string(level);
     if (!Execute(sql)) {
@@ -113,6 +120,7 @@ bool CeDatabase::CommitTransaction() {
 void CeDatabase::RollbackTransaction() {
     if (transactionDepth_ == 0 || db_ == nullptr) return;
     const int level = --transactionDepth_;
+    if (level == 0) spoiled_ = false;
     const std::string sql = level == 0 ? std::string("ROLLBACK")
                                        : "ROLLBACK TO vk" + std::to_string(level) + ";RELEASE vk" +
                                              std::to_string(level);

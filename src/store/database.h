@@ -46,6 +46,11 @@ class CeDatabase {
     bool BeginTransaction();
     bool CommitTransaction();
     void RollbackTransaction();
+    bool InTransaction() const { return transactionDepth_ > 0; }
+    // A write inside the caller's transaction failed halfway, leaving what it began: the
+    // outermost commit then rolls everything back and fails, so that none of the transaction's
+    // writes are kept.
+    void SpoilTransaction() { spoiled_ = InTransaction(); }
 
   protected:
     // Opens the connection to the store file (created and laid out when new) unless it is
@@ -67,6 +72,7 @@ class CeDatabase {
     StoreError lastError_ = StoreError::kNone;
     std::string lastErrorText_;
     int transactionDepth_ = 0;
+    bool spoiled_ = false;
 };
 
 // Resets a statement from CeDatabase::Statement when the operation is done with it, so that no

@@ -5,6 +5,9 @@
 
 #include <algorithm>
 
+#include "common/text_convert.h"
+#include "store/schema.h"
+#include "store/search_fold.h"
 #include "store/store_text.h"
 
 std::recursive_mutex& MessageStoreLock() {
@@ -25,6 +28,13 @@ bool MessageStoreBatch::Commit() {
     const bool ok = db_.CommitTransaction();
     lock_.unlock();
     return ok;
+}
+
+MessageReadSnapshot::MessageReadSnapshot(MessageDatabase& db)
+    : db_(db), started_(db.IsOpen() && db.Execute("BEGIN DEFERRED")) {}
+
+MessageReadSnapshot::~MessageReadSnapshot() {
+    if (started_) db_.Execute("COMMIT");
 }
 
 namespace {
@@ -49,6 +59,8 @@ void ClearKeepingFolder(SmsMessage& message) {
 namespace {
 
 constexpr const char* kColumns = "id, folder, time, name, number, text, flags";
+
+void ColumnsToMessage(sqlite3_stmt* stmt, SmsMessage* message);
 
 // "FROM ... WHERE ..." of a folder's messages (?1 is the folder). The Log view names its
 // partial index: without statistics the planner would rather sort the Inbox and Sent ranges of
@@ -121,6 +133,15 @@ bool MessageDatabase::ReadRow(Oid oid, SmsMessage* message, bool* found) {
         return false;
     }
     *found = true;
+    ColumnsToMessage(stmt, message);
+    message->store = this;
+    return true;
+}
+
+namespace {
+
+// The columns of kColumns, from the first.
+void ColumnsToMessage(sqlite3_stmt* stmt, SmsMessage* message) {
     // A value of the wrong kind (a file edited by hand) reads as if it were missing.
     message->oid = static_cast<Oid>(sqlite3_column_int64(stmt, 0));
     if (sqlite3_column_type(stmt, 1) == SQLITE_INTEGER) {
@@ -139,7 +160,71 @@ bool MessageDatabase::ReadRow(Oid oid, SmsMessage* message, bool* found) {
         const std::int64_t flags = sqlite3_column_int64(stmt, 6);
         if (flags >= 0 && flags <= 0xFFFFFFFFll) message->flags = static_cast<std::uint32_t>(flags);
     }
-    message->store = this;
+}
+
+// "FROM ... WHERE" of the messages of a folder in the time order of every message (?1 the
+// folder), ready for the conditions on the time.
+std::string TimeOrderSource(FolderId folder) {
+    if (folder == kEveryFolder) return " FROM messages INDEXED BY messages_time WHERE";
+    if (folder == kFolderLog)
+        return " FROM messages INDEXED BY messages_log WHERE folder IN (1, 4) AND";
+    return " FROM messages WHERE folder = ?1 AND";
+}
+
+}  // namespace
+
+bool MessageDatabase::ReadInTimeOrder(FolderId folder, bool newestFirst, TimePosition* from,
+                                      std::uint32_t count, std::vector<SmsMessage>* messages) {
+    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
+    if (!IsOpen() || from == nullptr || messages == nullptr) return false;
+    messages->clear();
+    const std::string source = std::string("SELECT ") + kColumns + TimeOrderSource(folder);
+    // The messages with a time, then those without one (by id), in both directions.
+    while (messages->size() < count && !from->done) {
+        const bool timed = from->timed;
+        std::string sql = source;
+        if (timed) {
+            sql += newestFirst ? " time IS NOT NULL AND (time, id) < (?2, ?3)"
+                                 " ORDER BY time DESC, id DESC LIMIT ?4"
+                               : " time IS NOT NULL AND (time, id) > (?2, ?3)"
+                                 " ORDER BY time, id LIMIT ?4";
+        } else {
+            sql += newestFirst ? " time IS NULL AND id < ?3 ORDER BY id DESC LIMIT ?4"
+                               : " time IS NULL AND id > ?3 ORDER BY id LIMIT ?4";
+        }
+        sqlite3_stmt* stmt = Statement(sql);
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        if (folder != kEveryFolder && folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
+        const std::int64_t far = newestFirst ? INT64_MAX : INT64_MIN;
+        if (timed) sqlite3_bind_int64(stmt, 2, from->started ? from->time : far);
+        sqlite3_bind_int64(stmt, 3, from->started ? from->id : far);
+        sqlite3_bind_int64(stmt, 4, count - messages->size());
+        const std::size_t before = messages->size();
+        int rc;
+        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+            SmsMessage message;
+            ColumnsToMessage(stmt, &message);
+            message.store = this;
+            from->started = true;
+            from->time = timed ? sqlite3_column_int64(stmt, 2) : 0;
+            from->id = sqlite3_column_int64(stmt, 0);
+            messages->push_back(std::move(message));
+        }
+        if (rc != SQLITE_DONE) {
+            Fail(rc);
+            return false;
+        }
+        if (messages->size() - before < count - before) {
+            // This part is over: on to the messages without a time, or to the end.
+            if (timed) {
+                *from = TimePosition{};
+                from->timed = false;
+            } else {
+                from->done = true;
+            }
+        }
+    }
     return true;
 }
 
@@ -180,13 +265,18 @@ bool MessageDatabase::HasDuplicate(const SmsMessage& message, bool* found) {
     *found = false;
     if (!IsOpen()) return false;
     if (message.time > static_cast<FileTime>(INT64_MAX)) return true;  // never stored
+    // A message without a time (0) is compared with the stored ones without a time.
     sqlite3_stmt* stmt = Statement(
-        "SELECT 1 FROM messages WHERE folder = ?1 AND time = ?2 AND text = ?3 AND number = ?4"
+        "SELECT 1 FROM messages WHERE folder = ?1 AND time IS ?2 AND text = ?3 AND number = ?4"
         " LIMIT 1");
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
     sqlite3_bind_int64(stmt, 1, message.folder);
-    sqlite3_bind_int64(stmt, 2, static_cast<std::int64_t>(message.time));
+    if (message.time == 0) {
+        sqlite3_bind_null(stmt, 2);
+    } else {
+        sqlite3_bind_int64(stmt, 2, static_cast<std::int64_t>(message.time));
+    }
     BindStoreText(stmt, 3, message.text);
     BindStoreText(stmt, 4, message.number);
     const int rc = sqlite3_step(stmt);
@@ -212,30 +302,56 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (missing != nullptr) *missing = 0;
     if (!IsOpen()) return false;
-    if (!BeginTransaction()) return false;
-    bool ok = true;
-    sqlite3_stmt* remove = Statement("DELETE FROM messages WHERE id = ?1");
-    ok = remove != nullptr;
-    for (std::size_t i = 0; ok && i < oids.size(); ++i) {
-        StmtScope scope(remove);
-        sqlite3_bind_int64(remove, 1, oids[i]);
-        const int rc = sqlite3_step(remove);
-        if (rc != SQLITE_DONE) {
-            Fail(rc);
-            ok = false;
-        } else if (sqlite3_changes(Connection()) == 0 &&
-                   std::find(oids.begin(), oids.begin() + static_cast<std::ptrdiff_t>(i),
-                             oids[i]) == oids.begin() + static_cast<std::ptrdiff_t>(i)) {
-            // Not stored (an id listed twice is deleted once and not missing the second time).
-            if (missing != nullptr) *missing = oids[i];
-            ok = false;
+    // As in Write: no savepoint inside a transaction of the caller's.
+    const bool own = !InTransaction();
+    if (own && !BeginTransaction()) return false;
+    auto fail = [&](bool changed) {
+        if (own) {
+            const StoreError error = LastError();
+            const std::string text = LastErrorText();
+            RollbackTransaction();
+            SetError(error, text);
+        } else if (changed) {
+            SpoilTransaction();
+        }
+        return false;
+    };
+    // Every id must be stored before anything is deleted.
+    {
+        sqlite3_stmt* exists = Statement("SELECT 1 FROM messages WHERE id = ?1");
+        if (exists == nullptr) return fail(false);
+        for (Oid oid : oids) {
+            StmtScope scope(exists);
+            sqlite3_bind_int64(exists, 1, oid);
+            const int rc = sqlite3_step(exists);
+            if (rc == SQLITE_DONE) {
+                if (missing != nullptr) *missing = oid;
+                return fail(false);
+            }
+            if (rc != SQLITE_ROW) {
+                Fail(rc);
+                return fail(false);
+            }
         }
     }
-    if (!ok) {
-        RollbackTransaction();
-        return false;
+    sqlite3_stmt* remove = Statement("DELETE FROM messages WHERE id = ?1");
+    if (remove == nullptr) return fail(false);
+    bool changed = false;
+    for (Oid oid : oids) {
+        {
+            StmtScope scope(remove);
+            sqlite3_bind_int64(remove, 1, oid);
+            const int rc = sqlite3_step(remove);
+            if (rc != SQLITE_DONE) {
+                Fail(rc);
+                return fail(changed);
+            }
+            // An id listed twice is deleted once.
+            changed = changed || sqlite3_changes(Connection()) != 0;
+        }
+        if (!Unindex(oid)) return fail(true);
     }
-    if (!CommitTransaction()) return false;
+    if (own && !CommitTransaction()) return false;
     if (std::find(oids.begin(), oids.end(), currentId) != oids.end()) currentId = 0;
     return true;
 }
@@ -361,48 +477,136 @@ bool OpenMessageStore(MessageDatabase& db) {
     return db.Open();
 }
 
-bool WriteMessage(MessageDatabase& db, SmsMessage& message) {
+bool MessageDatabase::Write(SmsMessage& message, bool keepNoTime) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
-    if (!db.IsOpen()) {
-        db.SetError(StoreError::kFailed, "the store is not open");
+    if (!IsOpen()) {
+        SetError(StoreError::kFailed, "the store is not open");
         return false;
     }
-    if (message.time == 0) message.time = CurrentLocalFileTime();
+    if (message.time == 0 && !keepNoTime) message.time = CurrentLocalFileTime();
     if (message.time > static_cast<FileTime>(INT64_MAX)) {
-        db.SetError(StoreError::kFailed, "the time cannot be stored");
+        SetError(StoreError::kFailed, "the time cannot be stored");
         return false;
     }
-    const bool create = message.oid == 0;
-    sqlite3_stmt* stmt =
-        db.Statement(create ? "INSERT INTO messages(folder, name, text, time, number, flags)"
-                              " VALUES(?1, ?2, ?3, ?4, ?5, ?6)"
-                            : "UPDATE messages SET folder = ?1, name = ?2, text = ?3, time = ?4,"
-                              " number = ?5, flags = ?6 WHERE id = ?7");
-    if (stmt == nullptr) return false;
-    StmtScope scope(stmt);
-    sqlite3_bind_int64(stmt, 1, message.folder);
-    BindStoreText(stmt, 2, message.name);
-    BindStoreText(stmt, 3, message.text);
-    sqlite3_bind_int64(stmt, 4, static_cast<std::int64_t>(message.time));
-    BindStoreText(stmt, 5, message.number);
-    sqlite3_bind_int64(stmt, 6, message.flags);
-    if (!create) sqlite3_bind_int64(stmt, 7, message.oid);
-    const int rc = sqlite3_step(stmt);
-    if (rc != SQLITE_DONE) {
-        db.Fail(rc);
+    // The message and its entry in the full-text index are written together, or neither. In a
+    // transaction of the caller's (a batch, an import) no savepoint is taken, because FTS5
+    // writes its pending entries out at every savepoint, a segment per message; a write that
+    // fails after its first statement spoils the caller's transaction instead.
+    const bool own = !InTransaction();
+    if (own && !BeginTransaction()) return false;
+    Oid oid = 0;
+    bool changed = false;
+    if (!WriteRow(message, &oid, &changed)) {
+        const StoreError error = LastError();
+        const std::string text = LastErrorText();
+        if (own) {
+            RollbackTransaction();
+        } else if (changed) {
+            SpoilTransaction();
+        }
+        SetError(error, text);
         return false;
     }
-    if (!create && sqlite3_changes(db.Connection()) == 0) {
-        db.SetError(StoreError::kNoRecord, "no such message");
-        return false;
-    }
-    const Oid oid =
-        create ? static_cast<Oid>(sqlite3_last_insert_rowid(db.Connection())) : message.oid;
-    db.currentId = oid;
-    db.SetError(StoreError::kNone);
+    if (own && !CommitTransaction()) return false;
+    currentId = oid;
+    SetError(StoreError::kNone);
     message.oid = oid;
-    message.store = &db;
+    message.store = this;
     return true;
+}
+
+bool MessageDatabase::WriteRow(const SmsMessage& message, Oid* oid, bool* changed) {
+    const bool create = message.oid == 0;
+    {
+        sqlite3_stmt* stmt =
+            Statement(create ? "INSERT INTO messages(folder, name, text, time, number, flags)"
+                               " VALUES(?1, ?2, ?3, ?4, ?5, ?6)"
+                             : "UPDATE messages SET folder = ?1, name = ?2, text = ?3, time = ?4,"
+                               " number = ?5, flags = ?6 WHERE id = ?7");
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        sqlite3_bind_int64(stmt, 1, message.folder);
+        BindStoreText(stmt, 2, message.name);
+        BindStoreText(stmt, 3, message.text);
+        if (message.time == 0) {
+            sqlite3_bind_null(stmt, 4);
+        } else {
+            sqlite3_bind_int64(stmt, 4, static_cast<std::int64_t>(message.time));
+        }
+        BindStoreText(stmt, 5, message.number);
+        sqlite3_bind_int64(stmt, 6, message.flags);
+        if (!create) sqlite3_bind_int64(stmt, 7, message.oid);
+        const int rc = sqlite3_step(stmt);
+        if (rc != SQLITE_DONE) {
+            Fail(rc);
+            return false;
+        }
+        if (!create && sqlite3_changes(Connection()) == 0) {
+            SetError(StoreError::kNoRecord, "no such message");
+            return false;
+        }
+        *oid = create ? static_cast<Oid>(sqlite3_last_insert_rowid(Connection())) : message.oid;
+    }
+    *changed = true;
+    return Index(*oid, message, !create);
+}
+
+bool MessageDatabase::Index(Oid oid, const SmsMessage& message, bool mayBeIndexed) {
+    if (mayBeIndexed) {
+        // A rewrite that leaves the name, number and text as they were (a move to another
+        // folder, a changed flag) leaves the index alone.
+        sqlite3_stmt* stmt =
+            Statement("SELECT name, number, text FROM messages_fts WHERE rowid = ?1");
+        if (stmt == nullptr) return false;
+        StmtScope scope(stmt);
+        sqlite3_bind_int64(stmt, 1, oid);
+        const int rc = sqlite3_step(stmt);
+        if (rc == SQLITE_ROW) {
+            bool same = true;
+            const std::u16string_view fields[] = {message.name, message.number, message.text};
+            for (int i = 0; i < 3 && same; ++i) {
+                const auto* have = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
+                const std::string want = Utf16ToUtf8(FoldForSearch(fields[i]));
+                same = have != nullptr && want == have;
+            }
+            if (same) return true;
+        } else if (rc != SQLITE_DONE) {
+            Fail(rc);
+            return false;
+        }
+    }
+    sqlite3_stmt* put = Statement(kSearchIndexPut);
+    if (put == nullptr) return false;
+    StmtScope scope(put);
+    sqlite3_bind_int64(put, 1, oid);
+    BindSearchFields(put, 2, message.name, message.number, message.text);
+    const int rc = sqlite3_step(put);
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
+        return false;
+    }
+    return true;
+}
+
+bool MessageDatabase::Unindex(Oid oid) {
+    sqlite3_stmt* remove = Statement(kSearchIndexRemove);
+    if (remove == nullptr) return false;
+    StmtScope scope(remove);
+    sqlite3_bind_int64(remove, 1, oid);
+    const int rc = sqlite3_step(remove);
+    if (rc != SQLITE_DONE) {
+        Fail(rc);
+        return false;
+    }
+    return true;
+}
+
+bool WriteMessage(MessageDatabase& db, SmsMessage& message) {
+    return db.Write(message, false);
+}
+
+bool WriteMessageKeepingTime(MessageDatabase& db, SmsMessage& message) {
+    return db.Write(message, true);
 }
 
 bool ReadCurrent(MessageDatabase& db, SmsMessage& message) {

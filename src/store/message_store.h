@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The message store: every short message of the program, one row per message in the table
 // "messages" of the store file (store/schema.h), walked by time (oldest first, equal times by
-// record id, messages without a time last).
+// record id, messages without a time last). Every write and deletion keeps the search's
+// full-text index in step in the same transaction (store/message_search.h).
 //
 // The user interface and the transfer worker each use their own MessageDatabase object; every
 // operation below holds the one process-wide recursive lock (MessageStoreLock) while it works,
@@ -15,6 +16,9 @@
 
 #include "common/sms_message.h"
 #include "store/database.h"
+
+// Every folder, for the operations that take one beside kFolderLog.
+constexpr FolderId kEveryFolder = 0;
 
 class MessageDatabase : public CeDatabase {
   public:
@@ -33,6 +37,21 @@ class MessageDatabase : public CeDatabase {
     // True when a record of message.folder has the same time, text and number. An index
     // look-up: it does not slow down as the folder grows, and it leaves the cursor alone.
     bool HasDuplicate(const SmsMessage& message, bool* found);
+    // A place in the time order of the messages: with a time by time, then id; those without
+    // one after them all, by id (newest first too, as the lists show them).
+    struct TimePosition {
+        bool started = false;  // false: before the first message of the current part
+        bool timed = true;     // in the part of the messages with a time
+        std::int64_t time = 0;
+        std::int64_t id = 0;
+        bool done = false;  // past the last message
+    };
+    // Up to `count` messages of `folder` (kFolderLog: Inbox and Sent; kEveryFolder: every
+    // message) that follow *from in time order, oldest first or newest first, read
+    // completely; *from moves past them. Fewer than `count` only at the end. Each call is a
+    // range of the folder's index (of messages_time for every message).
+    bool ReadInTimeOrder(FolderId folder, bool newestFirst, TimePosition* from, std::uint32_t count,
+                         std::vector<SmsMessage>* messages);
     // Deletes one record; false when it is not stored or cannot be deleted.
     bool DeleteRecord(Oid oid);
     // Deletes every listed record in one transaction, or none: when an id is not stored,
@@ -42,6 +61,9 @@ class MessageDatabase : public CeDatabase {
   private:
     friend bool OpenMessageStore(MessageDatabase& db);
     friend bool WriteMessage(MessageDatabase& db, SmsMessage& message);
+    friend bool WriteMessageKeepingTime(MessageDatabase& db, SmsMessage& message);
+    friend class MessageSearch;
+    friend class MessageReadSnapshot;
     friend bool ReadCurrent(MessageDatabase& db, SmsMessage& message);
     friend bool SeekFirstInFolder(MessageDatabase& db);
     friend bool SeekNextInFolder(MessageDatabase& db);
@@ -60,6 +82,14 @@ class MessageDatabase : public CeDatabase {
     // Outbox messages after `from` (or from the start) up to `to` (or to the end), included.
     bool CountOutbox(const WalkKey* from, const WalkKey* to, std::uint32_t* count);
     bool ReadRow(Oid oid, SmsMessage* message, bool* found);
+    // A message and its full-text entry, inside the caller's transaction; *oid its record id.
+    bool Write(SmsMessage& message, bool keepNoTime);
+    // *changed: the message's row was written (the index entry may not be).
+    bool WriteRow(const SmsMessage& message, Oid* oid, bool* changed);
+    // The full-text entry of record `oid` made to hold the message's fields (unless, when
+    // mayBeIndexed, it holds them already), or taken away.
+    bool Index(Oid oid, const SmsMessage& message, bool mayBeIndexed);
+    bool Unindex(Oid oid);
 
     bool positioned_ = false;
     WalkKey position_;
@@ -87,6 +117,24 @@ class MessageStoreBatch {
     bool started_;
 };
 
+// While it lives, every read of `db` sees the store as it was at the first of them; the writes
+// of other connections (the transfer, the desktop program) go on meanwhile and are not seen.
+// For reads that must agree with each other, as an export's count and its messages. `db` must
+// not write meanwhile.
+class MessageReadSnapshot {
+  public:
+    explicit MessageReadSnapshot(MessageDatabase& db);
+    ~MessageReadSnapshot();
+    MessageReadSnapshot(const MessageReadSnapshot&) = delete;
+    MessageReadSnapshot& operator=(const MessageReadSnapshot&) = delete;
+
+    bool Started() const { return started_; }
+
+  private:
+    MessageDatabase& db_;
+    bool started_;
+};
+
 // Opens `db` on the store file unless it is open (creating, migrating or repairing its layout
 // when needed).
 bool OpenMessageStore(MessageDatabase& db);
@@ -96,6 +144,9 @@ bool OpenMessageStore(MessageDatabase& db);
 // first, and stays in the message. The record id becomes message.oid and the database's
 // current id; message.store = &db.
 bool WriteMessage(MessageDatabase& db, SmsMessage& message);
+// As WriteMessage, but a zero time stays "no time" rather than becoming the current time: for
+// messages brought in from elsewhere that never had one.
+bool WriteMessageKeepingTime(MessageDatabase& db, SmsMessage& message);
 // Clears the message (keeping its folder) and reads the current record into it.
 bool ReadCurrent(MessageDatabase& db, SmsMessage& message);
 // The first record of db.folderFilter, read.
@@ -109,8 +160,8 @@ bool ReadById(MessageDatabase& db, SmsMessage& message);
 bool SeekFirstInFolder(MessageDatabase& db);
 bool SeekNextInFolder(MessageDatabase& db);
 
-// True when a record in the message's folder has the same time, text, number and folder.
-// False also when the store cannot be read.
+// True when a record in the message's folder has the same time, text, number and folder (a
+// message without a time: a record without one). False also when the store cannot be read.
 bool FindDuplicate(MessageDatabase& db, const SmsMessage& message);
 
 // Deletes the message's record from message.store; a never-stored message (oid 0) succeeds

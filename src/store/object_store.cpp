@@ -232,14 +232,16 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
         // that a read-only or locked store still opens for reading.
         std::int64_t indexes = 0;
         rc = Query(db,
-                   "SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND name IN"
-                   " ('messages_folder_time', 'messages_log', 'recent_by_use', 'recent_by_name')",
+                   "SELECT count(*) FROM sqlite_schema WHERE (type = 'index' AND name IN"
+                   " ('messages_folder_time', 'messages_log', 'messages_time', 'recent_by_use',"
+                   " 'recent_by_name')) OR (type = 'table' AND name = 'messages_fts')",
                    [&](sqlite3_stmt* s) { indexes = sqlite3_column_int64(s, 0); });
         if (rc != SQLITE_OK) return fail(rc);
-        if (indexes == 4) return CheckResult::kGood;
+        if (indexes == 6) return CheckResult::kGood;
     }
-    // A new file, a file of the earlier layout, or missing indexes. Another process may be
+    // A new file, a file of an earlier layout, or missing indexes. Another process may be
     // doing the same: the write lock decides, and whoever comes second finds the work done.
+    // The full-text index of an older file is filled in the same transaction.
     rc = Exec(db, "BEGIN IMMEDIATE");
     if (rc != SQLITE_OK) return fail(rc);
     rc = Query(db, "PRAGMA user_version",
@@ -247,6 +249,12 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
     std::string migration;
     if (rc == SQLITE_OK) {
         rc = version == 1 ? MigrateFromObjectStore(db, &migration) : CreateStoreLayout(db);
+    }
+    if (rc == SQLITE_OK) {
+        rc = CreateSearchIndex(db);
+        if (rc != SQLITE_OK && migration.empty()) {
+            migration = std::string("search index: ") + sqlite3_errmsg(db);
+        }
     }
     if (rc == SQLITE_OK) {
         const std::string stamp = "PRAGMA application_id=" + std::to_string(kStoreApplicationId) +
@@ -270,6 +278,10 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
 }
 
 }  // namespace
+
+bool BringToCurrentLayout(sqlite3* db, const std::string& path, std::string* detail) {
+    return SetUp(db, path, detail) == CheckResult::kGood;
+}
 
 std::string StoreDataDirectory() {
     {

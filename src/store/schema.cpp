@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "common/text_convert.h"
+#include "store/search_fold.h"
 #include "store/store_text.h"
 
 namespace {
@@ -21,6 +23,7 @@ constexpr const char* kLayout =
     "CREATE INDEX IF NOT EXISTS messages_folder_time ON messages(folder, time, id);"
     "CREATE INDEX IF NOT EXISTS messages_log ON messages(time, id, folder)"
     " WHERE folder IN (1, 4);"
+    "CREATE INDEX IF NOT EXISTS messages_time ON messages(time, id);"
     "CREATE TABLE IF NOT EXISTS recent_recipients("
     " id INTEGER PRIMARY KEY AUTOINCREMENT,"
     " name TEXT NOT NULL DEFAULT '',"
@@ -157,6 +160,53 @@ int CarrySequence(sqlite3* db, const std::string& oldTable, const char* newTable
 
 int CreateStoreLayout(sqlite3* db) {
     return sqlite3_exec(db, kLayout, nullptr, nullptr, nullptr);
+}
+
+void BindSearchFields(sqlite3_stmt* stmt, int first, std::u16string_view name,
+                      std::u16string_view number, std::u16string_view text) {
+    int index = first;
+    for (std::u16string_view field : {name, number, text}) {
+        const std::string folded = Utf16ToUtf8(FoldForSearch(field));
+        sqlite3_bind_text(stmt, index++, folded.data(), static_cast<int>(folded.size()),
+                          SQLITE_TRANSIENT);
+    }
+}
+
+int CreateSearchIndex(sqlite3* db) {
+    bool exists = false;
+    {
+        Stmt stmt;
+        int rc = sqlite3_prepare_v2(
+            db, "SELECT 1 FROM sqlite_schema WHERE type = 'table' AND name = 'messages_fts'", -1,
+            &stmt.s, nullptr);
+        if (rc != SQLITE_OK) return rc;
+        rc = sqlite3_step(stmt.s);
+        if (rc != SQLITE_ROW && rc != SQLITE_DONE) return rc;
+        exists = rc == SQLITE_ROW;
+    }
+    if (exists) return SQLITE_OK;
+    // The trigram tokenizer keeps case: the text comes folded already, by the same rule the
+    // search applies to the words it looks for.
+    int rc = sqlite3_exec(db,
+                          "CREATE VIRTUAL TABLE messages_fts USING fts5(name, number, text,"
+                          " tokenize = 'trigram case_sensitive 1')",
+                          nullptr, nullptr, nullptr);
+    if (rc != SQLITE_OK) return rc;
+    Stmt read, write;
+    rc = sqlite3_prepare_v2(db, "SELECT id, name, number, text FROM messages ORDER BY id", -1,
+                            &read.s, nullptr);
+    if (rc != SQLITE_OK) return rc;
+    rc = sqlite3_prepare_v2(db, kSearchIndexPut, -1, &write.s, nullptr);
+    if (rc != SQLITE_OK) return rc;
+    while ((rc = sqlite3_step(read.s)) == SQLITE_ROW) {
+        sqlite3_bind_int64(write.s, 1, sqlite3_column_int64(read.s, 0));
+        BindSearchFields(write.s, 2, ColumnStoreText(read.s, 1), ColumnStoreText(read.s, 2),
+                         ColumnStoreText(read.s, 3));
+        rc = sqlite3_step(write.s);
+        sqlite3_reset(write.s);
+        if (rc != SQLITE_DONE) return rc;
+    }
+    return rc == SQLITE_DONE ? SQLITE_OK : rc;
 }
 
 int MigrateFromObjectStore(sqlite3* db, std::string* detail) {

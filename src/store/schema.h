@@ -10,6 +10,11 @@
 //     flags            1 unread, 2 Flash, 4 may have been sent, 8 cannot be encoded
 //   recent_recipients  the last ten recipients
 //     id, name, number, last_used (a FILETIME)
+//   messages_fts       the full-text index of the search (FTS5, trigram tokenizer, case kept):
+//     rowid            the message's id
+//     name, number,    the message's fields folded for searching (store/search_fold.h), UTF-8;
+//     text             every run of three characters is indexed, so that a MATCH of a quoted
+//                      word finds it anywhere inside a field ("3012" in "+4930123456")
 //
 // Invariants the code relies on:
 // - A folder's messages are walked oldest first (time, then id), messages without a time
@@ -17,21 +22,46 @@
 //   and the duplicate check (folder, time, then text and number).
 // - The "Log" view (Inbox and Sent) has its own partial index, messages_log, which alone
 //   answers its queries.
-// - A store whose indexes are missing gets them again when it is opened; its rows are kept.
+// - messages_time orders every message by time (then id) whatever its folder: the search walks
+//   it newest first, and the export oldest first.
+// - messages_fts holds one row per message, written in the same transaction as the message by
+//   the store's own writes (WriteMessage, DeleteRecords), never by triggers: the folding is the
+//   program's, and a person's sqlite3 session can still change a message. The search checks
+//   every row the index offers against the message itself, so an index out of step never shows
+//   a message that does not match.
+// - A store whose indexes are missing gets them again when it is opened; its rows are kept. A
+//   missing full-text index is made and filled from the messages.
 //
 // Version 1 held the same data in an emulation of a handheld's object store (a catalogue
 // "object_databases", tables "records_N" with a column per property id, strings as UTF-16
-// blobs). It is migrated on its first opening, in one transaction, ids kept.
+// blobs). Version 2 had the current tables without messages_time and messages_fts. Both are
+// brought to the current layout on their first opening, in one transaction, ids kept.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 // Creates the tables and indexes of the current layout when missing (all statements are
-// harmless when repeated). Inside the caller's transaction.
+// harmless when repeated), but for the full-text index. Inside the caller's transaction.
 int CreateStoreLayout(sqlite3* db);
+
+// Creates the full-text index when it is missing and fills it from the messages. Inside the
+// caller's transaction; an SQLite result code.
+int CreateSearchIndex(sqlite3* db);
+
+// The statements that keep the full-text index in step with one message (?1 the id, ?2 to ?4
+// its folded name, number and text as UTF-8).
+constexpr const char* kSearchIndexPut =
+    "INSERT OR REPLACE INTO messages_fts(rowid, name, number, text) VALUES(?1, ?2, ?3, ?4)";
+constexpr const char* kSearchIndexRemove = "DELETE FROM messages_fts WHERE rowid = ?1";
+// Binds a message's name, number and text (indexes first, first + 1, first + 2) folded for
+// the full-text index.
+void BindSearchFields(sqlite3_stmt* stmt, int first, std::u16string_view name,
+                      std::u16string_view number, std::u16string_view text);
 
 // Moves the rows of a version 1 file into the current layout and removes the old tables.
 // Inside the caller's transaction; an SQLite result code, *detail saying what failed.

@@ -18,3 +18,8 @@ void NoteStoreError(sqlite3* db, int code);
 
 // True for the SQLite results that mean a damaged file rather than a passing failure.
 bool IsDamageCode(int code);
+
+// Brings the file of a connection opened on some other path (a copy to be restored) to the
+// current layout, migrating an older one, as OpenStoreConnection does with the store file.
+// False, with *detail, when the layout is newer than this program's or the work fails.
+bool BringToCurrentLayout(sqlite3* db, const std::string& path, std::string* detail);

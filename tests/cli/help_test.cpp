@@ -82,6 +82,28 @@ TEST(VelkanHelp, TheManualPageDescribesEveryVerb) {
     }
 }
 
+// The bash completion offers every verb, and the folders and formats where they belong.
+TEST(VelkanHelp, TheCompletionOffersEveryVerb) {
+    const std::string script = std::string(VELKAN_SOURCE_DIR) + "/packaging/completion/velkan";
+    auto complete = [&](const std::string& words) {
+        const ProcessResult r = RunProcess(
+            "/bin/bash", {"-c",
+                          "source \"$1\"; read -ra COMP_WORDS <<< \"$2\"; COMP_WORDS+=(\"\");"
+                          " COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _velkan;"
+                          " echo \" ${COMPREPLY[*]} \"",
+                          "bash", script, words});
+        EXPECT_EQ(r.exitStatus, 0) << r.err;
+        return r.out;
+    };
+    const std::string verbs = complete("velkan");
+    for (const std::string& verb : ListedVerbs()) {
+        EXPECT_NE(verbs.find(" " + verb + " "), std::string::npos) << verb << ": " << verbs;
+    }
+    EXPECT_EQ(complete("velkan export --format"), " csv json xml mbox \n");
+    EXPECT_EQ(complete("velkan import x.xml --format"), " xml csv json \n");
+    EXPECT_EQ(complete("velkan search anna --folder"), " inbox outbox draft sent log \n");
+}
+
 TEST(VelkanHelp, VersionPrintsTheRelease) {
     const ProcessResult r = Velkan({"--version"});
     EXPECT_EQ(r.exitStatus, 0);

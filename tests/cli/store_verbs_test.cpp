@@ -398,9 +398,11 @@ TEST_F(CliStoreTest, ADamagedStoreIsSetAsideAndReported) {
 // brings back every message that can still be read, as it was, and a second run adds nothing.
 TEST_F(CliStoreTest, RecoverBringsBackTheReadableMessagesOfAStoreSetAsideAsDamaged) {
     constexpr int kCount = 300;
+    // The capital M tells the message's row from the search index's copy of its text, which
+    // is folded to lower case.
     auto marker = [](int i) {
         char text[32];
-        std::snprintf(text, sizeof text, "message %04d ", i);
+        std::snprintf(text, sizeof text, "Message %04d ", i);
         return std::string(text);
     };
     auto textOf = [&](int i) { return marker(i) + std::string(140, 'x'); };

@@ -22,9 +22,11 @@ namespace {
 
 constexpr int kCount = 300;
 
+// The capital M tells the message's row from the search index's copy of its text, which is
+// folded to lower case.
 std::string Marker(int i) {
     char text[32];
-    std::snprintf(text, sizeof text, "message %04d ", i);
+    std::snprintf(text, sizeof text, "Message %04d ", i);
     return text;
 }
 
@@ -69,7 +71,7 @@ std::set<int> Numbers(const SalvagedMessages& salvaged) {
     for (const SmsMessage& m : salvaged.messages) {
         int i = -1;
         const std::string text(m.text.begin(), m.text.end());
-        if (std::sscanf(text.c_str(), "message %d", &i) == 1) out.insert(i);
+        if (std::sscanf(text.c_str(), "Message %d", &i) == 1) out.insert(i);
     }
     return out;
 }

@@ -103,8 +103,9 @@ TEST_F(MessageStoreTest, OpeningCreatesTheStoreWithItsTablesAndIndexes) {
               SQLITE_OK);
     ASSERT_EQ(sqlite3_step(stmt), SQLITE_ROW);
     EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
-                 "messages messages_folder_time messages_log recent_by_name recent_by_use "
-                 "recent_recipients");
+                 "messages messages_folder_time messages_fts messages_fts_config "
+                 "messages_fts_content messages_fts_data messages_fts_docsize messages_fts_idx "
+                 "messages_log messages_time recent_by_name recent_by_use recent_recipients");
     sqlite3_finalize(stmt);
 }
 

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "store/message_search.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/recent_store.h"
@@ -117,8 +118,20 @@ TEST_F(MigrationTest, EveryMessageAndRecipientComesOverAsItWas) {
     EXPECT_EQ(Query(dir_.File(), "PRAGMA user_version"), std::to_string(kStoreSchemaVersion));
     EXPECT_EQ(Query(dir_.File(),
                     "SELECT name FROM sqlite_schema WHERE type = 'table' AND name"
-                    " NOT LIKE 'sqlite%' ORDER BY name"),
-              "messages\nrecent_recipients");
+                    " NOT LIKE 'sqlite%' AND name NOT LIKE 'messages\\_fts\\_%' ESCAPE '\\'"
+                    " ORDER BY name"),
+              "messages\nmessages_fts\nrecent_recipients");
+    // The search finds the migrated messages: one word in a text with accents, one part of a
+    // number.
+    EXPECT_EQ(Query(dir_.File(), "SELECT count(*) FROM messages_fts"), "13");
+    std::vector<SmsMessage> hits;
+    MessageSearch grusse(db, u"GRUSSE");
+    ASSERT_TRUE(grusse.Next(10, &hits));
+    EXPECT_TRUE(hits.empty()) << "ß is not ss";
+    MessageSearch gru(db, u"grü");
+    ASSERT_TRUE(gru.Next(10, &hits));
+    ASSERT_EQ(hits.size(), 1u);
+    EXPECT_EQ(hits[0].oid, 2u);
     EXPECT_EQ(Query(dir_.File(), "SELECT text FROM messages WHERE id = 2"), "Grüße, 5 €");
     EXPECT_EQ(Query(dir_.File(), "SELECT typeof(text) FROM messages WHERE id = 4"), "blob");
     SmsMessage next;
@@ -163,3 +176,123 @@ TEST_F(MigrationTest, AMigrationThatFailsLeavesTheFileAsItWas) {
 }
 
 }  // namespace
+
+// A store of layout 2, written by the release before the search index
+// (data/store-v2.sqlite3, its messages listed in data/store-v2.expected as above), gets the
+// index of every message on its first opening; its messages stay as they were.
+class MigrationFromVersion2Test : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::filesystem::create_directories(dir_.Data());
+        std::filesystem::copy_file(std::string(STORE_TEST_DATA) + "/store-v2.sqlite3", dir_.File());
+        std::ifstream expected(std::string(STORE_TEST_DATA) + "/store-v2.expected");
+        std::string line;
+        while (std::getline(expected, line)) {
+            const auto f = Fields(line);
+            if (f[0] == "message") messages_[f[1]] = f;
+        }
+        ASSERT_EQ(messages_.size(), 7u);
+    }
+
+    std::vector<Oid> Search(MessageDatabase& db, const std::u16string& words,
+                            FolderId folder = kEveryFolder) {
+        MessageSearch search(db, words, folder);
+        std::vector<SmsMessage> found;
+        EXPECT_TRUE(search.Next(100, &found));
+        std::vector<Oid> ids;
+        for (const SmsMessage& m : found) ids.push_back(m.oid);
+        return ids;
+    }
+
+    TempDataDir dir_;
+    std::map<std::string, std::vector<std::string>> messages_;
+};
+
+TEST_F(MigrationFromVersion2Test, TheMessagesGetTheirSearchIndexAndStayAsTheyWere) {
+    ASSERT_EQ(Query(dir_.File(), "PRAGMA user_version"), "2");
+    ASSERT_EQ(Query(dir_.File(), "SELECT count(*) FROM sqlite_schema WHERE name = 'messages_fts'"),
+              "0");
+    MessageDatabase db;
+    ASSERT_TRUE(OpenMessageStore(db));
+    EXPECT_TRUE(TakeStoreNotices().empty());
+    EXPECT_EQ(Query(dir_.File(), "PRAGMA user_version"), std::to_string(kStoreSchemaVersion));
+    EXPECT_EQ(Query(dir_.File(), "SELECT count(*) FROM messages_fts"), "7");
+    EXPECT_EQ(Query(dir_.File(), "SELECT count(*) FROM sqlite_schema WHERE name = 'messages_time'"),
+              "1");
+
+    std::map<std::string, std::vector<std::string>> found;
+    for (FolderId folder : {kFolderInbox, kFolderOutbox, kFolderDraft, kFolderSent}) {
+        std::vector<SmsMessage> page;
+        ASSERT_TRUE(db.ReadFolderPage(folder, 0, 100, &page));
+        for (const SmsMessage& m : page) {
+            found[std::to_string(m.oid)] = {"message",
+                                            std::to_string(m.oid),
+                                            std::to_string(m.folder),
+                                            std::to_string(m.time),
+                                            Hex(m.name),
+                                            Hex(m.number),
+                                            Hex(m.text),
+                                            std::to_string(m.flags)};
+        }
+    }
+    EXPECT_EQ(found, messages_);
+
+    // Names, numbers and texts, without regard to case or accents; newest first.
+    EXPECT_EQ(Search(db, u"3012"), (std::vector<Oid>{7, 4, 1}));
+    EXPECT_EQ(Search(db, u"ecole zola"), (std::vector<Oid>{3}));
+    EXPECT_EQ(Search(db, u"LODZ"), (std::vector<Oid>{6}));
+    EXPECT_EQ(Search(db, u"muenchen"), (std::vector<Oid>{}));
+    EXPECT_EQ(Search(db, u"münchen"), (std::vector<Oid>{2}));
+    EXPECT_EQ(Search(db, u"\xD83D\xDE00"), (std::vector<Oid>{4}));
+    EXPECT_EQ(Search(db, u"anna", kFolderSent), (std::vector<Oid>{7}));
+
+    // The ids go on after the last one ever given out (8, deleted before the migration).
+    SmsMessage next;
+    next.folder = kFolderDraft;
+    next.text = u"new";
+    ASSERT_TRUE(WriteMessage(db, next));
+    EXPECT_EQ(next.oid, 9u);
+    EXPECT_EQ(Search(db, u"new"), (std::vector<Oid>{9}));
+
+    RecentDatabase recent;
+    std::vector<RecentRecipient> entries;
+    ASSERT_TRUE(ListRecentByName(recent, &entries));
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].name, u"Anna");
+}
+
+TEST_F(MigrationFromVersion2Test, AMigrationThatFailsLeavesTheFileAsItWas) {
+    sqlite3* holder = nullptr;
+    ASSERT_EQ(sqlite3_open(dir_.File().c_str(), &holder), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    SetStoreBusyTimeout(50);
+    {
+        MessageDatabase db;
+        EXPECT_FALSE(OpenMessageStore(db));
+    }
+    SetStoreBusyTimeout(0);
+    sqlite3_exec(holder, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close(holder);
+    EXPECT_EQ(Query(dir_.File(), "PRAGMA user_version"), "2");
+    EXPECT_EQ(Query(dir_.File(), "SELECT count(*) FROM sqlite_schema WHERE name = 'messages_fts'"),
+              "0");
+    MessageDatabase db;
+    ASSERT_TRUE(OpenMessageStore(db));
+    EXPECT_EQ(Search(db, u"zola"), (std::vector<Oid>{3}));
+}
+
+// A store of the current layout whose search index was dropped by hand gets it back, filled.
+TEST_F(MigrationFromVersion2Test, ADroppedSearchIndexIsMadeAgainWhenTheStoreIsOpened) {
+    {
+        MessageDatabase db;
+        ASSERT_TRUE(OpenMessageStore(db));
+    }
+    sqlite3* raw = nullptr;
+    ASSERT_EQ(sqlite3_open(dir_.File().c_str(), &raw), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(raw, "DROP TABLE messages_fts", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(raw);
+    MessageDatabase db;
+    ASSERT_TRUE(OpenMessageStore(db));
+    EXPECT_EQ(Query(dir_.File(), "SELECT count(*) FROM messages_fts"), "7");
+    EXPECT_EQ(Search(db, u"zola"), (std::vector<Oid>{3}));
+}

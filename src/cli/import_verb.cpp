@@ -1,0 +1,119 @@
+// velkan import FILE [--format xml|csv|json]
+//
+// Reads the messages of FILE into the store: the XML of a phone's "SMS Backup & Restore"
+// backup (received messages into the Inbox with their read mark, sent ones into Sent, drafts
+// and the outbox as such; MMS entries are skipped and counted), or the CSV or JSON lines of
+// `velkan export`. Every message goes through the duplicate check, so importing a file again
+// adds nothing. All or nothing: a file with a bad line or element imports nothing, and stderr
+// says where it is. Without --format the format follows from the file's name, else its first
+// character. FILE - is standard input. Progress and a summary go to stderr.
+//
+// Exit status: 0 done, 1 nothing was imported (the file is damaged or unreadable, or the store
+// could not take the messages), 2 bad arguments.
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "cli/progress_line.h"
+#include "cli/store_access.h"
+#include "cli/verbs.h"
+#include "store/message_exchange.h"
+
+namespace {
+
+constexpr const char* kVerb = "import";
+
+const char* Plural(std::uint64_t n) {
+    return n == 1 ? "" : "s";
+}
+
+}  // namespace
+
+int RunImportVerb(int argc, char** argv) {
+    const char* path = nullptr;
+    const char* formatName = nullptr;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--format") {
+            if (i + 1 >= argc) return UsageError(kVerb, "--format needs a value");
+            formatName = argv[++i];
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            return UsageError(kVerb, ("unknown option '" + arg + "'").c_str());
+        } else if (path != nullptr) {
+            return UsageError(kVerb, "import takes one FILE");
+        } else {
+            path = argv[i];
+        }
+    }
+    if (path == nullptr) return UsageError(kVerb, "which file? give the backup or export to read");
+    ExchangeFormat format = ExchangeFormat::kXml;
+    if (formatName != nullptr &&
+        (!ParseExchangeFormat(formatName, &format) || format == ExchangeFormat::kMbox)) {
+        return UsageError(
+            kVerb, (std::string("unknown format '") + formatName + "': xml, csv or json").c_str());
+    }
+
+    const bool standardInput = std::strcmp(path, "-") == 0;
+    std::FILE* file = standardInput ? stdin : std::fopen(path, "rb");
+    if (file == nullptr) {
+        std::fprintf(stderr, "velkan: %s cannot be read: %s; nothing was imported\n", path,
+                     std::strerror(errno));
+        return 1;
+    }
+    struct stat st;
+    const std::uint64_t size = fstat(fileno(file), &st) == 0 && S_ISREG(st.st_mode)
+                                   ? static_cast<std::uint64_t>(st.st_size)
+                                   : 0;
+    if (formatName == nullptr) {
+        int first = std::getc(file);
+        while (first == ' ' || first == '\t' || first == '\r' || first == '\n')
+            first = std::getc(file);
+        // Only the first byte goes back; blanks before it mean nothing to any of the readers.
+        if (first != EOF) std::ungetc(first, file);
+        format = GuessImportFormat(standardInput ? std::string() : std::string(path), first);
+    }
+
+    MessageDatabase db;
+    if (!OpenStore(db)) {
+        if (!standardInput) std::fclose(file);
+        return 1;
+    }
+    ProgressLine line(std::string("importing ") + (standardInput ? "standard input" : path), true);
+    ImportSummary summary;
+    const bool ok = ImportMessages(
+        db, format, file, size,
+        [&line](std::uint64_t done, std::uint64_t total) { return line.Show(done, total); },
+        &summary);
+    line.Finish();
+    if (!standardInput) std::fclose(file);
+    if (!ok) {
+        ReportNotices();
+        std::fprintf(stderr, "velkan: %s%s%s; nothing was imported\n",
+                     summary.fileDamaged ? (standardInput ? "standard input" : path) : "",
+                     summary.fileDamaged ? ": " : "", summary.error.c_str());
+        return 1;
+    }
+    std::fprintf(stderr, "velkan: imported %llu message%s from %s as %s",
+                 static_cast<unsigned long long>(summary.added), Plural(summary.added),
+                 standardInput ? "standard input" : path, ExchangeFormatName(format));
+    if (summary.duplicates != 0) {
+        std::fprintf(stderr, ", %llu already in the store",
+                     static_cast<unsigned long long>(summary.duplicates));
+    }
+    if (summary.mmsSkipped != 0) {
+        std::fprintf(stderr, ", %llu MMS skipped",
+                     static_cast<unsigned long long>(summary.mmsSkipped));
+    }
+    std::fputc('\n', stderr);
+    if (summary.toOutbox != 0) {
+        std::fprintf(stderr,
+                     "velkan: %llu of them %s in the Outbox and will be sent by the next "
+                     "send-get\n",
+                     static_cast<unsigned long long>(summary.toOutbox),
+                     summary.toOutbox == 1 ? "is" : "are");
+    }
+    return 0;
+}
