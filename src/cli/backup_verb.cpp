@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan backup FILE [--force]
 //
 // Writes a consistent copy of the message store to FILE while the program may be running

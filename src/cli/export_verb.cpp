@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan export --format csv|json|xml|mbox [--folder F] [--output FILE]
 //
 // Writes the messages (of one folder, or log for Inbox and Sent, or all of them) oldest first

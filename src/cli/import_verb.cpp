@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan import FILE [--format xml|csv|json]
 //
 // Reads the messages of FILE into the store: the XML of a phone's "SMS Backup & Restore"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan restore FILE
 //
 // Makes FILE, a copy made by `velkan backup` (or any message store of this program), the

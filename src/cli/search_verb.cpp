@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan search WORDS... [--folder F] [--json]
 //
 // Prints the messages whose text, name or number contain every word, Latin letters compared
