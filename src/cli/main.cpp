@@ -5,6 +5,7 @@
 
 #include "cli/verbs.h"
 #include "release_version.h"
+#include "resources/translations.h"
 
 int RunPduVerb(int argc, char** argv);
 int RunSmsToVerb(int argc, char** argv);
@@ -59,11 +60,11 @@ const int kVerbCount = static_cast<int>(sizeof kVerbs / sizeof kVerbs[0]);
 namespace {
 
 void PrintHelp(std::FILE* out) {
-    std::fputs(
-        "Usage: velkan VERB [ARGUMENTS]\n"
-        "Velkan Tessiver, the SMS manager, without its windows.\n\n"
-        "Verbs:\n",
-        out);
+    std::fputs(qUtf8Printable(Translate("velkan",
+                                        "Usage: velkan VERB [ARGUMENTS]\n"
+                                        "Velkan Tessiver, the SMS manager, without its windows.\n\n"
+                                        "Verbs:\n")),
+               out);
     for (int i = 0; i < kVerbCount; ++i) {
         const char* s = kVerbs[i].synopsis;
         std::fputs("  ", out);
@@ -73,25 +74,43 @@ void PrintHelp(std::FILE* out) {
         }
         std::fputc('\n', out);
     }
-    std::fputs(
-        "\n`velkan VERB --help` describes one verb; `velkan --version` prints the release.\n", out);
+    std::fputs(qUtf8Printable(Translate("velkan",
+                                        "\n`velkan VERB --help` describes one verb; "
+                                        "`velkan --version` prints the release.\n")),
+               out);
 }
 
 }  // namespace
 
+void Say(const QString& message) {
+    std::fprintf(stderr, "velkan: %s\n", qUtf8Printable(message));
+}
+
+QString Count(unsigned long long n, const QString& one, const QString& many) {
+    return n == 1 ? one : many.arg(n);
+}
+
 int UsageError(const char* verb, const char* message) {
-    std::fprintf(stderr, "velkan: %s\n", message);
+    return UsageError(verb, QString::fromUtf8(message));
+}
+
+int UsageError(const char* verb, const QString& message) {
+    Say(message);
     for (int i = 0; i < kVerbCount; ++i) {
         if (std::strcmp(kVerbs[i].name, verb) == 0) {
-            std::fprintf(stderr, "usage:\n%s\n", kVerbs[i].synopsis);
+            std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(Translate("velkan", "usage:")),
+                         kVerbs[i].synopsis);
             return 2;
         }
     }
-    std::fputs("Try `velkan --help`.\n", stderr);
+    std::fputs(qUtf8Printable(Translate("velkan", "Try `velkan --help`.\n")), stderr);
     return 2;
 }
 
 int main(int argc, char** argv) {
+    // Messages in the user's language (LANGUAGE, LC_MESSAGES, LANG); what scripts read (JSON,
+    // lists, numbers) stays as it is.
+    LoadUserTranslation();
     if (argc < 2) {
         PrintHelp(stderr);
         return 2;
@@ -111,14 +130,15 @@ int main(int argc, char** argv) {
             // its usage, as with most commands.
             for (int a = 2; a < argc; ++a) {
                 if (std::strcmp(argv[a], "--help") == 0 || std::strcmp(argv[a], "-h") == 0) {
-                    std::printf("usage:\n%s\n", kVerbs[i].synopsis);
+                    std::printf("%s\n%s\n", qUtf8Printable(Translate("velkan", "usage:")),
+                                kVerbs[i].synopsis);
                     return 0;
                 }
             }
             return kVerbs[i].run(argc - 1, argv + 1);
         }
     }
-    std::fprintf(stderr, "velkan: unknown verb '%s'\n", argv[1]);
+    Say(Translate("velkan", "unknown verb '%1'").arg(QString::fromLocal8Bit(argv[1])));
     PrintHelp(stderr);
     return 2;
 }
