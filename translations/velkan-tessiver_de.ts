@@ -1109,5 +1109,33 @@ Verben:
         <source>message %1 was sent but could not be moved to Sent (%2); it stays in the Outbox, marked as possibly sent</source>
         <translation>Nachricht %1 wurde gesendet, konnte aber nicht nach „Gesendet“ verschoben werden (%2); sie bleibt im Postausgang, als möglicherweise gesendet markiert</translation>
     </message>
+    <message>
+        <source>exporting to %1</source>
+        <translation>Export nach %1</translation>
+    </message>
+    <message>
+        <source>exporting</source>
+        <translation>Export</translation>
+    </message>
+    <message>
+        <source>importing %1</source>
+        <translation>Import von %1</translation>
+    </message>
+    <message>
+        <source>%1 MB</source>
+        <translation>%1 MB</translation>
+    </message>
+    <message>
+        <source>%1 KB</source>
+        <translation>%1 KB</translation>
+    </message>
+    <message>
+        <source>%1 bytes</source>
+        <translation>%1 Bytes</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
 </context>
 </TS>

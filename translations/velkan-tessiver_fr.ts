@@ -1109,5 +1109,33 @@ Verbes&#xa0;:
         <source>message %1 was sent but could not be moved to Sent (%2); it stays in the Outbox, marked as possibly sent</source>
         <translation>le message %1 a été envoyé, mais n&apos;a pas pu être déplacé dans Envoyés (%2)&#xa0;; il reste dans la Boîte d&apos;envoi, marqué comme peut-être envoyé</translation>
     </message>
+    <message>
+        <source>exporting to %1</source>
+        <translation>export vers %1</translation>
+    </message>
+    <message>
+        <source>exporting</source>
+        <translation>export</translation>
+    </message>
+    <message>
+        <source>importing %1</source>
+        <translation>import de %1</translation>
+    </message>
+    <message>
+        <source>%1 MB</source>
+        <translation>%1&#xa0;Mo</translation>
+    </message>
+    <message>
+        <source>%1 KB</source>
+        <translation>%1&#xa0;Ko</translation>
+    </message>
+    <message>
+        <source>%1 bytes</source>
+        <translation>%1&#xa0;octets</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 sur %2</translation>
+    </message>
 </context>
 </TS>

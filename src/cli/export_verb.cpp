@@ -62,8 +62,11 @@ int RunExportVerb(int argc, char** argv) {
 
     MessageDatabase db;
     if (!OpenStore(db)) return 1;
-    ProgressLine line(
-        std::string("exporting") + (output != nullptr ? std::string(" to ") + output : ""), false);
+    ProgressLine line(output != nullptr ? Translate("velkan", "exporting to %1")
+                                              .arg(QString::fromLocal8Bit(output))
+                                              .toStdString()
+                                        : Translate("velkan", "exporting").toStdString(),
+                      false);
     const ExchangeProgress progress = [&line](std::uint64_t done, std::uint64_t total) {
         return line.Show(done, total);
     };

@@ -82,7 +82,11 @@ int RunImportVerb(int argc, char** argv) {
         if (!standardInput) std::fclose(file);
         return 1;
     }
-    ProgressLine line(std::string("importing ") + (standardInput ? "standard input" : path), true);
+    ProgressLine line(Translate("velkan", "importing %1")
+                          .arg(standardInput ? Translate("velkan", "standard input")
+                                             : QString::fromLocal8Bit(path))
+                          .toStdString(),
+                      true);
     ImportSummary summary;
     const bool ok = ImportMessages(
         db, format, file, size,

@@ -3,8 +3,11 @@
 // messages, while what scripts read (JSON, lists, exit statuses) stays the same; without a
 // translation for the user's language, and in the C locale, it speaks English as it always did.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
@@ -101,6 +104,37 @@ TEST(VelkanLanguage, EnglishWithoutALanguageOrInTheCLocale) {
     EXPECT_EQ(VelkanIn({{"LANGUAGE", "en:fr"}}, {"list", "nonsense"}).err, expected);
     // A language without a translation leaves the messages English.
     EXPECT_EQ(VelkanIn({{"LANGUAGE", "es"}}, {"list", "nonsense"}).err, expected);
+}
+
+// A long import's progress lines and its summary are French too; the numbers are those of the
+// English run.
+TEST(VelkanLanguage, ProgressOfALongImportInFrench) {
+    namespace fs = std::filesystem;
+    std::string pattern = (fs::temp_directory_path() / "velkan-language-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    const fs::path root = pattern;
+    // A little over a megabyte, so that a log (not a terminal) gets a line at every tenth.
+    const std::string file = (root / "messages.csv").string();
+    {
+        std::ofstream out(file);
+        out << "id,time,flags,folder,name,number,text\n";
+        for (int i = 0; i < 7300; ++i) {
+            out << i + 1 << ",2024-05-01 10:00:00.000,0,inbox,Anna,+4930123456,"
+                << std::string(100, static_cast<char>('a' + i % 26)) << i << "\n";
+        }
+    }
+    ASSERT_GT(fs::file_size(file), 1024u * 1024u);
+    setenv("VELKAN_DATA_DIR", (root / "data").string().c_str(), 1);
+    const ProcessResult r = VelkanIn(kFrench, {"import", file});
+    unsetenv("VELKAN_DATA_DIR");
+    fs::remove_all(root);
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_NE(r.err.find("velkan: import de " + file + ": 50% ("), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("\u00a0Ko sur 1."), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("100% (1.1\u00a0Mo sur 1.1\u00a0Mo)\n"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("velkan: 7300 messages importé(s) depuis " + file + " au format csv\n"),
+              std::string::npos)
+        << r.err;
 }
 
 }  // namespace
