@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QLibraryInfo>
+#include <QRegularExpression>
 #include <QTranslator>
 #include <cstdlib>
 #include <memory>
@@ -27,11 +28,9 @@ std::unique_ptr<QTranslator> qtTexts;
 std::vector<std::u16string> translatedTable;
 
 void AddLanguage(QStringList& languages, const QString& locale) {
-    QString name = locale;
-    name.truncate(name.indexOf(QLatin1Char('.')) < 0 ? name.size()
-                                                     : name.indexOf(QLatin1Char('.')));
-    const qsizetype at = name.indexOf(QLatin1Char('@'));
-    if (at >= 0) name.truncate(at);
+    // "de_DE.UTF-8@euro": the language and country come before the character set and the
+    // modifier.
+    const QString name = locale.left(locale.indexOf(QRegularExpression(QStringLiteral("[.@]"))));
     if (name.isEmpty()) return;
     if (!languages.contains(name)) languages.append(name);
     const qsizetype underscore = name.indexOf(QLatin1Char('_'));

@@ -53,6 +53,7 @@ TEST(UserLanguagesTest, LcMessagesBeforeLang) {
               QStringList({"de_DE", "de"}));
     EXPECT_EQ(Languages({{"LC_ALL", "fr_CA.UTF-8@euro"}, {"LC_MESSAGES", "de_DE.UTF-8"}}),
               QStringList({"fr_CA", "fr"}));
+    EXPECT_EQ(Languages({{"LANG", "de_DE@euro"}}), QStringList({"de_DE", "de"}));
 }
 
 TEST(UserLanguagesTest, EnglishAndTheCLocaleMeanTheSourceTexts) {
