@@ -376,13 +376,13 @@
         <source>Send SMS</source>
         <comment>3105</comment>
         <extracomment>progress dialog heading, send-only transfer</extracomment>
-        <translation>Envoyer les SMS</translation>
+        <translation>Envoi des SMS</translation>
     </message>
     <message>
         <source>Send &amp;&amp; Get SMS</source>
         <comment>3106</comment>
         <extracomment>progress dialog heading, full transfer</extracomment>
-        <translation>Envoyer &amp;&amp; recevoir les SMS</translation>
+        <translation>Envoi &amp;&amp; réception des SMS</translation>
     </message>
     <message>
         <source>Cancelling...</source>
@@ -394,7 +394,7 @@
         <source>Success</source>
         <comment>3109</comment>
         <extracomment>progress dialog summary, first line</extracomment>
-        <translation>Terminé</translation>
+        <translation>Opération réussie</translation>
     </message>
     <message>
         <source>Operation Failed (%d)</source>
