@@ -108,8 +108,8 @@ int UsageError(const char* verb, const QString& message) {
 }
 
 int main(int argc, char** argv) {
-    // Messages in the user's language (LANGUAGE, LC_MESSAGES, LANG); what scripts read (JSON,
-    // lists, numbers) stays as it is.
+    // Messages in the user's language (LANGUAGE, LC_ALL, LC_MESSAGES, LANG); what scripts read
+    // (JSON, lists, numbers) stays as it is.
     LoadUserTranslation();
     if (argc < 2) {
         PrintHelp(stderr);

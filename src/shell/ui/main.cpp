@@ -44,7 +44,7 @@ std::unique_ptr<DialogBase> MakeMessageList() {
 
 int main(int argc, char** argv) {
     QApplication qt(argc, argv);
-    // The windows in the user's language (LANGUAGE, LC_MESSAGES, LANG).
+    // The windows in the user's language (LANGUAGE, LC_ALL, LC_MESSAGES, LANG).
     InstallUserTranslation();
     // Qt has taken its own options out of the arguments; the rest is the command line.
     std::vector<std::u16string> arguments;
