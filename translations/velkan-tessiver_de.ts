@@ -1137,5 +1137,73 @@ Verben:
         <source>%1 of %2</source>
         <translation>%1 von %2</translation>
     </message>
+    <message>
+        <source>velkan pdu decode HEX [--tpdu-length N]
+velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]</source>
+        <translation>velkan pdu decode HEX [--tpdu-length N]
+velkan pdu encode --to NUMMER [--text TEXT] [--flash] [--status-report] [--smsc NUMMER]</translation>
+    </message>
+    <message>
+        <source>velkan send-get</source>
+        <translation>velkan send-get</translation>
+    </message>
+    <message>
+        <source>velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]</source>
+        <translation>velkan send --to NUMMER --text TEXT [--name NAME] [--flash | --no-flash]</translation>
+    </message>
+    <message>
+        <source>velkan resend ID</source>
+        <translation>velkan resend ID</translation>
+    </message>
+    <message>
+        <source>velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]</source>
+        <translation>velkan compose --to NUMMER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]</translation>
+    </message>
+    <message>
+        <source>velkan list inbox|outbox|draft|sent|log [--json]</source>
+        <translation>velkan list inbox|outbox|draft|sent|log [--json]</translation>
+    </message>
+    <message>
+        <source>velkan delete ID...</source>
+        <translation>velkan delete ID...</translation>
+    </message>
+    <message>
+        <source>velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]</source>
+        <translation>velkan search WÖRTER... [--folder inbox|outbox|draft|sent|log] [--json]</translation>
+    </message>
+    <message>
+        <source>velkan recover FILE</source>
+        <translation>velkan recover DATEI</translation>
+    </message>
+    <message>
+        <source>velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log] [--output FILE]</source>
+        <translation>velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log] [--output DATEI]</translation>
+    </message>
+    <message>
+        <source>velkan import FILE [--format xml|csv|json]</source>
+        <translation>velkan import DATEI [--format xml|csv|json]</translation>
+    </message>
+    <message>
+        <source>velkan backup FILE [--force]</source>
+        <translation>velkan backup DATEI [--force]</translation>
+    </message>
+    <message>
+        <source>velkan restore FILE</source>
+        <translation>velkan restore DATEI</translation>
+    </message>
+    <message>
+        <source>velkan recent [--json]</source>
+        <translation>velkan recent [--json]</translation>
+    </message>
+    <message>
+        <source>velkan config list | get NAME | set NAME VALUE</source>
+        <translation>velkan config list | get NAME | set NAME WERT</translation>
+    </message>
+    <message>
+        <source>velkan smsto parse CMDLINE
+velkan smsto build --number N [--name NAME]</source>
+        <translation>velkan smsto parse BEFEHLSZEILE
+velkan smsto build --number N [--name NAME]</translation>
+    </message>
 </context>
 </TS>

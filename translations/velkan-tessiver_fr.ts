@@ -1137,5 +1137,73 @@ Verbes&#xa0;:
         <source>%1 of %2</source>
         <translation>%1 sur %2</translation>
     </message>
+    <message>
+        <source>velkan pdu decode HEX [--tpdu-length N]
+velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]</source>
+        <translation>velkan pdu decode HEX [--tpdu-length N]
+velkan pdu encode --to NUMÉRO [--text TEXTE] [--flash] [--status-report] [--smsc NUMÉRO]</translation>
+    </message>
+    <message>
+        <source>velkan send-get</source>
+        <translation>velkan send-get</translation>
+    </message>
+    <message>
+        <source>velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]</source>
+        <translation>velkan send --to NUMÉRO --text TEXTE [--name NOM] [--flash | --no-flash]</translation>
+    </message>
+    <message>
+        <source>velkan resend ID</source>
+        <translation>velkan resend ID</translation>
+    </message>
+    <message>
+        <source>velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]</source>
+        <translation>velkan compose --to NUMÉRO --text TEXTE [--name NOM] [--flash | --no-flash] [--draft]</translation>
+    </message>
+    <message>
+        <source>velkan list inbox|outbox|draft|sent|log [--json]</source>
+        <translation>velkan list inbox|outbox|draft|sent|log [--json]</translation>
+    </message>
+    <message>
+        <source>velkan delete ID...</source>
+        <translation>velkan delete ID...</translation>
+    </message>
+    <message>
+        <source>velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]</source>
+        <translation>velkan search MOTS... [--folder inbox|outbox|draft|sent|log] [--json]</translation>
+    </message>
+    <message>
+        <source>velkan recover FILE</source>
+        <translation>velkan recover FICHIER</translation>
+    </message>
+    <message>
+        <source>velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log] [--output FILE]</source>
+        <translation>velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log] [--output FICHIER]</translation>
+    </message>
+    <message>
+        <source>velkan import FILE [--format xml|csv|json]</source>
+        <translation>velkan import FICHIER [--format xml|csv|json]</translation>
+    </message>
+    <message>
+        <source>velkan backup FILE [--force]</source>
+        <translation>velkan backup FICHIER [--force]</translation>
+    </message>
+    <message>
+        <source>velkan restore FILE</source>
+        <translation>velkan restore FICHIER</translation>
+    </message>
+    <message>
+        <source>velkan recent [--json]</source>
+        <translation>velkan recent [--json]</translation>
+    </message>
+    <message>
+        <source>velkan config list | get NAME | set NAME VALUE</source>
+        <translation>velkan config list | get NOM | set NOM VALEUR</translation>
+    </message>
+    <message>
+        <source>velkan smsto parse CMDLINE
+velkan smsto build --number N [--name NAME]</source>
+        <translation>velkan smsto parse LIGNE_DE_COMMANDE
+velkan smsto build --number N [--name NOM]</translation>
+    </message>
 </context>
 </TS>

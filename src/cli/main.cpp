@@ -24,40 +24,60 @@ int RunImportVerb(int argc, char** argv);
 int RunBackupVerb(int argc, char** argv);
 int RunRestoreVerb(int argc, char** argv);
 
+// The synopses are translated when shown (their placeholders, such as NUMBER, are words of the
+// user's language; the verbs and options are not).
 const Verb kVerbs[] = {
     {"pdu",
-     "velkan pdu decode HEX [--tpdu-length N]\n"
-     "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
+     QT_TRANSLATE_NOOP(
+         "velkan",
+         "velkan pdu decode HEX [--tpdu-length N]\n"
+         "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]"),
      &RunPduVerb},
-    {"send-get", "velkan send-get", &RunSendGetVerb},
-    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",
+    {"send-get", QT_TRANSLATE_NOOP("velkan", "velkan send-get"), &RunSendGetVerb},
+    {"send",
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]"),
      &RunSendVerb},
-    {"resend", "velkan resend ID", &RunResendVerb},
+    {"resend", QT_TRANSLATE_NOOP("velkan", "velkan resend ID"), &RunResendVerb},
     {"compose",
-     "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
+     QT_TRANSLATE_NOOP(
+         "velkan",
+         "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]"),
      &RunComposeVerb},
-    {"list", "velkan list inbox|outbox|draft|sent|log [--json]", &RunListVerb},
-    {"delete", "velkan delete ID...", &RunDeleteVerb},
-    {"search", "velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]",
+    {"list", QT_TRANSLATE_NOOP("velkan", "velkan list inbox|outbox|draft|sent|log [--json]"),
+     &RunListVerb},
+    {"delete", QT_TRANSLATE_NOOP("velkan", "velkan delete ID..."), &RunDeleteVerb},
+    {"search",
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]"),
      &RunSearchVerb},
-    {"recover", "velkan recover FILE", &RunRecoverVerb},
+    {"recover", QT_TRANSLATE_NOOP("velkan", "velkan recover FILE"), &RunRecoverVerb},
     {"export",
-     "velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log]"
-     " [--output FILE]",
+     QT_TRANSLATE_NOOP(
+         "velkan",
+         "velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log]"
+         " [--output FILE]"),
      &RunExportVerb},
-    {"import", "velkan import FILE [--format xml|csv|json]", &RunImportVerb},
-    {"backup", "velkan backup FILE [--force]", &RunBackupVerb},
-    {"restore", "velkan restore FILE", &RunRestoreVerb},
-    {"recent", "velkan recent [--json]", &RunRecentVerb},
-    {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
+    {"import", QT_TRANSLATE_NOOP("velkan", "velkan import FILE [--format xml|csv|json]"),
+     &RunImportVerb},
+    {"backup", QT_TRANSLATE_NOOP("velkan", "velkan backup FILE [--force]"), &RunBackupVerb},
+    {"restore", QT_TRANSLATE_NOOP("velkan", "velkan restore FILE"), &RunRestoreVerb},
+    {"recent", QT_TRANSLATE_NOOP("velkan", "velkan recent [--json]"), &RunRecentVerb},
+    {"config", QT_TRANSLATE_NOOP("velkan", "velkan config list | get NAME | set NAME VALUE"),
+     &RunConfigVerb},
     {"smsto",
-     "velkan smsto parse CMDLINE\n"
-     "velkan smsto build --number N [--name NAME]",
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan smsto parse CMDLINE\n"
+                       "velkan smsto build --number N [--name NAME]"),
      &RunSmsToVerb},
 };
 const int kVerbCount = static_cast<int>(sizeof kVerbs / sizeof kVerbs[0]);
 
 namespace {
+
+QByteArray Synopsis(const Verb& verb) {
+    return Translate("velkan", verb.synopsis).toUtf8();
+}
 
 void PrintHelp(std::FILE* out) {
     std::fputs(qUtf8Printable(Translate("velkan",
@@ -66,7 +86,8 @@ void PrintHelp(std::FILE* out) {
                                         "Verbs:\n")),
                out);
     for (int i = 0; i < kVerbCount; ++i) {
-        const char* s = kVerbs[i].synopsis;
+        const QByteArray synopsis = Synopsis(kVerbs[i]);
+        const char* s = synopsis.constData();
         std::fputs("  ", out);
         for (; *s; ++s) {
             std::fputc(*s, out);
@@ -99,7 +120,7 @@ int UsageError(const char* verb, const QString& message) {
     for (int i = 0; i < kVerbCount; ++i) {
         if (std::strcmp(kVerbs[i].name, verb) == 0) {
             std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(Translate("velkan", "usage:")),
-                         kVerbs[i].synopsis);
+                         Synopsis(kVerbs[i]).constData());
             return 2;
         }
     }
@@ -131,7 +152,7 @@ int main(int argc, char** argv) {
             for (int a = 2; a < argc; ++a) {
                 if (std::strcmp(argv[a], "--help") == 0 || std::strcmp(argv[a], "-h") == 0) {
                     std::printf("%s\n%s\n", qUtf8Printable(Translate("velkan", "usage:")),
-                                kVerbs[i].synopsis);
+                                Synopsis(kVerbs[i]).constData());
                     return 0;
                 }
             }

@@ -78,6 +78,18 @@ TEST(VelkanLanguage, LangAloneChoosesGerman) {
         << r.err;
 }
 
+// A verb's usage names its arguments in the user's language; its verbs and options stay.
+TEST(VelkanLanguage, UsageOfAVerbInGerman) {
+    const ProcessResult r = VelkanIn({{"LANGUAGE", "de"}}, {"backup", "--help"});
+    EXPECT_EQ(r.exitStatus, 0);
+    EXPECT_EQ(r.out, "Aufruf:\nvelkan backup DATEI [--force]\n");
+    const ProcessResult help = VelkanIn({{"LANGUAGE", "de"}}, {"--help"});
+    EXPECT_NE(help.out.find("\n  velkan send --to NUMMER --text TEXT [--name NAME] [--flash | "
+                            "--no-flash]\n"),
+              std::string::npos)
+        << help.out;
+}
+
 TEST(VelkanLanguage, JsonStaysTheSameInEveryLanguage) {
     const ProcessResult english = VelkanIn(kCLocale, {"pdu", "decode", kHelloDeliver});
     ASSERT_EQ(english.exitStatus, 0);
