@@ -828,7 +828,7 @@ Verben:
 `velkan VERB --help` describes one verb; `velkan --version` prints the release.
 </source>
         <translation>
-`velkan VERB --help` beschreibt ein Verb; `velkan --version` zeigt die Release.
+`velkan VERB --help` beschreibt ein Verb; `velkan --version` zeigt die Versionsnummer.
 </translation>
     </message>
     <message>
