@@ -64,7 +64,7 @@ done
 echo "== fuzz build"
 cmake --preset fuzz >/dev/null
 fuzzers=(decode_pdu hex_to_bytes line_cutter cmgl_listing cpms_response vcard smsto hand_over
-         transfer)
+         transfer csv_import json_import xml_import)
 cmake --build --preset fuzz -j "$jobs" --target "${fuzzers[@]/#/fuzz_}"
 echo "== fuzz runs"
 fuzz_scratch=$(mktemp -d)
