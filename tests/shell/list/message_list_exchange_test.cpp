@@ -3,11 +3,16 @@
 // by the test: what an export writes and says, what an import adds, counts and says, a damaged
 // file that imports nothing and names its line, Cancel, and that an import and a transfer never
 // run together.
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
 #include <QFile>
+#include <QFileDialog>
 #include <QMenu>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 #include <functional>
 #include <memory>
@@ -288,6 +293,70 @@ class MessageListExchangeTest : public QObject {
         QVERIFY(lockDuring == TransferLock::Outcome::kBusy);
         QVERIFY(getEnabledAfter);
         QCOMPARE(CountInFolder(kFolderInbox), 2u);
+    }
+
+    void messagesImportedIntoTheOutboxAreNamed() {
+        const QString path = files.filePath(QStringLiteral("outbox.xml"));
+        QVERIFY(WriteFile(path,
+                          "<smses count=\"2\">\n"
+                          "  <sms address=\"+491\" date=\"1714550400000\" type=\"4\" "
+                          "body=\"waiting\" read=\"1\" />\n"
+                          "  <sms address=\"+492\" date=\"1714550460000\" type=\"1\" "
+                          "body=\"received\" read=\"1\" />\n"
+                          "</smses>\n"));
+        ExchangeList list;
+        BoxCapture boxes;
+        list.importPath = path;
+        bool sendAndGetShown = false;
+        RunList(list, [&] {
+            list.SendCommand(MessageListView::kCmdImport);
+            sendAndGetShown = !list.Control(MessageListView::kSendAndGetId)->isHidden();
+        });
+        QCOMPARE(Texts(boxes),
+                 QStringLiteral("2 message(s) imported, 0 duplicate(s) skipped, 0 MMS skipped\n"
+                                "1 of them are in the Outbox and will be sent by the next "
+                                "Send & Get."));
+        QVERIFY(sendAndGetShown);
+    }
+
+    void theExportDialogAsksFormatMessagesAndFile() {
+        ExportChoice choice;
+        bool answered = false;
+        const QString path = files.filePath(QStringLiteral("chosen.xml"));
+        QStringList formats, folders;
+        // The dialog and then the file dialog, answered as a person would.
+        auto* timer = new QTimer(this);
+        timer->setInterval(5);
+        int step = 0;
+        connect(timer, &QTimer::timeout, this, [&, timer] {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (modal == nullptr) return;
+            if (step == 0 && modal->objectName() == QStringLiteral("exportDialog")) {
+                auto* format = modal->findChild<QComboBox*>(QStringLiteral("exportFormat"));
+                auto* folder = modal->findChild<QComboBox*>(QStringLiteral("exportFolder"));
+                for (int i = 0; i < format->count(); ++i) formats << format->itemText(i);
+                for (int i = 0; i < folder->count(); ++i) folders << folder->itemText(i);
+                format->setCurrentIndex(2);
+                folder->setCurrentIndex(1);
+                static_cast<QDialog*>(modal)->accept();
+                step = 1;
+            } else if (auto* fileDialog = qobject_cast<QFileDialog*>(modal);
+                       fileDialog && step == 1) {
+                fileDialog->selectFile(path);
+                static_cast<QDialog*>(fileDialog)->accept();
+                step = 2;
+                timer->stop();
+            }
+        });
+        timer->start();
+        answered = AskExportChoice(frame, kFolderSent, QStringLiteral("Sent"), &choice);
+        delete timer;
+        QVERIFY(answered);
+        QCOMPARE(formats, QStringList({"CSV", "JSON lines", "XML (SMS Backup & Restore)", "mbox"}));
+        QCOMPARE(folders, QStringList({"Sent (the folder shown)", "All folders"}));
+        QVERIFY(choice.format == ExchangeFormat::kXml);
+        QCOMPARE(choice.folder, kEveryFolder);
+        QCOMPARE(choice.path, path);
     }
 
     void noImportStartsDuringATransfer() {

@@ -322,6 +322,7 @@ class MessageListSearchTest : public QObject {
             list.ShowSearch();
             list.SearchField()->setText(QStringLiteral("report"));
             QCOMPARE(list.Model()->rowCount(), int(MessageListModel::kSearchScreen));
+            QVERIFY(list.Model()->Searching());
             QVERIFY(list.Model()->canFetchMore(QModelIndex()));
             // Scrolling to the end asks for the next screen.
             list.List()->scrollToBottom();
@@ -336,6 +337,10 @@ class MessageListSearchTest : public QObject {
             list.Reload();
             QCOMPARE(SelectedOids(list), std::vector<Oid>{far});
             QCOMPARE(list.Model()->RowOf(far), 230);
+            list.CloseSearch();
+            QVERIFY(!list.Model()->Searching());
+            QCOMPARE(list.Model()->rowCount(), 250);
+            QCOMPARE(SelectedOids(list), std::vector<Oid>{far});
         });
     }
 
