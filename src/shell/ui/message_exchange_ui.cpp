@@ -8,10 +8,11 @@
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QFormLayout>
-#include <QLabel>
 #include <QProgressDialog>
 #include <QTimer>
+#include <algorithm>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -36,6 +37,8 @@ constexpr unsigned kStringToOutbox = 3214;
 constexpr unsigned kStringImportCancelled = 3216;
 constexpr unsigned kStringExportTitle = 3217;
 constexpr unsigned kStringImportTitle = 3218;
+constexpr unsigned kStringExporting = 3219;
+constexpr unsigned kStringExportCancelled = 3220;
 
 // Paths can be long; a text that did not fit would be shown empty.
 constexpr std::size_t kReportTextLimit = 8000;
@@ -71,16 +74,70 @@ QString Count(std::uint64_t n) {
     return QString::number(static_cast<qulonglong>(n));
 }
 
-// The import's figures, shared between its worker and the progress dialog.
-struct ImportJob {
+// How far an export or an import got, shared between its worker and its progress dialog.
+struct WorkerFigures {
     std::atomic<std::uint64_t> done{0};
     std::atomic<std::uint64_t> total{0};
     std::atomic<bool> cancel{false};
     std::atomic<bool> finished{false};
-    // Written by the worker before `finished`, read after it.
-    bool ok = false;
-    ImportSummary summary;
+
+    // The exchange code's progress callback: records the figures, and stops the work once
+    // Cancel was pressed.
+    ExchangeProgress Callback() {
+        return [this](std::uint64_t d, std::uint64_t t) {
+            done = d;
+            total = t;
+            return !cancel.load();
+        };
+    }
 };
+
+// A progress dialog for work on a worker thread: window-modal over `owner`, shown only when the
+// work lasts, its Cancel recorded in `figures`.
+void SetUpProgress(QProgressDialog& progress, const QString& name, const QString& label,
+                   const std::shared_ptr<WorkerFigures>& figures) {
+    progress.setObjectName(name);
+    progress.setWindowTitle(ResourceText(2));
+    progress.setLabelText(label);
+    progress.setRange(0, kProgressSteps);
+    progress.setValue(0);
+    progress.setAutoClose(false);
+    progress.setAutoReset(false);
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setMinimumDuration(kProgressShowAfterMs);
+    QObject::connect(&progress, &QProgressDialog::canceled, &progress,
+                     [figures] { figures->cancel = true; });
+}
+
+// Runs `work` on a worker thread of its own while `progress` shows how far it got; returns once
+// the work has ended, with true when Cancel was pressed before. The work opens its own store
+// connection, so that the list's stays free to draw its rows meanwhile.
+bool RunBehindProgress(QProgressDialog& progress, const std::shared_ptr<WorkerFigures>& figures,
+                       std::function<void()> work) {
+    std::thread worker([figures, work = std::move(work)] {
+        work();
+        figures->finished = true;
+    });
+    QEventLoop loop;
+    QTimer poll;
+    poll.setInterval(kProgressPollMs);
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        const std::uint64_t total = figures->total;
+        if (total != 0) {
+            const std::uint64_t done = std::min<std::uint64_t>(figures->done, total);
+            progress.setValue(static_cast<int>(done * kProgressSteps / total));
+        }
+        if (figures->finished) loop.quit();
+    });
+    poll.start();
+    if (!figures->finished) loop.exec();
+    poll.stop();
+    worker.join();
+    // Taken before the dialog closes: closing a progress dialog counts as its Cancel.
+    const bool cancelled = figures->cancel;
+    progress.close();
+    return cancelled;
+}
 
 }  // namespace
 
@@ -127,12 +184,32 @@ QString AskImportFile(QWidget* owner) {
         QStringLiteral("XML, CSV, JSON (*.xml *.csv *.json *.jsonl *.ndjson);;* (*)"));
 }
 
-QString ExportWithReport(MessageDatabase& db, const ExportChoice& choice, bool* ok) {
+QString ExportWithReport(QWidget* owner, const ExportChoice& choice, bool* ok,
+                         const std::function<void(QProgressDialog&)>& starting) {
+    auto figures = std::make_shared<WorkerFigures>();
+    QProgressDialog progress(owner);
+    SetUpProgress(progress, QStringLiteral("exportProgress"),
+                  FormatResourceText(kStringExporting, QDir::toNativeSeparators(choice.path)),
+                  figures);
+    if (starting) starting(progress);
+
     ExportSummary summary;
-    *ok = ExportMessagesToFile(db, choice.format, choice.folder, choice.path.toStdString(), {},
-                               &summary);
-    if (!*ok) {
-        return FormatResourceText(kStringNotExported, QString::fromStdString(summary.error));
+    bool written = false;
+    const std::string path = choice.path.toStdString();
+    const bool cancelled = RunBehindProgress(progress, figures, [&] {
+        MessageDatabase db;
+        if (!OpenMessageStore(db)) {
+            summary.error = StoreFailureReason(&db).toStdString();
+            return;
+        }
+        written = ExportMessagesToFile(db, choice.format, choice.folder, path, figures->Callback(),
+                                       &summary);
+    });
+    *ok = written;
+    if (!written) {
+        const QString why = cancelled ? ResourceText(kStringExportCancelled)
+                                      : QString::fromStdString(summary.error);
+        return FormatResourceText(kStringNotExported, why);
     }
     return FormatResourceText(kStringWritten, Count(summary.written),
                               QDir::toNativeSeparators(choice.path));
@@ -159,65 +236,24 @@ QString ImportReportText(bool ok, bool cancelled, const ImportSummary& summary,
 
 ImportOutcome ImportWithProgress(QWidget* owner, const QString& path,
                                  const std::function<void(QProgressDialog&)>& starting) {
-    auto job = std::make_shared<ImportJob>();
-    const std::string file = path.toStdString();
-
+    auto figures = std::make_shared<WorkerFigures>();
     QProgressDialog progress(owner);
-    progress.setObjectName(QStringLiteral("importProgress"));
-    progress.setWindowTitle(ResourceText(2));
-    progress.setLabelText(FormatResourceText(kStringImporting, QDir::toNativeSeparators(path)));
-    progress.setRange(0, kProgressSteps);
-    progress.setValue(0);
-    progress.setAutoClose(false);
-    progress.setAutoReset(false);
-    progress.setWindowModality(Qt::WindowModal);
-    progress.setMinimumDuration(kProgressShowAfterMs);
-    QObject::connect(&progress, &QProgressDialog::canceled, &progress,
-                     [job] { job->cancel = true; });
-
+    SetUpProgress(progress, QStringLiteral("importProgress"),
+                  FormatResourceText(kStringImporting, QDir::toNativeSeparators(path)), figures);
     if (starting) starting(progress);
 
-    // The worker opens its own connection: the list's stays free to draw its rows meanwhile.
-    std::thread worker([job, file] {
+    ImportOutcome outcome;
+    const std::string file = path.toStdString();
+    const bool cancelled = RunBehindProgress(progress, figures, [&] {
         MessageDatabase db;
         if (!OpenMessageStore(db)) {
-            job->summary.error = StoreFailureReason(&db).toStdString();
-        } else {
-            job->ok = ImportMessagesFromFile(
-                db, file, nullptr,
-                [job](std::uint64_t done, std::uint64_t total) {
-                    job->done = done;
-                    job->total = total;
-                    return !job->cancel.load();
-                },
-                &job->summary);
+            outcome.summary.error = StoreFailureReason(&db).toStdString();
+            return;
         }
-        job->finished = true;
+        outcome.ok =
+            ImportMessagesFromFile(db, file, nullptr, figures->Callback(), &outcome.summary);
     });
-
-    QEventLoop loop;
-    QTimer poll;
-    poll.setInterval(kProgressPollMs);
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        const std::uint64_t total = job->total;
-        if (total != 0) {
-            const std::uint64_t done = std::min<std::uint64_t>(job->done, total);
-            progress.setValue(static_cast<int>(done * kProgressSteps / total));
-        }
-        if (job->finished) loop.quit();
-    });
-    poll.start();
-    if (!job->finished) loop.exec();
-    poll.stop();
-    worker.join();
-    // Taken before the dialog closes: closing a progress dialog counts as its Cancel.
-    const bool cancelled = !job->ok && job->cancel;
-    progress.close();
-
-    ImportOutcome outcome;
-    outcome.ok = job->ok;
-    outcome.cancelled = cancelled;
-    outcome.summary = job->summary;
+    outcome.cancelled = !outcome.ok && cancelled;
     outcome.text = ImportReportText(outcome.ok, outcome.cancelled, outcome.summary, path);
     return outcome;
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Export and import in the desktop program ("Export..." and "Import..." in the Options menu),
 // through the store's own exchange code (store/message_exchange.h): the questions asked, the
-// import on a worker thread of its own behind a progress dialog with Cancel, and what the
-// person is told afterwards, in words.
+// work on a worker thread of its own behind a progress dialog with Cancel, and what the person
+// is told afterwards, in words.
 #pragma once
 
 #include <QString>
@@ -13,7 +13,6 @@
 
 class QProgressDialog;
 class QWidget;
-class MessageDatabase;
 
 struct ExportChoice {
     ExchangeFormat format = ExchangeFormat::kCsv;
@@ -29,9 +28,13 @@ bool AskExportChoice(QWidget* owner, FolderId shown, const QString& shownName,
 // Asks for the file to import; empty when the person cancels.
 QString AskImportFile(QWidget* owner);
 
-// Writes the export. Returns what the person is told: how many messages went to which file, or
-// why nothing was written; *ok says which.
-QString ExportWithReport(MessageDatabase& db, const ExportChoice& choice, bool* ok);
+// Writes the export through a store connection of its own on a worker thread, while a progress
+// dialog owned by `owner` shows how far it got and offers Cancel (which leaves no file). Returns
+// once it has ended, with what the person is told: how many messages went to which file, or why
+// nothing was written; *ok says which. `starting`, when set, is called with the progress dialog
+// just before the worker starts.
+QString ExportWithReport(QWidget* owner, const ExportChoice& choice, bool* ok,
+                         const std::function<void(QProgressDialog&)>& starting = {});
 
 struct ImportOutcome {
     bool ok = false;

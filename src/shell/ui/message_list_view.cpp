@@ -860,7 +860,7 @@ void MessageListView::ExportMessages() {
     ExportChoice choice;
     if (!ChooseExport(&choice)) return;
     bool ok = false;
-    const QString report = ExportWithReport(db_, choice, &ok);
+    const QString report = ExportWithReport(this, choice, &ok);
     ShowMessageBox(this, report, ok ? BoxKind::Information : BoxKind::Error);
 }
 

@@ -173,6 +173,26 @@ class MessageListExchangeTest : public QObject {
         QVERIFY(!QFile::exists(path));
     }
 
+    void cancelDuringAnExportLeavesNoFile() {
+        StoreMessage(MakeMessage(1, u"Anna", u"+491", u"one", MakeTime(2024, 5, 1, 8, 0)));
+        const QString path = files.filePath(QStringLiteral("cancelled.csv"));
+        QString label;
+        bool ok = true;
+        const QString report = ExportWithReport(frame, {ExchangeFormat::kCsv, kFolderInbox, path},
+                                                &ok, [&](QProgressDialog& progress) {
+                                                    label = progress.labelText();
+                                                    progress.findChild<QPushButton*>()->click();
+                                                });
+        QCOMPARE(label, QStringLiteral("Exporting to ") + path);
+        QVERIFY(!ok);
+        QCOMPARE(report, QStringLiteral("Nothing was exported.\nThe export was cancelled."));
+        QVERIFY(!QFile::exists(path));
+        // Without Cancel the same export is written.
+        QCOMPARE(ExportWithReport(frame, {ExchangeFormat::kCsv, kFolderInbox, path}, &ok),
+                 QStringLiteral("1 message(s) written to ") + path);
+        QVERIFY(ok && QFile::exists(path));
+    }
+
     void aCancelledExportWritesNothing() {
         ExchangeList list;
         BoxCapture boxes;
