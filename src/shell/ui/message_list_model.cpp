@@ -5,6 +5,7 @@
 
 #include "store/message_search.h"
 #include "store/message_store.h"
+#include "store/search_fold.h"
 
 MessageListModel::MessageListModel(QObject* parent) : QAbstractListModel(parent) {}
 
@@ -42,6 +43,7 @@ bool MessageListModel::LoadSearch(std::u16string_view query, FolderId folder) {
     Forget();
     oids_.clear();
     search_.reset();
+    searchWords_ = SearchWords(query);
     if (db_ != nullptr) search_ = std::make_unique<MessageSearch>(*db_, query, folder);
     endResetModel();
     return search_ != nullptr && FetchSearch();
@@ -66,7 +68,17 @@ bool MessageListModel::FetchSearch() {
 
 int MessageListModel::FetchRowOf(Oid oid) {
     int row = RowOf(oid);
-    while (row < 0 && oid != 0 && search_ != nullptr && !search_->AtEnd()) {
+    if (row >= 0 || oid == 0 || search_ == nullptr || search_->AtEnd()) return row;
+    // Only a message the search will find is worth the reading of further screens: the
+    // matches of a common word may run to the store's end.
+    SmsMessage message;
+    message.oid = oid;
+    if (!ReadById(*db_, message) || !MatchesSearch(message, searchWords_)) return -1;
+    const bool inFolder = folder_ == kEveryFolder || message.folder == folder_ ||
+                          (folder_ == kFolderLog &&
+                           (message.folder == kFolderInbox || message.folder == kFolderSent));
+    if (!inFolder) return -1;
+    while (row < 0 && !search_->AtEnd()) {
         const std::size_t before = oids_.size();
         if (!FetchSearch() || oids_.size() == before) break;
         const auto it =

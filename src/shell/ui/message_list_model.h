@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -52,7 +53,8 @@ class MessageListModel : public QAbstractListModel {
     // True while the rows are a search's matches (until the next Load).
     bool Searching() const { return search_ != nullptr; }
     // The row of a record id, fetching further matches of a search until it is found or the
-    // search is at its end; -1 when it is not among the rows.
+    // search is at its end; -1 when it is not among the rows. A message the search does not
+    // match fetches nothing.
     int FetchRowOf(Oid oid);
 
     // The record id of a row, 0 for a row that does not exist.
@@ -92,6 +94,7 @@ class MessageListModel : public QAbstractListModel {
     FolderId folder_ = 0;
     std::vector<Oid> oids_;
     std::unique_ptr<MessageSearch> search_;
+    std::vector<std::u16string> searchWords_;
     // Least recently used entries at the back.
     mutable std::list<Entry> lru_;
     mutable std::unordered_map<Oid, std::list<Entry>::iterator> cache_;

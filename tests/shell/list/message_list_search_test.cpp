@@ -341,6 +341,16 @@ class MessageListSearchTest : public QObject {
             QVERIFY(!list.Model()->Searching());
             QCOMPARE(list.Model()->rowCount(), 250);
             QCOMPARE(SelectedOids(list), std::vector<Oid>{far});
+            // A selected message the words do not match costs no further screens: only the
+            // first is read.
+            const Oid other =
+                StoreMessage(MakeMessage(1, u"N", u"+1", u"minutes", MakeTime(2023, 1, 1, 8, 0)));
+            list.Reload();
+            SelectRow(list, list.Model()->RowOf(other));
+            list.ShowSearch();
+            list.SearchField()->setText(QStringLiteral("report"));
+            QCOMPARE(list.Model()->rowCount(), int(MessageListModel::kSearchScreen));
+            QVERIFY(SelectedOids(list).empty());
         });
     }
 
