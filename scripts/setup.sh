@@ -29,6 +29,8 @@ packages=(
   # interoperability tests: two independent GSM 07.07/07.05 clients (gammu, smstools' smsd)
   # run against the simulated phone
   gammu smstools
+  # the round trips of export and import, read back by Python's own XML and mailbox modules
+  python3
 )
 
 missing=()
