@@ -640,6 +640,136 @@ Versuchen Sie es erneut, wenn sie beendet ist.</translation>
         <extracomment>message list menu bar: new message button</extracomment>
         <translation>Neu</translation>
     </message>
+    <message>
+        <source>Find</source>
+        <comment>3200</comment>
+        <extracomment>message list Sms menu: shows the search field above the rows (Ctrl+F)</extracomment>
+        <translation>Suchen</translation>
+    </message>
+    <message>
+        <source>All folders</source>
+        <comment>3201</comment>
+        <extracomment>message list search line: check box, search every folder; export: the messages of every folder</extracomment>
+        <translation>Alle Ordner</translation>
+    </message>
+    <message>
+        <source>Words to find</source>
+        <comment>3202</comment>
+        <extracomment>message list search line: placeholder of the empty field</extracomment>
+        <translation>Gesuchte Wörter</translation>
+    </message>
+    <message>
+        <source>Export...</source>
+        <comment>3203</comment>
+        <extracomment>message list Options menu: writes messages to a file</extracomment>
+        <translation>Exportieren...</translation>
+    </message>
+    <message>
+        <source>Import...</source>
+        <comment>3204</comment>
+        <extracomment>message list Options menu: reads messages from a file</extracomment>
+        <translation>Importieren...</translation>
+    </message>
+    <message>
+        <source>Export</source>
+        <comment>3205</comment>
+        <extracomment>export dialog heading</extracomment>
+        <translation>Exportieren</translation>
+    </message>
+    <message>
+        <source>Format:</source>
+        <comment>3206</comment>
+        <extracomment>export dialog: label of the format list</extracomment>
+        <translation>Format:</translation>
+    </message>
+    <message>
+        <source>Messages:</source>
+        <comment>3207</comment>
+        <extracomment>export dialog: label of the folder list</extracomment>
+        <translation>Nachrichten:</translation>
+    </message>
+    <message>
+        <source>%s (the folder shown)</source>
+        <comment>3208</comment>
+        <extracomment>export dialog folder list: the folder shown now, by name</extracomment>
+        <translation>%s (der angezeigte Ordner)</translation>
+    </message>
+    <message>
+        <source>%s message(s) written to %s</source>
+        <comment>3209</comment>
+        <extracomment>box after an export: the count and the file</extracomment>
+        <translation>%s Nachricht(en) in %s geschrieben</translation>
+    </message>
+    <message>
+        <source>Nothing was exported.
+%s</source>
+        <comment>3210</comment>
+        <extracomment>box after a failed export: the reason follows</extracomment>
+        <translation>Es wurde nichts exportiert.
+%s</translation>
+    </message>
+    <message>
+        <source>Importing %s</source>
+        <comment>3211</comment>
+        <extracomment>import progress dialog: the file being read</extracomment>
+        <translation>%s wird importiert</translation>
+    </message>
+    <message>
+        <source>%s message(s) imported, %s duplicate(s) skipped, %s MMS skipped</source>
+        <comment>3212</comment>
+        <extracomment>box after an import: the counts</extracomment>
+        <translation>%s Nachricht(en) importiert, %s Duplikat(e) übersprungen, %s MMS übersprungen</translation>
+    </message>
+    <message>
+        <source>Nothing was imported.
+%s</source>
+        <comment>3213</comment>
+        <extracomment>box after a failed or cancelled import: the reason follows</extracomment>
+        <translation>Es wurde nichts importiert.
+%s</translation>
+    </message>
+    <message>
+        <source>%s of them are in the Outbox and will be sent by the next Send &amp; Get.</source>
+        <comment>3214</comment>
+        <extracomment>box after an import: messages imported into the Outbox</extracomment>
+        <translation>%s davon liegen im Postausgang und werden beim nächsten „Senden &amp; Abrufen“ gesendet.</translation>
+    </message>
+    <message>
+        <source>A transfer is running. Import when it has ended.</source>
+        <comment>3215</comment>
+        <extracomment>box: Import chosen while a transfer holds the store</extracomment>
+        <translation>Eine Übertragung läuft. Importieren Sie, wenn sie beendet ist.</translation>
+    </message>
+    <message>
+        <source>The import was cancelled.</source>
+        <comment>3216</comment>
+        <extracomment>box after Cancel in the import progress dialog</extracomment>
+        <translation>Der Import wurde abgebrochen.</translation>
+    </message>
+    <message>
+        <source>Export messages to</source>
+        <comment>3217</comment>
+        <extracomment>export: title of the file dialog</extracomment>
+        <translation>Nachrichten exportieren nach</translation>
+    </message>
+    <message>
+        <source>Import messages from</source>
+        <comment>3218</comment>
+        <extracomment>import: title of the file dialog</extracomment>
+        <translation>Nachrichten importieren aus</translation>
+    </message>
+    <message>
+        <source>Exporting to %s</source>
+        <comment>3219</comment>
+        <extracomment>export progress dialog: the file being written</extracomment>
+        <translation>Export nach %s</translation>
+    </message>
+    <message>
+        <source>The export was cancelled.</source>
+        <comment>3220</comment>
+        <extracomment>box after Cancel in the export progress dialog</extracomment>
+        <translation>Der Export wurde abgebrochen.</translation>
+    </message>
 </context>
 <context>
     <name>velkan</name>
