@@ -8,7 +8,9 @@
 #include "common/sms_message.h"
 #include "common/transfer_error.h"
 
-// Encodes the record into `encoded`, `encodedLength` and `tpduLength`. 0 or 4.
+// Encodes the record into `encoded`, `encodedLength` and `tpduLength`. 0 or 4. UCS2 user data
+// is written only when the record's `unicode` is set (at most 140 octets with its header);
+// otherwise a UCS2 PDU ends after its length octet, as the codec always wrote it.
 TransferError EncodePdu(PduRecord* record);
 
 // Fresh SMS-SUBMIT record for the message (Flash from its flags), then EncodeMessage.
