@@ -12,4 +12,6 @@ struct TransferSettings {
     bool deleteAfterRetrieve = false;
     std::u16string serviceCentre;  // empty unless a custom centre is on
     bool statusReport = false;
+    bool unicode = false;  // `Unicode`: UCS2, the GSM extension table, 8-bit as ISO-8859-1
+    bool longSms = false;  // `LongSms`: join concatenated parts on receipt, send in parts
 };
