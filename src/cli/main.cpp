@@ -29,8 +29,7 @@ int RunRestoreVerb(int argc, char** argv);
 const Verb kVerbs[] = {
     {"pdu",
      QT_TRANSLATE_NOOP("velkan",
-                       "velkan pdu decode HEX [--tpdu-length N] [--unicode]
-                       "
+                       "velkan pdu decode HEX [--tpdu-length N] [--unicode]\n"
                        "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report]"
                        " [--smsc NUMBER] [--unicode] [--long] [--reference R]"),
      &RunPduVerb},
