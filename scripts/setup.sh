@@ -27,6 +27,8 @@ packages=(
   # interoperability tests: two independent GSM 07.07/07.05 clients (gammu, smstools' smsd)
   # run against the simulated phone
   gammu smstools
+  # codec tests: PDUs of an independent encoder and decoder (gammu's Python binding)
+  python3-gammu
 )
 
 missing=()

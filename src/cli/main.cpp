@@ -25,8 +25,9 @@ int RunRestoreVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
-     "velkan pdu decode HEX [--tpdu-length N]\n"
-     "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
+     "velkan pdu decode HEX [--tpdu-length N] [--unicode]\n"
+     "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]"
+     " [--unicode] [--long] [--reference R]",
      &RunPduVerb},
     {"send-get", "velkan send-get", &RunSendGetVerb},
     {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",

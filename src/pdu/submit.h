@@ -22,6 +22,10 @@ int PrepareSubmit(SmsMessage* message);
 // for a number that ValidateRecipient refuses (no digit, a lone "+", more than 20 digits).
 int EncodeMessage(SmsMessage* message);
 
+// The destination part of EncodeMessage: ValidateRecipient's rule, a leading "+" making the
+// number international, the digits into `addressDigits`. 0 or 4.
+TransferError SetDestination(PduRecord* record, const std::u16string& number);
+
 // The sender's options, applied to a prepared record before it is encoded once more:
 // the custom service centre (empty: the phone's own) and the status-report request.
 // A leading "+" on the centre makes it international and is not sent as a digit. The following

@@ -16,12 +16,20 @@
 namespace {
 
 constexpr unsigned kStringServiceCentreTooLong = 3180;
+constexpr unsigned kStringUnicodeMessages = 3240;
+constexpr unsigned kStringLongMessages = 3241;
 // A service centre address holds at most ten octets of digits, two digits an octet.
 constexpr std::size_t kMaxServiceCentreDigits = 20;
 
 // The state OK stores for a box: exactly 1 for a checked one, 0 otherwise.
 std::uint32_t CheckValue(const QCheckBox* box) {
     return box->checkState() == Qt::Checked ? 1 : 0;
+}
+
+QString ResourceText(unsigned id) {
+    TextBuffer text;
+    text.LoadResourceString(id);
+    return QString::fromUtf16(text.Text());
 }
 
 }  // namespace
@@ -61,11 +69,15 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setText(QStringLiteral("Request Status"));
     flash_ = AddControl<QCheckBox>(kIdFlash, 13, 99, 62, 10);
     flash_->setText(QStringLiteral("Flash SMS"));
+    unicode_ = AddControl<QCheckBox>(kIdUnicode, 13, 110, 80, 10);
+    unicode_->setText(ResourceText(kStringUnicodeMessages));
+    longSms_ = AddControl<QCheckBox>(kIdLongSms, 13, 121, 80, 10);
+    longSms_->setText(ResourceText(kStringLongMessages));
     phoneHeading_->setFont(GetUiFont(UiFont::SmallBold));
     messageHeading_->setFont(GetUiFont(UiFont::SmallBold));
     for (QWidget* control :
          std::initializer_list<QWidget*>{phoneHeading_, messageHeading_, deleteAfterRetrieve_,
-                                         customSmsc_, requestStatus_, flash_}) {
+                                         customSmsc_, requestStatus_, flash_, unicode_, longSms_}) {
         FitToText(control);
     }
     // Any change of the box enables or disables the number at once.
@@ -79,6 +91,8 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setChecked(ReadSettingFlag(key_, kValueStatusReq));
     flash_->setChecked(ReadSettingFlag(key_, kValueFlash));
     deleteAfterRetrieve_->setChecked(ReadSettingFlag(key_, kValueDelMsg));
+    unicode_->setChecked(ReadSettingFlag(key_, kValueUnicode));
+    longSms_->setChecked(ReadSettingFlag(key_, kValueLongSms));
     return true;
 }
 
@@ -96,6 +110,8 @@ std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
         {kValueSmscCustom, true, {}, CheckValue(customSmsc_)},
         {kValueStatusReq, true, {}, CheckValue(requestStatus_)},
         {kValueFlash, true, {}, CheckValue(flash_)},
+        {kValueUnicode, true, {}, CheckValue(unicode_)},
+        {kValueLongSms, true, {}, CheckValue(longSms_)},
     };
 }
 
