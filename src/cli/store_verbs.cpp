@@ -56,11 +56,12 @@ int RunCompose(int argc, char** argv) {
     message.number = Utf8ToUtf16(to != nullptr ? to : "");
     NormalizePhoneNumber(message.number);
     std::u16string source = Utf8ToUtf16(text != nullptr ? text : "");
-    const std::size_t given = source.size();
-    std::u16string counted;
-    CountedText(counted, source);
-    if (source.size() < given) {
-        std::fprintf(stderr, "velkan: the text was cut to %u characters\n", kMaxMessageChars);
+    // As the compose window counts: with Unicode or LongSms on, in the encoding and parts the
+    // text will go in.
+    const CodecOptions codec = CodecOptionsOfSettings();
+    std::size_t kept = 0;
+    if (CutToMessage(source, codec, &kept)) {
+        std::fprintf(stderr, "velkan: the text was cut to %zu characters\n", kept);
     }
     message.text = source;
 
@@ -84,7 +85,7 @@ int RunCompose(int argc, char** argv) {
     // is checked for a number it already has; its text is counted again when it is sent.
     std::string reason;
     if ((!message.number.empty() && ValidateRecipient(message.number, &reason) != kErrNone) ||
-        (!draft && ValidateMessageText(message.text, &reason) != kErrNone)) {
+        (!draft && ValidateMessageText(message.text, codec, &reason) != kErrNone)) {
         std::fprintf(stderr, "velkan: %s; nothing was stored\n", reason.c_str());
         return 2;
     }

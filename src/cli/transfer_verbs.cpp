@@ -211,7 +211,17 @@ int RunSendVerb(int argc, char** argv) {
     message.number = Utf8ToUtf16(to);
     NormalizePhoneNumber(message.number);
     std::u16string body = Utf8ToUtf16(text);
-    CountedText(message.text, body);
+    const CodecOptions codec = CodecOptionsOfSettings();
+    if (!codec.unicode && !codec.longSms) {
+        CountedText(message.text, body);
+    } else {
+        // A longer text goes as it will be sent, in parts when LongSms is on.
+        std::size_t kept = 0;
+        (void)CutToMessage(body, codec, &kept);
+        for (char16_t c : body) {
+            if (c != u'\r') message.text.push_back(c);
+        }
+    }
     message.name = Utf8ToUtf16(options.name != nullptr ? options.name : "");
     if (message.number.empty() || message.text.empty()) {
         std::fprintf(stderr, "velkan: a message needs a number and a text\n");
@@ -219,7 +229,7 @@ int RunSendVerb(int argc, char** argv) {
     }
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
-        ValidateMessageText(message.text, &reason) != kErrNone) {
+        ValidateMessageText(message.text, codec, &reason) != kErrNone) {
         std::fprintf(stderr, "velkan: %s; nothing was sent\n", reason.c_str());
         return 2;
     }
@@ -288,7 +298,7 @@ int RunResendVerb(int argc, char** argv) {
     }
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
-        ValidateMessageText(message.text, &reason) != kErrNone) {
+        ValidateMessageText(message.text, CodecOptionsOfSettings(), &reason) != kErrNone) {
         std::fprintf(stderr, "velkan: message %u cannot be sent: %s; nothing was sent\n", id,
                      reason.c_str());
         return 2;
