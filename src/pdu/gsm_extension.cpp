@@ -21,18 +21,31 @@ constexpr ExtensionEntry kExtension[] = {
 // code, so it has no septet of its own. Built once.
 struct DefaultLookup {
     signed char septet[0x400];
+    signed char cost[0x400];  // septets with escape pairs: 1, 2 or -1
     DefaultLookup() {
         for (int c = 0; c < 0x400; ++c) septet[c] = static_cast<signed char>(-1);
         for (int k = 127; k >= 0; --k) {
             if (kGsmAlphabet[k] < 0x400) septet[kGsmAlphabet[k]] = static_cast<signed char>(k);
         }
         septet[0xA0] = -1;
+        for (int c = 0; c < 0x400; ++c) {
+            cost[c] = static_cast<signed char>(septet[c] >= 0 ? 1 : -1);
+        }
+        for (const ExtensionEntry& e : kExtension) {
+            if (e.character < 0x400 && septet[e.character] < 0) cost[e.character] = 2;
+        }
     }
 };
 
+// Built at start-up from the constant alphabet table, so that a look-up needs no guard.
+const DefaultLookup kLookup;
+
+const DefaultLookup& Lookup() {
+    return kLookup;
+}
+
 int LookupSeptet(char16_t c) {
-    static const DefaultLookup lookup;
-    return c < 0x400 ? lookup.septet[c] : -1;
+    return c < 0x400 ? Lookup().septet[c] : -1;
 }
 
 }  // namespace
@@ -72,16 +85,17 @@ void SeptetsToTextExtended(const std::uint8_t* septets, std::size_t n, char16_t*
     *count = k;
 }
 
+int GsmSeptetsOf(char16_t c) {
+    if (c < 0x400) return Lookup().cost[c];
+    return c == u'\u20AC' ? 2 : -1;  // the euro sign is the extension table's only one above
+}
+
 long GsmSeptetCount(const char16_t* text, std::size_t n) {
     long septets = 0;
     for (std::size_t i = 0; i < n; ++i) {
-        if (LookupSeptet(text[i]) >= 0) {
-            septets += 1;
-        } else if (GsmExtensionSeptet(text[i]) != 0) {
-            septets += 2;
-        } else {
-            return -1;
-        }
+        const int cost = GsmSeptetsOf(text[i]);
+        if (cost < 0) return -1;
+        septets += cost;
     }
     return septets;
 }

@@ -15,6 +15,10 @@ char16_t GsmExtensionChar(std::uint8_t septet);
 // The second septet of the escape sequence for `c`, or 0 when `c` is not in the extension table.
 std::uint8_t GsmExtensionSeptet(char16_t c);
 
+// Septets `c` takes in the GSM alphabet with escape pairs: 1, 2 for an extension character, or
+// -1 when it has no place there. A table look-up.
+int GsmSeptetsOf(char16_t c);
+
 // Septets → text, escape sequences read through the extension table. A sequence the table does
 // not know reads as the second septet's own character, and an escape at the very end as a
 // blank. Writes at most n characters and a terminating 0 into `out` (room for n + 1 units);

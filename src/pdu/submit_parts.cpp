@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "pdu/submit_parts.h"
 
+#include <cstring>
+
 #include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
@@ -46,6 +48,34 @@ bool FillUserData(PduRecord* record, std::u16string_view text, TextEncoding enco
     return true;
 }
 
+// Fills a zero-filled record as part `index` of the measured text, without encoding it. 0 or 4.
+TransferError FillPart(PduRecord* record, const SmsMessage& message, const CodecOptions& options,
+                       const TextMeasure& measure, std::uint8_t reference, std::uint32_t index) {
+    if (measure.tooLong || index >= measure.parts) return kErrInvalidParameter;
+    const bool flash = (message.flags & kFlagFlash) != 0;
+    const bool ucs2 = measure.encoding == TextEncoding::kUcs2;
+    record->firstOctet = kMtiSubmit;
+    record->addressType = static_cast<std::uint8_t>((record->addressType & 0xF1) | 1);
+    record->dcs = ucs2 ? (flash ? kDcsUcs2Flash : kDcsUcs2) : (flash ? kDcs7BitFlash : kDcs7Bit);
+    record->unicode = options.unicode ? 1 : 0;
+
+    const TransferError destination = SetDestination(record, message.number);
+    if (destination != kErrNone) return destination;
+
+    const std::u16string_view text(message.text);
+    const std::size_t start = measure.partStart[index];
+    const std::u16string_view part = text.substr(start, measure.partStart[index + 1] - start);
+    if (!FillUserData(record, part, measure.encoding, options.unicode)) {
+        return kErrInvalidParameter;
+    }
+    // A message of one part carries no header.
+    if (measure.parts > 1) {
+        SetConcatenationHeader(record, reference, static_cast<std::uint8_t>(measure.parts),
+                               static_cast<std::uint8_t>(index + 1));
+    }
+    return kErrNone;
+}
+
 }  // namespace
 
 int PrepareSubmitPart(SmsMessage* message, const CodecOptions& options, std::uint8_t reference,
@@ -56,33 +86,11 @@ int PrepareSubmitPart(SmsMessage* message, const CodecOptions& options, std::uin
     }
     const TextMeasure measure = MeasureText(message->text, options);
     if (measure.tooLong || index >= measure.parts) return Fail(message, kErrInvalidParameter);
-
     message->pduRecord.reset(NewPduRecord());
     PduRecord* record = message->pduRecord.get();
     if (record == nullptr) return Fail(message, kErrOutOfMemory);
-    const bool flash = (message->flags & kFlagFlash) != 0;
-    const bool ucs2 = measure.encoding == TextEncoding::kUcs2;
-    record->firstOctet = kMtiSubmit;
-    record->addressType = static_cast<std::uint8_t>((record->addressType & 0xF1) | 1);
-    record->dcs = ucs2 ? (flash ? kDcsUcs2Flash : kDcsUcs2) : (flash ? kDcs7BitFlash : kDcs7Bit);
-    record->unicode = options.unicode ? 1 : 0;
-
-    const TransferError destination = SetDestination(record, message->number);
-    if (destination != kErrNone) return Fail(message, destination);
-
-    const std::u16string_view text(message->text);
-    const std::size_t start = measure.partStart[index];
-    const std::u16string_view part = text.substr(start, measure.partStart[index + 1] - start);
-    if (!FillUserData(record, part, measure.encoding, options.unicode)) {
-        return Fail(message, kErrInvalidParameter);
-    }
-    // A message of one part carries no header.
-    if (measure.parts > 1) {
-        SetConcatenationHeader(record, reference, static_cast<std::uint8_t>(measure.parts),
-                               static_cast<std::uint8_t>(index + 1));
-    }
-
-    message->codecResult = EncodePdu(record);
+    message->codecResult = FillPart(record, *message, options, measure, reference, index);
+    if (message->codecResult == kErrNone) message->codecResult = EncodePdu(record);
     if (message->codecResult != kErrNone) return 0;
     message->pdu.assign(record->encoded, record->encoded + record->encodedLength);
     return 1;
@@ -97,20 +105,35 @@ TransferError EncodeSubmitParts(const SmsMessage& message, const CodecOptions& o
                                 std::uint8_t reference, const std::u16string& serviceCentre,
                                 bool statusReport, std::vector<PartPdu>* parts) {
     parts->clear();
-    const std::uint32_t count = SubmitPartCount(message, options);
-    if (count == 0) return kErrInvalidParameter;
-    SmsMessage work;
-    work.flags = message.flags;
-    work.number = message.number;
-    work.text = message.text;
-    for (std::uint32_t k = 0; k < count; ++k) {
-        if (PrepareSubmitPart(&work, options, reference, k) != 1) {
-            parts->clear();
-            return work.codecResult != kErrNone ? work.codecResult : kErrInvalidParameter;
+    // Measured once for all the parts.
+    const TextMeasure measure = MeasureText(message.text, options);
+    if (measure.tooLong) return kErrInvalidParameter;
+    if (!options.unicode && !options.longSms) {
+        // The original encoder, exactly as a send runs it.
+        SmsMessage work;
+        work.flags = message.flags;
+        work.number = message.number;
+        work.text = message.text;
+        if (PrepareSubmit(&work) != 1) return work.codecResult;
+        ApplySubmitOptions(work.pduRecord.get(), serviceCentre, statusReport);
+        const TransferError err = EncodePdu(work.pduRecord.get());
+        if (err != kErrNone) return err;
+        const PduRecord& r = *work.pduRecord;
+        parts->push_back(PartPdu{std::vector<std::uint8_t>(r.encoded, r.encoded + r.encodedLength),
+                                 r.tpduLength, r.encodedLength});
+        return kErrNone;
+    }
+    // One record for all the parts, cleared before each.
+    PduRecordPtr record(NewPduRecord());
+    if (!record) return kErrOutOfMemory;
+    parts->reserve(measure.parts);
+    for (std::uint32_t k = 0; k < measure.parts; ++k) {
+        std::memset(record.get(), 0, sizeof(PduRecord));
+        TransferError err = FillPart(record.get(), message, options, measure, reference, k);
+        if (err == kErrNone) {
+            ApplySubmitOptions(record.get(), serviceCentre, statusReport);
+            err = EncodePdu(record.get());
         }
-        PduRecord* record = work.pduRecord.get();
-        ApplySubmitOptions(record, serviceCentre, statusReport);
-        const TransferError err = EncodePdu(record);
         if (err != kErrNone) {
             parts->clear();
             return err;

@@ -6,22 +6,17 @@
 
 namespace {
 
-// Units of the character group starting at text[i] (one character, or a surrogate pair), and
-// the UTF-16 units it spans.
+// UCS2 units of the character group starting at text[i] (one character, or a surrogate pair),
+// and the UTF-16 units it spans.
 struct Group {
     std::uint32_t units;
     std::size_t length;
 };
 
-Group GroupAt(std::u16string_view text, std::size_t i, TextEncoding encoding, bool escapes) {
-    const char16_t c = text[i];
-    if (encoding == TextEncoding::kUcs2) {
-        if (IsHighSurrogate(c) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-            return {2, 2};
-        }
-        return {1, 1};
+Group Ucs2GroupAt(std::u16string_view text, std::size_t i) {
+    if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+        return {2, 2};
     }
-    if (escapes && GsmExtensionSeptet(c) != 0) return {2, 1};
     return {1, 1};
 }
 
@@ -29,42 +24,64 @@ Group GroupAt(std::u16string_view text, std::size_t i, TextEncoding encoding, bo
 
 TextMeasure MeasureText(std::u16string_view text, const CodecOptions& options) {
     TextMeasure m{};
-    m.encoding = TextEncoding::kGsm7Bit;
-    long septets = static_cast<long>(text.size());
-    if (options.unicode) {
-        septets = GsmSeptetCount(text.data(), text.size());
-        if (septets < 0) m.encoding = TextEncoding::kUcs2;
-    }
-    const bool ucs2 = m.encoding == TextEncoding::kUcs2;
-    m.units = ucs2 ? static_cast<std::uint32_t>(text.size()) : static_cast<std::uint32_t>(septets);
-    const std::uint32_t single = ucs2 ? kSinglePartUcs2 : kSinglePartSeptets;
-    const std::uint32_t perPart = ucs2 ? kPartUcs2 : kPartSeptets;
-    const std::size_t maxParts = options.longSms ? kMaxParts : 1;
-
     m.partStart[0] = 0;
-    if (m.units <= single) {
-        m.parts = 1;
-        m.limit = single;
-        m.partStart[1] = text.size();
-        m.tooLong = false;
-        return m;
-    }
-    // Parts fill up to perPart units each; a pair (escape or surrogate) goes whole to the next.
+    // One pass counts the septets and, in case the text needs parts, where 7-bit parts start;
+    // it stops at the first character that turns the text to UCS2.
+    std::uint32_t septets = 0;
     std::uint32_t parts = 1;
     std::uint32_t used = 0;
-    for (std::size_t i = 0; i < text.size();) {
-        const Group g = GroupAt(text, i, m.encoding, options.unicode);
-        if (used + g.units > perPart) {
+    bool gsm = true;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        int cost = 1;
+        if (options.unicode) {
+            cost = GsmSeptetsOf(text[i]);
+            if (cost < 0) {
+                gsm = false;
+                break;
+            }
+        }
+        if (used + static_cast<std::uint32_t>(cost) > kPartSeptets) {
             if (parts <= kMaxParts) m.partStart[parts] = i;
             ++parts;
             used = 0;
         }
-        used += g.units;
-        i += g.length;
+        used += static_cast<std::uint32_t>(cost);
+        septets += static_cast<std::uint32_t>(cost);
+    }
+    const std::size_t maxParts = options.longSms ? kMaxParts : 1;
+    if (gsm) {
+        m.encoding = TextEncoding::kGsm7Bit;
+        m.units = septets;
+        if (septets <= kSinglePartSeptets) {
+            parts = 1;
+            m.limit = kSinglePartSeptets;
+        } else {
+            m.limit = kPartSeptets * parts;
+        }
+    } else {
+        m.encoding = TextEncoding::kUcs2;
+        m.units = static_cast<std::uint32_t>(text.size());
+        parts = 1;
+        if (m.units <= kSinglePartUcs2) {
+            m.limit = kSinglePartUcs2;
+        } else {
+            // Parts of 67 units; a surrogate pair goes whole to the next part.
+            used = 0;
+            for (std::size_t i = 0; i < text.size();) {
+                const Group g = Ucs2GroupAt(text, i);
+                if (used + g.units > kPartUcs2) {
+                    if (parts <= kMaxParts) m.partStart[parts] = i;
+                    ++parts;
+                    used = 0;
+                }
+                used += g.units;
+                i += g.length;
+            }
+            m.limit = kPartUcs2 * parts;
+        }
     }
     m.parts = parts;
     if (parts <= kMaxParts) m.partStart[parts] = text.size();
-    m.limit = perPart * parts;
     m.tooLong = parts > maxParts;
     return m;
 }

@@ -8,6 +8,7 @@
 
 #include "framework/text_buffer.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
@@ -24,12 +25,6 @@ constexpr std::size_t kMaxServiceCentreDigits = 20;
 // The state OK stores for a box: exactly 1 for a checked one, 0 otherwise.
 std::uint32_t CheckValue(const QCheckBox* box) {
     return box->checkState() == Qt::Checked ? 1 : 0;
-}
-
-QString ResourceText(unsigned id) {
-    TextBuffer text;
-    text.LoadResourceString(id);
-    return QString::fromUtf16(text.Text());
 }
 
 }  // namespace
