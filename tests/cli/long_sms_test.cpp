@@ -77,6 +77,51 @@ ListedPdu DeliverPart(unsigned reference, unsigned total, unsigned sequence,
     return {hex, static_cast<unsigned>(tpdu.size())};
 }
 
+// The same in UCS2 (DCS 0x08), the text as UTF-16 code units; total 0 for a message without
+// the concatenation header.
+ListedPdu DeliverUcs2(unsigned reference, unsigned total, unsigned sequence,
+                      const std::u16string& text) {
+    std::vector<std::uint8_t> tpdu = {static_cast<std::uint8_t>(total != 0 ? 0x44 : 0x04),
+                                      0x0A,
+                                      0x91,
+                                      0x94,
+                                      0x03,
+                                      0x21,
+                                      0x43,
+                                      0x65,
+                                      0x00,
+                                      0x08,
+                                      0x42,
+                                      0x50,
+                                      0x01,
+                                      0x90,
+                                      0x50,
+                                      0x00,
+                                      0x00};
+    std::vector<std::uint8_t> ud;
+    if (total != 0) {
+        ud = {0x05,
+              0x00,
+              0x03,
+              static_cast<std::uint8_t>(reference),
+              static_cast<std::uint8_t>(total),
+              static_cast<std::uint8_t>(sequence)};
+    }
+    for (char16_t c : text) {
+        ud.push_back(static_cast<std::uint8_t>(c >> 8));
+        ud.push_back(static_cast<std::uint8_t>(c & 0xFF));
+    }
+    tpdu.push_back(static_cast<std::uint8_t>(ud.size()));
+    tpdu.insert(tpdu.end(), ud.begin(), ud.end());
+    std::string hex = "00";
+    static const char* digits = "0123456789ABCDEF";
+    for (std::uint8_t o : tpdu) {
+        hex.push_back(digits[o >> 4]);
+        hex.push_back(digits[o & 15]);
+    }
+    return {hex, static_cast<unsigned>(tpdu.size())};
+}
+
 // Blocks until `path` exists (or a minute has passed), woken by changes of its folder.
 bool WaitForFile(const std::string& path) {
     const int watch = inotify_init1(IN_CLOEXEC);
@@ -434,6 +479,33 @@ TEST_F(LongSmsTest, SendGoesInPartsAndKeepsOneMessageInSent) {
     EXPECT_EQ(Field(sent[0], "text"), text);
     EXPECT_EQ(Field(sent[0], "flags"), "0");
     EXPECT_TRUE(Folder("outbox").empty());
+}
+
+TEST_F(LongSmsTest, WithUnicodeOnUcs2PartsWithAnEmojiAreReadAndJoined) {
+    const std::string file = MessagesFile({
+        Listed("ME", DeliverUcs2(3, 2, 2, u" \xD83D\xDE00 \x0434\x0430")),
+        Listed("SM", DeliverUcs2(3, 2, 1, u"Privet \x043C\x0438\x0440")),
+        Listed("SM", DeliverUcs2(0, 0, 0, u"\x03B1\x03B2\x03B3")),
+    });
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-deliver-sent", "--messages", file});
+    ASSERT_TRUE(sim.Ok());
+    Use(sim, /*delMsg=*/false, /*longSms=*/true, /*unicode=*/true);
+    ProcessResult r = Velkan({"send-get"});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    std::vector<std::string> texts;
+    for (const auto& l : Folder("inbox")) texts.push_back(Field(l, "text"));
+    std::sort(texts.begin(), texts.end());
+    EXPECT_EQ(texts, (std::vector<std::string>{
+                         "Privet \xD0\xBC\xD0\xB8\xD1\x80 \xF0\x9F\x98\x80 \xD0\xB4\xD0\xB0",
+                         "\xCE\xB1\xCE\xB2\xCE\xB3"}));
+    // An emoji goes out in UCS2.
+    r = Velkan({"send", "--to", "+4930123456", "--text", "Smile \xF0\x9F\x98\x80"});
+    ASSERT_EQ(r.exitStatus, 0) << r.err;
+    const auto state = sim.State();
+    const auto sent = std::find_if(state.begin(), state.end(),
+                                   [](const std::string& l) { return l.rfind("SENT|", 0) == 0; });
+    ASSERT_NE(sent, state.end());
+    EXPECT_TRUE(Contains(*sent, "D83DDE00")) << *sent;
 }
 
 TEST_F(LongSmsTest, WithBothOptionsOffEveryPartIsAMessageOfItsOwnAsBefore) {
