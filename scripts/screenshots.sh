@@ -10,6 +10,8 @@
 # docs/help/images/start.png                   the whole virtual screen while the program starts
 # docs/help/images/progress.png, inbox.png, search.png, read.png, compose.png, picker.png,
 # connection.png, preferences.png         the demo (scripts/run.sh) screen by screen
+# docs/help/images/long-inbox.png, long-read.png, long-compose.png, long-preferences.png
+#                                         Unicode and long messages, both settings on
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -103,3 +105,60 @@ xvfb-run -a -s "-screen 0 800x600x24" bash -c '
   pkill -P "$demo" velkan-tessiver || true
   wait "$demo" 2>/dev/null || true
 ' _ "$root" "$out"
+
+# Unicode and long messages, with both settings on: a message in parts with an emoji, joined in
+# the Inbox and opened, a long message being written (the counter shows its parts), and the two
+# check boxes of the preferences. A phone of its own on a free port, and folders of their own.
+long=$scratch/long
+mkdir -p "$long/config" "$long/data" "$long/runtime"
+chmod 700 "$long/runtime"
+XDG_CONFIG_HOME=$long/config XDG_DATA_HOME=$long/data XDG_RUNTIME_DIR=$long/runtime \
+xvfb-run -a -s "-screen 0 800x600x24" bash -c '
+  set -e
+  bin=$1 out=$2
+  text="Hello from Lisbon 😀 The conference moved to Thursday, room 4. Lunch together afterwards? Bring the slides on a stick: the projector here has no network. Até já! 🎉"
+  "$bin/tools/phone-sim/velkan-phone-sim" --listen 127.0.0.1:0 --no-deliver-sent \
+    --sms "SM:+351912345678:$text" >"$XDG_RUNTIME_DIR/sim.out" &
+  sim=$!
+  for _ in $(seq 50); do grep -q listening "$XDG_RUNTIME_DIR/sim.out" && break; sleep 0.1; done
+  address=$(sed -n "s/^listening //p" "$XDG_RUNTIME_DIR/sim.out")
+  for setting in "CommPort TCP" "TCP $address" "Unicode 1" "LongSms 1"; do
+    "$bin/src/cli/velkan" config set $setting >/dev/null
+  done
+  "$bin/src/shell/ui/velkan-tessiver" &
+  program=$!
+  for _ in $(seq 100); do
+    win=$(xdotool search --onlyvisible --name "^Velkan Tessiver$" 2>/dev/null | head -1) &&
+      [ -n "$win" ] && break
+    sleep 0.1
+  done
+  [ -n "$win" ] || { echo "screenshots.sh: the program did not open its window" >&2; exit 1; }
+  sleep 1
+  eval "$(xdotool getwindowgeometry --shell "$win")"
+  click() { xdotool mousemove $((X + $1)) $((Y + $2)) click 1; sleep "${3:-0.8}"; }
+  shot() {
+    import -window root -crop "${WIDTH}x${HEIGHT}+${X}+${Y}" +repage "$out/$1.png"
+    echo "$out/$1.png"
+  }
+  bottom=$((HEIGHT - 12))
+  click $((WIDTH - 12)) 10                   # the About page'"'"'s X
+  click $((WIDTH - 32)) 12 0.3               # "Get"
+  sleep 4                                    # the transfer, "Success", and 1.5 s
+  shot long-inbox
+  click 100 50                               # the joined message
+  shot long-read
+  click 41 485                               # OK
+  click 22 "$bottom"                         # New
+  click 220 61 0.1
+  xdotool type --delay 10 "+351 912 345 678"
+  click 175 245 0.1
+  xdotool type --delay 5 "Thank you for the news. Thursday suits me, and lunch afterwards too. I will bring the slides on a stick and a second copy on paper, in case the stick fails us as well."
+  sleep 0.3
+  shot long-compose
+  click 311 518                              # Cancel
+  click 122 "$bottom" 0.5                    # Options
+  click 152 525                              # Preferences
+  shot long-preferences
+  xdotool key Escape; sleep 0.3
+  kill "$program" "$sim"; wait 2>/dev/null || true
+' _ "$bin" "$out"

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "common/transfer_error.h"
+#include "pdu/codec_options.h"
 #include "phonelink/response_buffer.h"
 #include "phonelink/transport.h"
 
@@ -30,6 +31,7 @@ struct PhoneSession {
     TransferError lastError;       // of the last set-up command and of the last send
     std::u16string serviceCentre;  // custom service centre for sending; empty: the phone's own
     bool statusReport;             // ask for a status report on every sent message
+    CodecOptions codec;            // how listed messages are read and long ones sent
 };
 
 // 1 when out of memory, 4 for null arguments.

@@ -59,6 +59,7 @@ struct ListingState {
     std::uint32_t announced;
     std::uint32_t notRead;
     bool headerWithoutPdu;  // the last line was a header that announced no PDU
+    CodecOptions options;   // the session's: how the texts are read
 };
 
 // The line without the blanks around it.
@@ -90,7 +91,7 @@ bool DecodeListedPdu(ListingState* state, const std::uint8_t* line, std::uint32_
     if (length / 2 > sizeof octets) return false;
     if (HexToBytes(reinterpret_cast<const char*>(line), length, octets) != kErrNone) return false;
     // The phone's announced length goes to the decoder, whatever the line holds.
-    return DecodePdu(record, octets, length / 2, tpduLength) == kErrNone;
+    return DecodePdu(record, octets, length / 2, tpduLength, state->options) == kErrNone;
 }
 
 // Sent copies and status reports are no messages to read: one of them that cannot be decoded
@@ -217,6 +218,7 @@ TransferError ListMemory(PhoneSession* session, std::uint32_t status, std::int32
     if (state.record == nullptr) return kErrOutOfMemory;
     state.perMessage = perMessage;
     state.context = context;
+    state.options = session->codec;
     AtRequest request;
     InitAtCommandRequest(&request, session, AtCommand::kListMessages, command, commandLength);
     request.handlerResult = &state;

@@ -2,6 +2,7 @@
 #include "at/send_message.h"
 
 #include "pdu/submit.h"
+#include "pdu/submit_parts.h"
 
 TransferError SubmitPdu(PhoneSession* session, PduRecord* record, bool* pduWritten) {
     if (pduWritten != nullptr) *pduWritten = false;
@@ -42,6 +43,16 @@ TransferError PrepareForSending(PhoneSession* session, SmsMessage* message) {
     }
     ApplySubmitOptions(message->pduRecord.get(), session->serviceCentre, session->statusReport);
     // The options can make the record unencodable (a centre too long): find out now.
+    return EncodePdu(message->pduRecord.get());
+}
+
+TransferError PrepareForSending(PhoneSession* session, SmsMessage* message, std::uint8_t reference,
+                                std::uint32_t index) {
+    if (session == nullptr || message == nullptr) return kErrInvalidParameter;
+    if (PrepareSubmitPart(message, session->codec, reference, index) == 0 || !message->pduRecord) {
+        return message->codecResult != kErrNone ? message->codecResult : kErrInvalidParameter;
+    }
+    ApplySubmitOptions(message->pduRecord.get(), session->serviceCentre, session->statusReport);
     return EncodePdu(message->pduRecord.get());
 }
 

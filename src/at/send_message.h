@@ -20,6 +20,11 @@ bool SendMessage(PhoneSession* session, SmsMessage* message);
 // message's record with the session's options. 0, or the codec's code (4) for a message that
 // cannot be sent as it stands; then nothing reached the phone.
 TransferError PrepareForSending(PhoneSession* session, SmsMessage* message);
+// As PrepareForSending, for part `index` (from 0) of the message as the session's codec options
+// split it; a message of several parts gets the concatenation header with `reference`. With
+// both options off and index 0 it is PrepareForSending.
+TransferError PrepareForSending(PhoneSession* session, SmsMessage* message, std::uint8_t reference,
+                                std::uint32_t index);
 
 // Encodes the record and runs the two stages of AT+CMGS:
 //  1. "AT+CMGS=<tpduLength>\r", where the length counts the TPDU octets only, never the service-

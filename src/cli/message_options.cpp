@@ -5,6 +5,8 @@
 #include <string>
 
 #include "cli/verbs.h"
+#include "message_ui/text_helpers.h"
+#include "pdu/text_measure.h"
 #include "resources/translations.h"
 #include "settings/settings_key.h"
 
@@ -36,4 +38,28 @@ bool FlashOf(const MessageOptions& options) {
     if (options.flash >= 0) return options.flash != 0;
     RegistryKey key;
     return OpenSettings(key) && ReadSettingFlag(key, kValueFlash);
+}
+
+CodecOptions CodecOptionsOfSettings() {
+    CodecOptions options;
+    RegistryKey key;
+    if (!OpenSettings(key)) return options;
+    options.unicode = ReadSettingFlag(key, kValueUnicode);
+    options.longSms = ReadSettingFlag(key, kValueLongSms);
+    return options;
+}
+
+bool CutToMessage(std::u16string& text, const CodecOptions& options, std::size_t* kept) {
+    const std::size_t given = text.size();
+    if (!options.unicode && !options.longSms) {
+        std::u16string counted;
+        CountedText(counted, text);
+        *kept = kMaxMessageChars;
+        return text.size() < given;
+    }
+    const std::size_t fits = FittingLength(text, options);
+    if (fits >= given) return false;
+    text.resize(fits);
+    *kept = fits;
+    return true;
 }

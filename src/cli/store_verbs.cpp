@@ -57,11 +57,12 @@ int RunCompose(int argc, char** argv) {
     message.number = Utf8ToUtf16(to != nullptr ? to : "");
     NormalizePhoneNumber(message.number);
     std::u16string source = Utf8ToUtf16(text != nullptr ? text : "");
-    const std::size_t given = source.size();
-    std::u16string counted;
-    CountedText(counted, source);
-    if (source.size() < given) {
-        Say(Translate("velkan", "the text was cut to %1 characters").arg(kMaxMessageChars));
+    // As the compose window counts: with Unicode or LongSms on, in the encoding and parts the
+    // text will go in.
+    const CodecOptions codec = CodecOptionsOfSettings();
+    std::size_t kept = 0;
+    if (CutToMessage(source, codec, &kept)) {
+        Say(Translate("velkan", "the text was cut to %1 characters").arg(kept));
     }
     message.text = source;
 
@@ -90,7 +91,7 @@ int RunCompose(int argc, char** argv) {
     // is checked for a number it already has; its text is counted again when it is sent.
     std::string reason;
     if ((!message.number.empty() && ValidateRecipient(message.number, &reason) != kErrNone) ||
-        (!draft && ValidateMessageText(message.text, &reason) != kErrNone)) {
+        (!draft && ValidateMessageText(message.text, codec, &reason) != kErrNone)) {
         Say(Translate("velkan", "%1; nothing was stored").arg(QString::fromStdString(reason)));
         return 2;
     }

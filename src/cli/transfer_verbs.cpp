@@ -214,7 +214,17 @@ int RunSendVerb(int argc, char** argv) {
     message.number = Utf8ToUtf16(to);
     NormalizePhoneNumber(message.number);
     std::u16string body = Utf8ToUtf16(text);
-    CountedText(message.text, body);
+    const CodecOptions codec = CodecOptionsOfSettings();
+    if (!codec.unicode && !codec.longSms) {
+        CountedText(message.text, body);
+    } else {
+        // A longer text goes as it will be sent, in parts when LongSms is on.
+        std::size_t kept = 0;
+        (void)CutToMessage(body, codec, &kept);
+        for (char16_t c : body) {
+            if (c != u'\r') message.text.push_back(c);
+        }
+    }
     message.name = Utf8ToUtf16(options.name != nullptr ? options.name : "");
     if (message.number.empty() || message.text.empty()) {
         Say(Translate("velkan", "a message needs a number and a text"));
@@ -222,7 +232,7 @@ int RunSendVerb(int argc, char** argv) {
     }
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
-        ValidateMessageText(message.text, &reason) != kErrNone) {
+        ValidateMessageText(message.text, codec, &reason) != kErrNone) {
         Say(Translate("velkan", "%1; nothing was sent").arg(QString::fromStdString(reason)));
         return 2;
     }
@@ -293,7 +303,7 @@ int RunResendVerb(int argc, char** argv) {
     }
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
-        ValidateMessageText(message.text, &reason) != kErrNone) {
+        ValidateMessageText(message.text, CodecOptionsOfSettings(), &reason) != kErrNone) {
         Say(Translate("velkan", "message %1 cannot be sent: %2; nothing was sent")
                 .arg(QString::number(id), QString::fromStdString(reason)));
         return 2;

@@ -14,10 +14,13 @@
 #include "common/text_convert.h"
 #include "common/tick_clock.h"
 #include "framework/text_buffer.h"
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
+#include "pdu/submit_parts.h"
 #include "phonelink/serial_transport.h"
 #include "phonelink/tcp_transport.h"
 #include "phonelink/transport.h"
+#include "store/long_messages.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/transfer_lock.h"
@@ -49,6 +52,8 @@ constexpr std::uint32_t kStringPhoneNotRead = 3160;     // "%d message(s) in the
 constexpr std::uint32_t kStringMayHaveBeenSent = 3161;  // "Not sent, it may have been sent ..."
 constexpr std::uint32_t kStringNotEncodable = 3162;     // "Not sent, the number cannot be used: %s"
 constexpr std::uint32_t kStringSentNotMoved = 3163;     // "The message to %s was sent, but ..."
+constexpr std::uint32_t kStringTooLong = 3260;          // "Not sent, the text is too long ..."
+constexpr std::uint32_t kStringPartsLeft = 3261;        // "%d of %d parts of the message ..."
 
 const std::u16string& Who(const SmsMessage& message) {
     return message.name.empty() ? message.number : message.name;
@@ -119,6 +124,7 @@ struct RetrieveContext {
     DeletionLists* deletions;  // null when messages stay on the phone
     std::uint32_t notStored;   // messages that could not be written (they stay on the phone)
     std::string whyNotStored;  // the store's reason for the last of them
+    bool joinParts;            // the parts of a long message become one message
 };
 
 }  // namespace
@@ -211,6 +217,36 @@ void NoteMemory(const char16_t* memory, void* context) {
     if (ctx->deletions != nullptr) NoteListedMemory(ctx->deletions, memory);
 }
 
+// A part of a long message: stored with its siblings, and deleted on the phone once it is
+// stored, as any other message. The duplicate check is the part's own: a phone that keeps its
+// parts lists them again at every transfer.
+TransferError StoreRetrievedPart(RetrieveContext* ctx, const PduRecord* record,
+                                 const SmsMessage& fields, const ConcatenationInfo& info) {
+    ReceivedPart part;
+    part.sender = fields.number;
+    part.reference = info.reference;
+    part.total = info.total;
+    part.sequence = info.sequence;
+    part.time = fields.time;
+    part.text = fields.text;
+    SmsMessage joined;
+    PartOutcome outcome = PartOutcome::kDuplicate;
+    bool stored = false;
+    if (ctx->notStored == 0) {
+        stored = StoreReceivedPart(*ctx->store, part, fields, &joined, &outcome);
+        if (!stored) ctx->whyNotStored = ctx->store->LastErrorText();
+    }
+    if (!stored) {
+        ++ctx->notStored;
+    } else if (outcome != PartOutcome::kDuplicate) {
+        ctx->session->PostText(kNotifyReceived, Detail(joined));
+    }
+    if (stored && ctx->deletions != nullptr) {
+        (void)CollectForDeletion(ctx->deletions, record->storageIndex);
+    }
+    return kErrNone;
+}
+
 TransferError StoreRetrieved(PduRecord* record, void* context) {
     auto* ctx = static_cast<RetrieveContext*>(context);
     // Only SMS-DELIVER messages are kept; sent copies and status reports stay on the phone.
@@ -224,6 +260,10 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
     ApplyPduRecord(&message);
     message.flags = kFlagUnread;
 
+    ConcatenationInfo concatenation{};
+    if (ctx->joinParts && ReadConcatenation(record, &concatenation)) {
+        return StoreRetrievedPart(ctx, record, message, concatenation);
+    }
     bool stored = FindDuplicate(*ctx->store, message);
     if (!stored) {
         // Once a write has failed (a full disk, a lock that outlasted the wait) the others
@@ -244,13 +284,46 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
     return kErrNone;
 }
 
+bool CodecOptionsOn(const PhoneSession* phone) {
+    return phone->codec.unicode || phone->codec.longSms;
+}
+
+// The number of parts the message goes in: 0 when the settings do not let it go (too long).
+// With both codec options off every message is one part, as it always was.
+std::uint32_t PartsOf(const PhoneSession* phone, const SmsMessage& message) {
+    if (!CodecOptionsOn(phone)) return 1;
+    return SubmitPartCount(message, phone->codec);
+}
+
+// A message of one part, prepared as the codec options say.
+TransferError PrepareOne(PhoneSession* phone, SmsMessage* message) {
+    if (!CodecOptionsOn(phone)) return PrepareForSending(phone, message);
+    return PrepareForSending(phone, message, 0, 0);
+}
+
 // Announces one message and sends it through the phone; when the phone refuses it, its error
 // becomes the run's result.
 bool SendThroughPhone(TransferSession* session, PhoneSession* phone, SmsMessage& message) {
     session->PostText(kNotifySending, Detail(message));
-    if (SendMessage(phone, &message)) return true;
+    if (!CodecOptionsOn(phone)) {
+        if (SendMessage(phone, &message)) return true;
+        session->SetResult(phone->lastError);
+        return false;
+    }
+    phone->lastError = PrepareOne(phone, &message);
+    if (phone->lastError == kErrNone) {
+        phone->lastError = SubmitPdu(phone, message.pduRecord.get());
+    }
+    if (phone->lastError == kErrNone) return true;
     session->SetResult(phone->lastError);
     return false;
+}
+
+// The phone's own refusal, or a failure before the PDU went out, means it was not sent; after
+// the PDU, silence or a broken line may still mean it was.
+bool SurelyNotSent(TransferError sent, bool pduWritten) {
+    const bool refused = sent == kErrPhoneError || sent == kErrCmsError || sent == kErrCmeError;
+    return !pduWritten || refused;
 }
 
 }  // namespace
@@ -305,6 +378,7 @@ void TransferSession::Run() {
         }
         res.phone->serviceCentre = settings.serviceCentre;
         res.phone->statusReport = settings.statusReport;
+        res.phone->codec = CodecOptions{settings.unicode, settings.longSms};
 
         err = WakePhone(res.phone, &NoteWake, this);
         if (err != kErrNone) {
@@ -318,7 +392,12 @@ void TransferSession::Run() {
         SmsMessage& message = *singleMessage_;
         Post(kNotifySendCount, 1);
         if (!localMode) {
-            if (!SendThroughPhone(this, res.phone, message)) return;
+            const std::uint32_t parts = PartsOf(res.phone, message);
+            if (parts <= 1) {
+                if (!SendThroughPhone(this, res.phone, message)) return;
+            } else if (!SendOneInParts(store, res.phone, message, parts)) {
+                return;
+            }
             message.folder = kFolderSent;
         } else {
             message.folder = kFolderSent;
@@ -363,8 +442,11 @@ void TransferSession::Run() {
             res.deletions.sim.growthStep = kIndexListGrowthStep;
             res.deletions.phone.growthStep = kIndexListGrowthStep;
         }
-        RetrieveContext ctx{
-            this, &store, settings.deleteAfterRetrieve ? &res.deletions : nullptr, 0, {}};
+        RetrieveContext ctx{};
+        ctx.session = this;
+        ctx.store = &store;
+        ctx.deletions = settings.deleteAfterRetrieve ? &res.deletions : nullptr;
+        ctx.joinParts = settings.longSms;
         RetrieveCounts counts{};
         const TransferError err =
             RetrieveAll(res.phone, &NoteMemory, &StoreRetrieved, &ctx, &counts);
@@ -458,9 +540,35 @@ bool TransferSession::SendOutbox(MessageDatabase& store, PhoneSession* phone, bo
                 return false;
             }
         } else {
+            const std::uint32_t parts = PartsOf(phone, message);
+            if (parts == 0) {
+                // Longer than the settings let a message be: it stays in the Outbox.
+                message.flags |= kFlagNotEncodable;
+                (void)WriteMessage(store, message);
+                AddShortfall(Outcome(kStringTooLong, Recipient(message).c_str()));
+                continue;
+            }
+            if (parts > 1) {
+                const PartsSent sent = SendParts(store, phone, message, parts);
+                if (sent == PartsSent::kStopped) return false;
+                if (sent == PartsSent::kNotEncodable) continue;
+                // Every part went: the message moves to Sent, and what was kept of its
+                // sending goes with it.
+                message.folder = kFolderSent;
+                message.flags &= ~(kFlagUnread | kFlagMayHaveBeenSent | kFlagNotEncodable);
+                MessageStoreBatch batch(store);
+                if (!batch.Started() || !WriteMessage(store, message) ||
+                    !ForgetLongSend(store, message.oid) || !batch.Commit()) {
+                    SetFailure(kErrStore, Outcome(kStringSentNotMoved, Recipient(message).c_str(),
+                                                  StoreTrouble(store).c_str()));
+                    return false;
+                }
+                if (IsCancelled()) return false;
+                continue;
+            }
             // A message the encoder refuses never reaches the phone and cannot be sent as it
             // stands: it stays in the Outbox with its mark, and the others still go.
-            if (PrepareForSending(phone, &message) != kErrNone) {
+            if (PrepareOne(phone, &message) != kErrNone) {
                 message.flags |= kFlagNotEncodable;
                 (void)WriteMessage(store, message);
                 AddShortfall(Outcome(kStringNotEncodable, Recipient(message).c_str()));
@@ -478,9 +586,7 @@ bool TransferSession::SendOutbox(MessageDatabase& store, PhoneSession* phone, bo
             if (sent != kErrNone) {
                 // The phone's own refusal, or a failure before the PDU went out, means it was
                 // not sent; after the PDU, silence or a broken line leaves the mark in place.
-                const bool refused =
-                    sent == kErrPhoneError || sent == kErrCmsError || sent == kErrCmeError;
-                if (!pduWritten || refused) {
+                if (SurelyNotSent(sent, pduWritten)) {
                     message.flags &= ~kFlagMayHaveBeenSent;
                     (void)WriteMessage(store, message);
                 }
@@ -498,4 +604,106 @@ bool TransferSession::SendOutbox(MessageDatabase& store, PhoneSession* phone, bo
         if (IsCancelled()) return false;
     }
     return true;
+}
+
+// A long message goes as its parts, in order, each its own AT+CMGS with the same reference.
+// The mark "may have been sent" covers one part at a time: it is written before the part goes
+// and taken away, in the same transaction that notes the part as sent, once the phone accepted
+// it. A run that stops between two parts (a refusal, a kill) leaves the message in the Outbox
+// with the parts sent noted, and the next run sends only the rest; one that stops while a part
+// is with the phone leaves the mark, and the message waits for the person's word.
+TransferSession::PartsSent TransferSession::SendParts(MessageDatabase& store, PhoneSession* phone,
+                                                      SmsMessage& message, std::uint32_t parts) {
+    LongSend progress;
+    if (!StartLongSend(store, message.oid, &progress)) {
+        SetFailure(kErrStore, StoreTrouble(store));
+        return PartsSent::kStopped;
+    }
+    const auto reference = static_cast<std::uint8_t>(progress.reference);
+    // Every part is encoded before the first goes: a message the encoder refuses does not go
+    // out in halves.
+    for (std::uint32_t k = progress.partsSent; k < parts; ++k) {
+        if (PrepareForSending(phone, &message, reference, k) != kErrNone) {
+            message.flags |= kFlagNotEncodable;
+            (void)WriteMessage(store, message);
+            AddShortfall(Outcome(kStringNotEncodable, Recipient(message).c_str()));
+            return PartsSent::kNotEncodable;
+        }
+    }
+    PostText(kNotifySending, Detail(message));
+    for (std::uint32_t k = progress.partsSent; k < parts; ++k) {
+        (void)PrepareForSending(phone, &message, reference, k);
+        message.flags = (message.flags & ~kFlagNotEncodable) | kFlagMayHaveBeenSent;
+        if (!WriteMessage(store, message)) {
+            SetFailure(kErrStore, StoreTrouble(store));
+            return PartsSent::kStopped;
+        }
+        bool pduWritten = false;
+        const TransferError sent = SubmitPdu(phone, message.pduRecord.get(), &pduWritten);
+        phone->lastError = sent;
+        if (sent != kErrNone) {
+            if (SurelyNotSent(sent, pduWritten)) {
+                message.flags &= ~kFlagMayHaveBeenSent;
+                (void)WriteMessage(store, message);
+            }
+            if (k > 0) {
+                AddShortfall(Outcome(kStringPartsLeft, static_cast<int>(k), static_cast<int>(parts),
+                                     Recipient(message).c_str()));
+            }
+            result_ = sent;
+            return PartsSent::kStopped;
+        }
+        if (k + 1 == parts) break;  // the caller moves it to Sent, mark and all
+        message.flags &= ~kFlagMayHaveBeenSent;
+        MessageStoreBatch batch(store);
+        if (!batch.Started() || !WriteMessage(store, message) ||
+            !NotePartsSent(store, message.oid, k + 1) || !batch.Commit()) {
+            SetFailure(kErrStore, Outcome(kStringSentNotMoved, Recipient(message).c_str(),
+                                          StoreTrouble(store).c_str()));
+            return PartsSent::kStopped;
+        }
+        if (IsCancelled()) {
+            AddShortfall(Outcome(kStringPartsLeft, static_cast<int>(k + 1), static_cast<int>(parts),
+                                 Recipient(message).c_str()));
+            return PartsSent::kStopped;
+        }
+    }
+    return PartsSent::kAll;
+}
+
+// The one message of a send-only run, when it goes in parts: it waits in the Outbox while they
+// go, so that what went out is noted as for any Outbox message. On success the caller stores
+// it in Sent (the same record); a run that sent no part takes back the record it made.
+bool TransferSession::SendOneInParts(MessageDatabase& store, PhoneSession* phone,
+                                     SmsMessage& message, std::uint32_t parts) {
+    if (!OpenMessageStore(store)) {
+        SetFailure(kErrStore, StoreTrouble(store));
+        return false;
+    }
+    const bool made = message.oid == 0;
+    const FolderId folder = message.folder;
+    message.folder = kFolderOutbox;
+    message.flags &= ~kFlagUnread;
+    if (!WriteMessage(store, message)) {
+        message.folder = folder;
+        SetFailure(kErrStore, StoreTrouble(store));
+        return false;
+    }
+    const PartsSent sent = SendParts(store, phone, message, parts);
+    if (sent == PartsSent::kAll) {
+        if (!ForgetLongSend(store, message.oid)) {
+            SetFailure(kErrStore, Outcome(kStringSentNotMoved, Recipient(message).c_str(),
+                                          StoreTrouble(store).c_str()));
+            return false;
+        }
+        message.flags &= ~(kFlagMayHaveBeenSent | kFlagNotEncodable);
+        return true;
+    }
+    if (sent == PartsSent::kNotEncodable) result_ = kErrInvalidParameter;
+    LongSend progress;
+    const bool noneSent = (message.flags & kFlagMayHaveBeenSent) == 0 &&
+                          StartLongSend(store, message.oid, &progress) && progress.partsSent == 0;
+    if (made && noneSent && store.DeleteRecord(message.oid)) message.oid = 0;
+    message.folder = folder;
+    return false;
 }

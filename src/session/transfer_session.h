@@ -74,6 +74,18 @@ class TransferSession : public WorkerThread {
     // Takes the store's transfer lock, waiting up to kLockWaitMs; false (result set) when not.
     bool TakeTransferLock(TransferLock& lock);
 
+    // The parts of a long Outbox message not yet accepted by the phone, sent in order.
+    enum class PartsSent {
+        kAll,           // every part has gone; the message is still in the Outbox
+        kNotEncodable,  // nothing sent: the message is marked and left (a shortfall says so)
+        kStopped,       // the run ends here (result set)
+    };
+    PartsSent SendParts(MessageDatabase& store, PhoneSession* phone, SmsMessage& message,
+                        std::uint32_t parts);
+    // The single message of a send-only run, in parts; false (result set) when the run ends.
+    bool SendOneInParts(MessageDatabase& store, PhoneSession* phone, SmsMessage& message,
+                        std::uint32_t parts);
+
     std::optional<TransferSettings> settings_;  // of the run; written before its thread starts
     SmsMessage* singleMessage_ = nullptr;
     TransferError result_ = kErrNone;

@@ -350,6 +350,19 @@ bool MessageDatabase::DeleteRecords(const std::vector<Oid>& oids, Oid* missing) 
             changed = changed || sqlite3_changes(Connection()) != 0;
         }
         if (!Unindex(oid)) return fail(true);
+        // What a long message kept of its parts goes with it.
+        for (const char* sql : {"DELETE FROM received_parts WHERE message = ?1",
+                                "DELETE FROM long_sends WHERE message = ?1"}) {
+            sqlite3_stmt* parts = Statement(sql);
+            if (parts == nullptr) return fail(true);
+            StmtScope scope(parts);
+            sqlite3_bind_int64(parts, 1, oid);
+            const int rc = sqlite3_step(parts);
+            if (rc != SQLITE_DONE) {
+                Fail(rc);
+                return fail(true);
+            }
+        }
     }
     if (own && !CommitTransaction()) return false;
     if (std::find(oids.begin(), oids.end(), currentId) != oids.end()) currentId = 0;

@@ -64,6 +64,7 @@ class MessageDatabase : public CeDatabase {
     friend bool WriteMessageKeepingTime(MessageDatabase& db, SmsMessage& message);
     friend class MessageSearch;
     friend class MessageReadSnapshot;
+    friend class LongMessageAccess;
     friend bool ReadCurrent(MessageDatabase& db, SmsMessage& message);
     friend bool SeekFirstInFolder(MessageDatabase& db);
     friend bool SeekNextInFolder(MessageDatabase& db);

@@ -234,10 +234,11 @@ CheckResult SetUp(sqlite3* db, const std::string& path, std::string* detail) {
         rc = Query(db,
                    "SELECT count(*) FROM sqlite_schema WHERE (type = 'index' AND name IN"
                    " ('messages_folder_time', 'messages_log', 'messages_time', 'recent_by_use',"
-                   " 'recent_by_name')) OR (type = 'table' AND name = 'messages_fts')",
+                   " 'recent_by_name', 'received_parts_key')) OR (type = 'table' AND name IN"
+                   " ('messages_fts', 'received_parts', 'long_sends', 'store_counters'))",
                    [&](sqlite3_stmt* s) { indexes = sqlite3_column_int64(s, 0); });
         if (rc != SQLITE_OK) return fail(rc);
-        if (indexes == 6) return CheckResult::kGood;
+        if (indexes == 10) return CheckResult::kGood;
     }
     // A new file, a file of an earlier layout, or missing indexes. Another process may be
     // doing the same: the write lock decides, and whoever comes second finds the work done.

@@ -35,10 +35,10 @@ struct StoreNotice {
     std::string message;  // one sentence for the user, UTF-8
 };
 
-// The version of the file layout (store/schema.h), kept in PRAGMA user_version: 3 since the
-// full-text index of the search. A file of version 1 or 2 is migrated when it is first opened;
-// a newer one is left alone.
-constexpr std::uint32_t kStoreSchemaVersion = 3;
+// The version of the file layout (store/schema.h), kept in PRAGMA user_version: 4 since the
+// parts of long messages. A file of version 1 to 3 is migrated when it is first opened; a newer
+// one is left alone.
+constexpr std::uint32_t kStoreSchemaVersion = 4;
 // PRAGMA application_id of a store file ("VKTS").
 constexpr std::uint32_t kStoreApplicationId = 0x564B5453;
 

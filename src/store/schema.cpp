@@ -30,7 +30,25 @@ constexpr const char* kLayout =
     " number TEXT NOT NULL DEFAULT '',"
     " last_used INTEGER);"
     "CREATE INDEX IF NOT EXISTS recent_by_use ON recent_recipients(last_used, id);"
-    "CREATE INDEX IF NOT EXISTS recent_by_name ON recent_recipients(name, id);";
+    "CREATE INDEX IF NOT EXISTS recent_by_name ON recent_recipients(name, id);"
+    "CREATE TABLE IF NOT EXISTS received_parts("
+    " message INTEGER NOT NULL,"
+    " sender TEXT NOT NULL DEFAULT '',"
+    " reference INTEGER NOT NULL,"
+    " total INTEGER NOT NULL,"
+    " sequence INTEGER NOT NULL,"
+    " time INTEGER,"
+    " text TEXT NOT NULL DEFAULT '',"
+    " PRIMARY KEY(message, sequence)) WITHOUT ROWID;"
+    "CREATE INDEX IF NOT EXISTS received_parts_key"
+    " ON received_parts(sender, reference, total, sequence);"
+    "CREATE TABLE IF NOT EXISTS long_sends("
+    " message INTEGER PRIMARY KEY,"
+    " reference INTEGER NOT NULL,"
+    " parts_sent INTEGER NOT NULL DEFAULT 0);"
+    "CREATE TABLE IF NOT EXISTS store_counters("
+    " name TEXT PRIMARY KEY,"
+    " value INTEGER NOT NULL) WITHOUT ROWID;";
 
 struct Stmt {
     sqlite3_stmt* s = nullptr;

@@ -15,6 +15,18 @@
 //     name, number,    the message's fields folded for searching (store/search_fold.h), UTF-8;
 //     text             every run of three characters is indexed, so that a MATCH of a quoted
 //                      word finds it anywhere inside a field ("3012" in "+4930123456")
+//   received_parts     the parts of received long (concatenated) messages, as they arrived
+//     message          the id of the Inbox message they make
+//     sender           the number they came from (the message's number)
+//     reference,       the concatenation reference (8 or 16 bits) and the number of parts,
+//     total            as their headers say
+//     sequence         the part's place, 1..total
+//     time, text       the part's service-centre stamp (NULL: none) and its text, as above
+//   long_sends         Outbox messages that go out in parts
+//     message          the id of the Outbox message
+//     reference        the reference its parts carry, taken once and kept until it is sent
+//     parts_sent       how many of its parts, the first ones, the phone accepted
+//   store_counters     name, value: "long_reference" is the reference of the next long message
 //
 // Invariants the code relies on:
 // - A folder's messages are walked oldest first (time, then id), messages without a time
@@ -31,11 +43,22 @@
 //   a message that does not match.
 // - A store whose indexes are missing gets them again when it is opened; its rows are kept. A
 //   missing full-text index is made and filled from the messages.
+// - A message with received parts has as its text the parts' texts in sequence order, with
+//   "[…]" in place of every part that has not arrived; the text (and its index entry) is written
+//   again in the same transaction as each part that arrives. A part's sender, reference, total
+//   and sequence occur at most once among the parts of one message: a part listed again that
+//   matches a stored one in those and in time and text is the same part (the duplicate check),
+//   and received_parts_key answers both that question and which message a new part joins.
+// - The parts of a message and its long_sends row go in the same transaction as the message;
+//   a long_sends row goes when its message leaves the Outbox. parts_sent only grows, and is
+//   written in its own transaction as soon as the phone has accepted a part.
+// - store_counters' value only grows; a reference is its value modulo 256 when taken.
 //
 // Version 1 held the same data in an emulation of a handheld's object store (a catalogue
 // "object_databases", tables "records_N" with a column per property id, strings as UTF-16
-// blobs). Version 2 had the current tables without messages_time and messages_fts. Both are
-// brought to the current layout on their first opening, in one transaction, ids kept.
+// blobs). Version 2 had the current tables without messages_time and messages_fts; version 3
+// had them but no received_parts, long_sends and store_counters. Each is brought to the
+// current layout on its first opening, in one transaction, ids kept.
 #pragma once
 
 #include <cstdint>

@@ -596,6 +596,27 @@ TEST(PhoneModel, ErrorOnPduFailsTheSendAfterThePrompt) {
     EXPECT_TRUE(phone.sent().empty());
 }
 
+TEST(PhoneModel, ErrorOnTheSecondPduFailsOnlyTheSecondSendOfTheConnection) {
+    Knobs k;
+    k.errorOn = {{"PDU#2", {FaultKind::kCms, 500}}};
+    PhoneModel phone(k);
+    const std::string pdu = std::string(kSubmitHello) + "\x1A";
+    EXPECT_EQ(Send(phone, "AT\r"), "\r\nOK\r\n");
+    EXPECT_EQ(Send(phone, "AT+CMGS=17\r"), "\r\n> ");
+    EXPECT_EQ(Send(phone, pdu), "\r\n+CMGS: 1\r\n\r\nOK\r\n");
+    EXPECT_EQ(Send(phone, "AT+CMGS=17\r"), "\r\n> ");
+    EXPECT_EQ(Send(phone, pdu), "\r\n+CMS ERROR: 500\r\n");
+    EXPECT_EQ(Send(phone, "AT+CMGS=17\r"), "\r\n> ");
+    EXPECT_EQ(Send(phone, pdu), "\r\n+CMGS: 2\r\n\r\nOK\r\n");
+    EXPECT_EQ(phone.sent().size(), 2u);
+    // A new connection counts from the start again.
+    phone.Connect();
+    EXPECT_EQ(Send(phone, "AT+CMGS=17\r"), "\r\n> ");
+    EXPECT_EQ(Send(phone, pdu), "\r\n+CMGS: 3\r\n\r\nOK\r\n");
+    EXPECT_EQ(Send(phone, "AT+CMGS=17\r"), "\r\n> ");
+    EXPECT_EQ(Send(phone, pdu), "\r\n+CMS ERROR: 500\r\n");
+}
+
 TEST(PhoneModel, ErrorOnCmgsRefusesBeforeThePrompt) {
     Knobs k;
     k.errorOn = {{"AT+CMGS", {FaultKind::kCms, 302}}};

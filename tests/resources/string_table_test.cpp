@@ -95,6 +95,10 @@ const Expected kExpected[] = {
     {3240, u"Unicode messages"},
     {3241, u"Long messages"},
     {3242, u"%u/%u (%u SMS)"},
+    {3260, u"Not sent, the text is too long: %s"},
+    {3261,
+     u"%d of %d parts of the message to %s were sent; the rest stays in the Outbox and goes with "
+     u"the next transfer"},
     {40008, u"Sms"},
     {40010, u"Options"},
     {40013, u"New"},

@@ -103,9 +103,10 @@ TEST_F(MessageStoreTest, OpeningCreatesTheStoreWithItsTablesAndIndexes) {
               SQLITE_OK);
     ASSERT_EQ(sqlite3_step(stmt), SQLITE_ROW);
     EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
-                 "messages messages_folder_time messages_fts messages_fts_config "
+                 "long_sends messages messages_folder_time messages_fts messages_fts_config "
                  "messages_fts_content messages_fts_data messages_fts_docsize messages_fts_idx "
-                 "messages_log messages_time recent_by_name recent_by_use recent_recipients");
+                 "messages_log messages_time received_parts received_parts_key recent_by_name "
+                 "recent_by_use recent_recipients store_counters");
     sqlite3_finalize(stmt);
 }
 

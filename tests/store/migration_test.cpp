@@ -116,11 +116,12 @@ TEST_F(MigrationTest, EveryMessageAndRecipientComesOverAsItWas) {
 
     // The file now has the readable layout alone, and the next id follows the old ones.
     EXPECT_EQ(Query(dir_.File(), "PRAGMA user_version"), std::to_string(kStoreSchemaVersion));
-    EXPECT_EQ(Query(dir_.File(),
-                    "SELECT name FROM sqlite_schema WHERE type = 'table' AND name"
-                    " NOT LIKE 'sqlite%' AND name NOT LIKE 'messages\\_fts\\_%' ESCAPE '\\'"
-                    " ORDER BY name"),
-              "messages\nmessages_fts\nrecent_recipients");
+    EXPECT_EQ(
+        Query(dir_.File(),
+              "SELECT name FROM sqlite_schema WHERE type = 'table' AND name"
+              " NOT LIKE 'sqlite%' AND name NOT LIKE 'messages\\_fts\\_%' ESCAPE '\\'"
+              " ORDER BY name"),
+        "long_sends\nmessages\nmessages_fts\nreceived_parts\nrecent_recipients\nstore_counters");
     // The search finds the migrated messages: one word in a text with accents, one part of a
     // number.
     EXPECT_EQ(Query(dir_.File(), "SELECT count(*) FROM messages_fts"), "13");

@@ -190,6 +190,7 @@ void PhoneModel::Connect() {
     pduOverflow_ = false;
     expectedTpduLength_ = 0;
     commandCount_ = 0;
+    pduCount_ = 0;
     dropRequested_ = false;
     output_.clear();
 }
@@ -254,6 +255,17 @@ bool PhoneModel::IsCurrentNumber(std::string_view target) const {
     return ec == std::errc() && last == end && number == commandCount_;
 }
 
+// "PDU#N" names the PDU stage of the N-th AT+CMGS of the connection: the second part of a long
+// message, whatever the wake-up before it took.
+bool PhoneModel::IsCurrentPdu(std::string_view target) const {
+    if (target == "PDU") return true;
+    if (target.substr(0, 4) != "PDU#" || target.size() < 5) return false;
+    std::uint64_t number = 0;
+    const char* end = target.data() + target.size();
+    auto [last, ec] = std::from_chars(target.data() + 4, end, number);
+    return ec == std::errc() && last == end && number == pduCount_;
+}
+
 bool PhoneModel::Targets(std::string_view target, std::string_view command) const {
     if (target.empty()) return false;
     if (target[0] == '#') return IsCurrentNumber(target);
@@ -292,7 +304,7 @@ void PhoneModel::HoldIfAsked(bool pduStage, std::string_view command) {
     if (knobs_.holdGate.empty()) return;
     const bool held = pduStage ? std::any_of(knobs_.holdOn.begin(), knobs_.holdOn.end(),
                                              [this](const std::string& name) {
-                                                 return name == "PDU" || IsCurrentNumber(name);
+                                                 return IsCurrentPdu(name) || IsCurrentNumber(name);
                                              })
                                : Matches(knobs_.holdOn, command);
     if (!held) return;
@@ -351,8 +363,11 @@ void PhoneModel::FinishPdu(bool cancelled) {
 
     Log(hex + (cancelled ? "<esc>" : "<ctrl-z>"));
     CountCommand();
+    ++pduCount_;
     HoldIfAsked(true, {});
-    auto isPdu = [this](const std::string& name) { return name == "PDU" || IsCurrentNumber(name); };
+    auto isPdu = [this](const std::string& name) {
+        return IsCurrentPdu(name) || IsCurrentNumber(name);
+    };
     if (std::any_of(knobs_.dropOn.begin(), knobs_.dropOn.end(), isPdu)) {
         dropRequested_ = true;
         return;
@@ -362,7 +377,7 @@ void PhoneModel::FinishPdu(bool cancelled) {
         if (echo_) output_ += hex;
         const ErrorRule* rule = nullptr;
         for (const ErrorRule& r : knobs_.errorOn) {
-            if (r.command == "PDU" || IsCurrentNumber(r.command)) rule = &r;
+            if (IsCurrentPdu(r.command) || IsCurrentNumber(r.command)) rule = &r;
         }
         if (cancelled) {
             Respond({}, {Final::kOk, 0});

@@ -37,7 +37,8 @@ struct FaultReply {
     int code = 0;  // the number after "+CMS ERROR:" or "+CME ERROR:"
 };
 struct ErrorRule {
-    std::string command;  // a command prefix ("AT+CMGL"), or "PDU" for the PDU stage of AT+CMGS
+    std::string command;  // a command prefix ("AT+CMGL"), "PDU" for the PDU stage of AT+CMGS,
+                          // "PDU#N" for that of the N-th AT+CMGS of the connection
     FaultReply reply;
 };
 
@@ -243,6 +244,7 @@ class PhoneModel {
     void WriteIndication(const std::vector<std::string>& lines);
 
     bool IsCurrentNumber(std::string_view target) const;
+    bool IsCurrentPdu(std::string_view target) const;
     bool Targets(std::string_view target, std::string_view command) const;
     bool Matches(const std::vector<std::string>& prefixes, std::string_view command) const;
     const ErrorRule* MatchError(std::string_view command) const;
@@ -290,6 +292,7 @@ class PhoneModel {
     bool pduOverflow_ = false;
     unsigned expectedTpduLength_ = 0;
     std::uint64_t commandCount_ = 0;
+    std::uint64_t pduCount_ = 0;  // PDU stages of the connection
     bool dropRequested_ = false;
 
     std::string output_;

@@ -332,8 +332,8 @@ memory and announced as AT+CNMI asks; a full memory loses them):
                        "stored MEM INDEX" or "error: REASON"
 
 Faults (CMD is a command prefix such as AT+CMGL, case-insensitive, PDU for the PDU stage of
-AT+CMGS, or #N for the N-th command of the connection, the PDU stage counted as one, as in the
-log; options naming CMD are repeatable):
+AT+CMGS, PDU#N for that of the N-th AT+CMGS of the connection, or #N for the N-th command of the
+connection, the PDU stage counted as one, as in the log; options naming CMD are repeatable):
   --echo               echo commands (the state after ATZ and at every connection)
   --reject-v1          answer ERROR to ATE0V1 (any command asking for V1)
   --no-me              no phone memory: AT+CPMS="ME" answers ERROR
