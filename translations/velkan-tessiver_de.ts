@@ -788,6 +788,18 @@ Versuchen Sie es erneut, wenn sie beendet ist.</translation>
         <extracomment>compose counter of a long message: characters, the limit of its parts, the parts</extracomment>
         <translation>%u/%u (%u SMS)</translation>
     </message>
+    <message>
+        <source>Not sent, the text is too long: %s</source>
+        <comment>3260</comment>
+        <extracomment>transfer outcome: Outbox message with more parts than the settings allow, with its recipient</extracomment>
+        <translation>Nicht gesendet, der Text ist zu lang: %s</translation>
+    </message>
+    <message>
+        <source>%d of %d parts of the message to %s were sent; the rest stays in the Outbox and goes with the next transfer</source>
+        <comment>3261</comment>
+        <extracomment>transfer outcome: a long message whose sending stopped after some parts</extracomment>
+        <translation>%d von %d Teilen der Nachricht an %s wurden gesendet; der Rest bleibt im Postausgang und geht mit der nächsten Übertragung</translation>
+    </message>
 </context>
 <context>
     <name>velkan</name>

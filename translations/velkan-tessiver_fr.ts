@@ -788,6 +788,18 @@ Réessayez lorsqu&apos;il sera terminé.</translation>
         <extracomment>compose counter of a long message: characters, the limit of its parts, the parts</extracomment>
         <translation>%u/%u (%u SMS)</translation>
     </message>
+    <message>
+        <source>Not sent, the text is too long: %s</source>
+        <comment>3260</comment>
+        <extracomment>transfer outcome: Outbox message with more parts than the settings allow, with its recipient</extracomment>
+        <translation>Non envoyé, le texte est trop long&#xa0;: %s</translation>
+    </message>
+    <message>
+        <source>%d of %d parts of the message to %s were sent; the rest stays in the Outbox and goes with the next transfer</source>
+        <comment>3261</comment>
+        <extracomment>transfer outcome: a long message whose sending stopped after some parts</extracomment>
+        <translation>%d parties sur %d du message à %s ont été envoyées&#xa0;; le reste demeure dans la boîte d&apos;envoi et partira au prochain transfert</translation>
+    </message>
 </context>
 <context>
     <name>velkan</name>
