@@ -12,4 +12,7 @@ struct TransferSettings {
     bool deleteAfterRetrieve = false;
     std::u16string serviceCentre;  // empty unless a custom centre is on
     bool statusReport = false;
+    bool skipIfBusy = false;
+    // Off for an automatic check that leaves the Outbox alone: only new messages are fetched.
+    bool sendOutbox = true;
 };
