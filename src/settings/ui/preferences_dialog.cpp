@@ -5,9 +5,12 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QSpinBox>
+#include <algorithm>
 
 #include "framework/text_buffer.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
@@ -61,11 +64,27 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setText(QStringLiteral("Request Status"));
     flash_ = AddControl<QCheckBox>(kIdFlash, 13, 99, 62, 10);
     flash_->setText(QStringLiteral("Flash SMS"));
+    newMessagesHeading_ = AddControl<QLabel>(kIdNewMessagesHeading, 5, 140, 57, 8);
+    newMessagesHeading_->setText(ResourceText(kIdNewMessagesHeading));
+    checkEveryLabel_ = AddControl<QLabel>(kIdCheckEveryLabel, 13, 153, 100, 8);
+    checkEveryLabel_->setText(ResourceText(kIdCheckEveryLabel));
+    checkEvery_ = AddControl<QSpinBox>(kIdCheckEvery, 13, 163, 36, 12);
+    checkEvery_->setRange(0, kMaxCheckMinutes);
+    minutesLabel_ = AddControl<QLabel>(kIdMinutesLabel, 53, 165, 40, 8);
+    minutesLabel_->setText(ResourceText(kIdMinutesLabel));
+    checkSend_ = AddControl<QCheckBox>(kIdCheckSend, 13, 178, 113, 10);
+    checkSend_->setText(ResourceText(kIdCheckSend));
+    notify_ = AddControl<QCheckBox>(kIdNotify, 13, 189, 113, 10);
+    notify_->setText(ResourceText(kIdNotify));
+    contactNames_ = AddControl<QCheckBox>(kIdContactNames, 13, 200, 113, 10);
+    contactNames_->setText(ResourceText(kIdContactNames));
     phoneHeading_->setFont(GetUiFont(UiFont::SmallBold));
     messageHeading_->setFont(GetUiFont(UiFont::SmallBold));
-    for (QWidget* control :
-         std::initializer_list<QWidget*>{phoneHeading_, messageHeading_, deleteAfterRetrieve_,
-                                         customSmsc_, requestStatus_, flash_}) {
+    newMessagesHeading_->setFont(GetUiFont(UiFont::SmallBold));
+    for (QWidget* control : std::initializer_list<QWidget*>{
+             phoneHeading_, messageHeading_, deleteAfterRetrieve_, customSmsc_, requestStatus_,
+             flash_, newMessagesHeading_, checkEveryLabel_, minutesLabel_, checkSend_, notify_,
+             contactNames_}) {
         FitToText(control);
     }
     // Any change of the box enables or disables the number at once.
@@ -79,6 +98,11 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setChecked(ReadSettingFlag(key_, kValueStatusReq));
     flash_->setChecked(ReadSettingFlag(key_, kValueFlash));
     deleteAfterRetrieve_->setChecked(ReadSettingFlag(key_, kValueDelMsg));
+    checkEvery_->setValue(static_cast<int>(
+        std::min<std::uint32_t>(ReadSettingDword(key_, kValueCheckEvery), kMaxCheckMinutes)));
+    checkSend_->setChecked(ReadSettingFlag(key_, kValueCheckSend));
+    notify_->setChecked(ReadSettingFlag(key_, kValueNotify));
+    contactNames_->setChecked(ReadSettingFlag(key_, kValueContactNames));
     return true;
 }
 
@@ -96,6 +120,10 @@ std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
         {kValueSmscCustom, true, {}, CheckValue(customSmsc_)},
         {kValueStatusReq, true, {}, CheckValue(requestStatus_)},
         {kValueFlash, true, {}, CheckValue(flash_)},
+        {kValueCheckEvery, true, {}, static_cast<std::uint32_t>(checkEvery_->value())},
+        {kValueCheckSend, true, {}, CheckValue(checkSend_)},
+        {kValueNotify, true, {}, CheckValue(notify_)},
+        {kValueContactNames, true, {}, CheckValue(contactNames_)},
     };
 }
 

@@ -15,6 +15,7 @@
 class QCheckBox;
 class QLabel;
 class QLineEdit;
+class QSpinBox;
 
 // Commands of the Edit menu (menu bar 121), acting on the field that has the focus.
 constexpr int kMenuEdit = 40001;
@@ -36,10 +37,21 @@ class PreferencesDialog : public CaptionDialog {
     static constexpr int kIdSmscNumber = 1034;
     static constexpr int kIdRequestStatus = 1008;
     static constexpr int kIdFlash = 1007;
+    // The new-message options, in a group of their own under the others.
+    static constexpr int kIdNewMessagesHeading = 3303;
+    static constexpr int kIdCheckEveryLabel = 3304;
+    static constexpr int kIdCheckEvery = 3310;
+    static constexpr int kIdMinutesLabel = 3305;
+    static constexpr int kIdCheckSend = 3306;
+    static constexpr int kIdNotify = 3307;
+    static constexpr int kIdContactNames = 3308;
+    // The longest interval the spin box offers: a day.
+    static constexpr int kMaxCheckMinutes = 1440;
 
     explicit PreferencesDialog(QWidget* parent = nullptr);
 
-    // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash.
+    // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash, then
+    // CheckEvery, CheckSend, Notify and ContactNames.
     std::vector<SettingWrite> PendingWrites() const;
     // Whether the key could be opened when the dialog opened.
     bool SettingsOpen() const { return settingsOpen_; }
@@ -70,4 +82,11 @@ class PreferencesDialog : public CaptionDialog {
     QLineEdit* smsc_ = nullptr;
     QCheckBox* requestStatus_ = nullptr;
     QCheckBox* flash_ = nullptr;
+    QLabel* newMessagesHeading_ = nullptr;
+    QLabel* checkEveryLabel_ = nullptr;
+    QSpinBox* checkEvery_ = nullptr;
+    QLabel* minutesLabel_ = nullptr;
+    QCheckBox* checkSend_ = nullptr;
+    QCheckBox* notify_ = nullptr;
+    QCheckBox* contactNames_ = nullptr;
 };
