@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QEventLoop>
 #include <QFrame>
 #include <QGuiApplication>
 #include <QItemSelection>
@@ -23,12 +24,15 @@
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
+#include "message_ui/ui/contact_names_cache.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
 #include "message_ui/ui/store_failure.h"
 #include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
+#include "shell/ui/background_check.h"
+#include "shell/ui/desktop_notifier.h"
 #include "shell/ui/message_list_model.h"
 #include "shell/ui/message_row_delegate.h"
 #include "shell/ui/progress_dialog.h"
@@ -46,6 +50,9 @@ constexpr unsigned kStringNotSent = 3174;
 constexpr unsigned kStringRetry = 3175;
 constexpr unsigned kStringSendAgain = 3178;
 constexpr unsigned kStringNotDeleted = 3181;
+constexpr unsigned kStringProductName = 2;
+constexpr unsigned kStringChecking = 3300;
+constexpr unsigned kStringTitleWithCount = 3309;
 
 struct FolderEntry {
     unsigned stringId;
@@ -250,8 +257,17 @@ void MessageListView::AddCommands() {
     AddCommand(kCmdPickContact, [this] { PickContact(); });
     AddCommand(kSendAndGetId, [this] { Transfer(); });
     AddCommand(kGetId, [this] { Transfer(); });
-    AddCommand(kCmdConnection, [this] { RunConnectionDialog(); });
-    AddCommand(kCmdPreferences, [this] { RunPreferencesDialog(); });
+    AddCommand(kCmdConnection, [this] {
+        ScreenOpen open(this);
+        RunConnectionDialog();
+    });
+    AddCommand(kCmdPreferences, [this] {
+        {
+            ScreenOpen open(this);
+            RunPreferencesDialog();
+        }
+        ApplyNewMessageOptions();
+    });
     AddCommand(kCmdExit, [this] { EndDialog(IDOK); });
 }
 
@@ -334,6 +350,31 @@ bool MessageListView::OnInitDialog() {
     bannerLayout->addWidget(storeRetry_, 0, Qt::AlignRight);
     connect(storeRetry_, &QPushButton::clicked, this, [this] { RetryStore(); });
 
+    // The line of the automatic check, above the rows: "Checking..." while it runs, the reason
+    // when it failed.
+    checkLine_ = new QLabel(this);
+    checkLine_->setObjectName(QStringLiteral("checkLine"));
+    checkLine_->setTextFormat(Qt::PlainText);
+    checkLine_->setWordWrap(true);
+    checkLine_->setContentsMargins(4, 2, 4, 2);
+    checkLine_->hide();
+    check_ = new BackgroundCheck(this);
+    check_->SetGate([this] { return MayCheckNow(); });
+    connect(check_, &BackgroundCheck::started, this, [this] { OnCheckStarted(); });
+    connect(check_, &BackgroundCheck::finished, this,
+            [this](TransferError, const QString& failure, const std::vector<Oid>& stored) {
+                OnCheckFinished(failure, stored);
+            });
+    notifier_ = CreateNotifier();
+    if (notifier_ != nullptr) {
+        // The request comes from the bus; the read dialog runs its own loop, so it opens later.
+        connect(
+            notifier_, &DesktopNotifier::openRequested, this,
+            [this](Oid oid) { OpenFromNotification(oid); }, Qt::QueuedConnection);
+    }
+    connect(&ContactNamesCache::Instance(), &ContactNamesCache::changed, this,
+            [this] { Refresh(); });
+
     // A store that cannot be opened leaves the list empty; the program stays usable, says why
     // and offers to try again.
     if (OpenMessageStore(db_)) {
@@ -345,6 +386,7 @@ bool MessageListView::OnInitDialog() {
     }
     model_->SetDatabase(&db_);
     currentFolder_ = 0;
+    ApplyNewMessageOptions();
     SwitchFolder(kFolderInbox);
 
     // Once the list is on screen, in this order: the box about the store, the add-in
@@ -388,12 +430,18 @@ void MessageListView::Layout(int w, int h) {
         button->setGeometry(w - kEdge - button->width(), kButtonTop, button->width(),
                             kButtonBottom - kButtonTop);
     }
-    // The line about a store that cannot be opened stands between the header and the rows.
+    // The line about a store that cannot be opened stands between the header and the rows,
+    // and the line of the automatic check under it.
     int bannerHeight = 0;
     if (!storeBanner_->isHidden()) {
         bannerHeight = storeBanner_->hasHeightForWidth() ? storeBanner_->heightForWidth(w)
                                                          : storeBanner_->sizeHint().height();
         storeBanner_->setGeometry(0, kListTop, w, bannerHeight);
+    }
+    if (!checkLine_->isHidden()) {
+        const int lineHeight = checkLine_->heightForWidth(w);
+        checkLine_->setGeometry(0, kListTop + bannerHeight, w, lineHeight);
+        bannerHeight += lineHeight;
     }
     list_->setGeometry(0, kListTop + bannerHeight, w, qMax(0, h - kListTop - bannerHeight));
     separator_->setGeometry(0, kSeparatorTop, w, 1);
@@ -511,6 +559,7 @@ void MessageListView::Reload() {
     list_->SetMenuJustClosed(false);
     list_->setUpdatesEnabled(true);
     UpdateSendAgain();
+    UpdateTitle();
 }
 
 void MessageListView::OnActivate() {
@@ -599,7 +648,10 @@ void MessageListView::NewMessage(bool fromCommandLine) {
 
 void MessageListView::PickContact() {
     std::u16string name, number;
-    if (RunContactPicker(&name, &number) != IDOK) return;
+    {
+        ScreenOpen open(this);
+        if (RunContactPicker(&name, &number) != IDOK) return;
+    }
     SmsMessage message;
     message.name = name;
     message.number = number;
@@ -607,6 +659,7 @@ void MessageListView::PickContact() {
 }
 
 void MessageListView::RunAndSave(SmsMessage& message) {
+    ScreenOpen open(this);
     storedByDialog_ = false;
     if (RunMessageDialog(message) == IDOK && !storedByDialog_) {
         QString problem;
@@ -647,6 +700,7 @@ void MessageListView::ReplyOrForward(bool reply) {
 void MessageListView::DeleteSelected() {
     const std::vector<int> rows = SelectedRows();
     if (rows.empty()) return;
+    ScreenOpen open(this);
     if (ShowMessageBox(this, ResourceText(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
         return;
     }
@@ -684,10 +738,20 @@ void MessageListView::DeleteSelected() {
 }
 
 void MessageListView::Transfer() {
+    ScreenOpen open(this);
+    if (check_->IsRunning()) {
+        // An automatic check is under way: the person's own transfer follows it rather than
+        // meeting it at the phone.
+        QEventLoop wait;
+        connect(check_, &BackgroundCheck::finished, &wait, &QEventLoop::quit);
+        wait.exec();
+    }
     std::unique_ptr<ProgressDialog> dialog = CreateProgressDialog();
     if (dialog == nullptr) return;
     RunTransfer(*dialog, this);
+    const std::vector<Oid> stored = dialog->Session().StoredIds();
     dialog.reset();
+    if (notifier_ != nullptr) notifier_->Announce(db_, stored);
     if (currentFolder_ == kFolderLog) {
         Reload();
     } else {
@@ -697,6 +761,7 @@ void MessageListView::Transfer() {
 
 void MessageListView::SendAgain() {
     if (!SelectedMaySendAgain()) return;
+    ScreenOpen open(this);
     SmsMessage message;
     message.oid = model_->OidAt(FirstSelectedRow());
     if (message.oid == 0 || !ReadById(db_, message)) return;
@@ -761,6 +826,98 @@ void MessageListView::RunPreferencesDialog() {
 
 std::unique_ptr<ProgressDialog> MessageListView::CreateProgressDialog() {
     return std::make_unique<ProgressDialog>();
+}
+
+DesktopNotifier* MessageListView::CreateNotifier() {
+    return new DesktopNotifier(this);
+}
+
+// --- new messages: the automatic check, notifications, names ----------------------------
+
+bool MessageListView::MayCheckNow() const {
+    if (!IsRunning() || !isVisible() || !isEnabled() || screensOpen_ != 0) return false;
+    // A box, a menu or another window of the program held over the list.
+    if (QApplication::activeModalWidget() != nullptr) return false;
+    if (QApplication::activePopupWidget() != nullptr) return false;
+    return !list_->MenuOpen();
+}
+
+void MessageListView::ApplyNewMessageOptions() {
+    std::uint32_t minutes = 0;
+    {
+        RegistryKey key;
+        if (OpenSettings(key)) minutes = ReadSettingDword(key, kValueCheckEvery);
+    }
+    // A new interval starts counting now; the same one keeps its rhythm.
+    if (minutes != check_->IntervalMinutes() || (minutes != 0 && !check_->TimerActive())) {
+        check_->SetIntervalMinutes(minutes);
+    }
+    if (ContactNamesCache::Enabled()) {
+        ContactNamesCache::Instance().Sync();
+        delegate_->SetContactNames(
+            [](std::u16string_view number) { return ContactNamesCache::Instance().Find(number); });
+    } else {
+        delegate_->SetContactNames({});
+    }
+    UpdateTitle();
+    Refresh();
+}
+
+void MessageListView::OnCheckStarted() {
+    ShowCheckLine(ResourceText(kStringChecking));
+}
+
+void MessageListView::OnCheckFinished(const QString& failure, const std::vector<Oid>& stored) {
+    // A failure stays in the line until the next check; success clears it.
+    ShowCheckLine(failure);
+    Reload();
+    if (notifier_ != nullptr) notifier_->Announce(db_, stored);
+}
+
+void MessageListView::ShowCheckLine(const QString& text) {
+    checkLine_->setText(text);
+    checkLine_->setVisible(!text.isEmpty());
+    const QSize client = ClientSize();
+    Layout(client.width(), client.height());
+}
+
+void MessageListView::UpdateTitle() {
+    QWidget* frame = FrameWindowBase::Instance();
+    if (frame == nullptr) frame = window();
+    QString title = ResourceText(kStringProductName);
+    RegistryKey key;
+    std::uint32_t unread = 0;
+    if (OpenSettings(key) && ReadSettingFlag(key, kValueNotify) &&
+        db_.CountUnread(kFolderInbox, &unread) && unread != 0) {
+        TextBuffer format, text;
+        format.LoadResourceString(kStringTitleWithCount);
+        const std::u16string product = title.toStdU16String();
+        text.Format(80, format.Text(), product.c_str(), static_cast<int>(unread));
+        title = QString::fromUtf16(text.Text());
+    }
+    if (frame->windowTitle() != title) frame->setWindowTitle(title);
+}
+
+void MessageListView::OpenFromNotification(Oid oid) {
+    QWidget* frame = window();
+    frame->showNormal();
+    frame->raise();
+    frame->activateWindow();
+    // Over an open dialog the program only comes to the front: the dialog keeps its work.
+    if (!IsRunning() || screensOpen_ != 0 || QApplication::activeModalWidget() != nullptr) return;
+    if (oid == 0) {
+        if (currentFolder_ != kFolderLog) SwitchFolder(kFolderInbox);
+        return;
+    }
+    SmsMessage message;
+    message.oid = oid;
+    if (!ReadById(db_, message)) return;
+    const int row = model_->RowOf(oid);
+    if (row >= 0) {
+        list_->selectionModel()->setCurrentIndex(model_->index(row, 0),
+                                                 QItemSelectionModel::ClearAndSelect);
+    }
+    RunAndSave(message);
 }
 
 // The command line belongs to the frame window and the add-in registration to the shell: the
