@@ -534,6 +534,7 @@ int MessageListView::FirstSelectedRow() const {
 }
 
 void MessageListView::Reload() {
+    reloadPending_ = false;
     UpdateStoreBanner();
     const Oid remembered = model_->OidAt(FirstSelectedRow());
     delegate_->SetToday(TodayDateText());
@@ -579,7 +580,12 @@ void MessageListView::UpdateSendAgain() {
 }
 
 void MessageListView::Refresh() {
-    if (list_ != nullptr) list_->viewport()->update();
+    if (list_ == nullptr) return;
+    if (reloadPending_) {
+        Reload();
+        return;
+    }
+    list_->viewport()->update();
 }
 
 bool MessageListView::OnAppMessage(std::uint32_t message, std::uintptr_t, std::intptr_t) {
@@ -732,6 +738,8 @@ void MessageListView::DeleteSelected() {
     model_->RemoveRows(deleted);
     list_->setUpdatesEnabled(true);
     list_->viewport()->update();
+    // Unread messages may have gone with them.
+    UpdateTitle();
     if (!problem.isEmpty()) {
         ShowMessageBox(this, FormatResourceText(kStringNotDeleted, problem), BoxKind::Error);
     }
@@ -870,7 +878,13 @@ void MessageListView::OnCheckStarted() {
 void MessageListView::OnCheckFinished(const QString& failure, const std::vector<Oid>& stored) {
     // A failure stays in the line until the next check; success clears it.
     ShowCheckLine(failure);
-    Reload();
+    if (isVisible()) {
+        Reload();
+    } else {
+        // A page covers the list: it is reloaded when it is shown again, so that the page keeps
+        // its focus meanwhile.
+        reloadPending_ = true;
+    }
     if (notifier_ != nullptr) notifier_->Announce(db_, stored);
 }
 

@@ -254,4 +254,6 @@ class MessageListView : public DialogBase {
     QLabel* checkLine_ = nullptr;
     DesktopNotifier* notifier_ = nullptr;
     int screensOpen_ = 0;
+    // An automatic check ended while a page covered the list.
+    bool reloadPending_ = false;
 };
