@@ -457,6 +457,7 @@ class NewMessagesTest : public QObject {
         AddInbox(u"A", u"+1", u"one");
         AddInbox(u"B", u"+2", u"two");
         AddInbox(u"C", u"+3", u"read", 0);
+        BoxCapture boxes(IDYES);
         TestList list;
         RunList(list, [&] {
             QCOMPARE(frame->windowTitle(), QString("Velkan Tessiver"));
@@ -466,9 +467,36 @@ class NewMessagesTest : public QObject {
             AddInbox(u"D", u"+4", u"three");
             list.Reload();
             QCOMPARE(frame->windowTitle(), QString("Velkan Tessiver (3)"));
+            // Deleting an unread message takes it from the count.
+            list.List()->selectionModel()->setCurrentIndex(list.Model()->index(0, 0),
+                                                           QItemSelectionModel::ClearAndSelect);
+            QCOMPARE(list.Model()->MessageAt(0)->text, std::u16string(u"three"));
+            list.SendCommand(MessageListView::kCmdDelete);
+            QCOMPARE(boxes.boxes.size(), std::size_t(1));
+            QCOMPARE(frame->windowTitle(), QString("Velkan Tessiver (2)"));
             SetNumber(kValueNotify, 0);
             list.ApplyNewMessageOptions();
             QCOMPARE(frame->windowTitle(), QString("Velkan Tessiver"));
+        });
+    }
+
+    void aCheckThatEndsUnderAPageReloadsWhenTheListShowsAgain() {
+        PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "SM:+4930111111:Arrived"});
+        QVERIFY(sim.Ok());
+        UseAddress(sim.Address());
+        TestList list;
+        RunList(list, [&] {
+            QSignalSpy finished(list.Check(), &BackgroundCheck::finished);
+            QVERIFY(list.Check()->CheckNow());
+            // A page comes over the list while the check runs, as the read dialog does.
+            list.hide();
+            QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, kWaitMs);
+            QCOMPARE(CountInFolder(kFolderInbox), 1u);
+            QCOMPARE(list.Model()->rowCount(), 0);
+            // The page ends: its runner shows the list and refreshes it.
+            list.show();
+            list.Refresh();
+            QCOMPARE(list.Model()->rowCount(), 1);
         });
     }
 
