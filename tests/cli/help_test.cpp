@@ -102,6 +102,11 @@ TEST(VelkanHelp, TheCompletionOffersEveryVerb) {
     EXPECT_EQ(complete("velkan export --format"), " csv json xml mbox \n");
     EXPECT_EQ(complete("velkan import x.xml --format"), " xml csv json \n");
     EXPECT_EQ(complete("velkan search anna --folder"), " inbox outbox draft sent log \n");
+    // Every setting, the new-message options among them.
+    const std::string names = complete("velkan config set");
+    for (const char* name : {"DelMsg", "CheckEvery", "CheckSend", "Notify", "ContactNames"}) {
+        EXPECT_NE(names.find(std::string(" ") + name + " "), std::string::npos) << names;
+    }
 }
 
 TEST(VelkanHelp, VersionPrintsTheRelease) {
