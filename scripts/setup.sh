@@ -14,6 +14,8 @@ packages=(
   # Qt 6: Core for settings, Widgets for the user interface, SerialPort for the port list,
   # DBus (in qt6-base-dev) for desktop notifications
   qt6-base-dev qt6-base-dev-tools libxkbcommon-dev qt6-serialport-dev libgl-dev
+  # Qt 6's linguist tools: lrelease builds the translations, lupdate keeps them in step
+  qt6-tools-dev qt6-l10n-tools
   # the message store
   libsqlite3-dev sqlite3
   # tests and benchmarks

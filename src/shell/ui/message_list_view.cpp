@@ -297,13 +297,13 @@ bool MessageListView::OnInitDialog() {
                         combo_->sizeHint().height());
     connect(combo_, &QComboBox::activated, this, [this](int index) { OnFolderChosen(index); });
 
-    sendAndGet_ = new QPushButton(QStringLiteral("Send && Get"), this);
+    sendAndGet_ = new QPushButton(tr("Send && Get"), this);
     sendAndGet_->setObjectName(QString::number(kSendAndGetId));
     sendAndGet_->setGeometry(units.SizedRect(81, 2, 47, 12));
     sendAndGet_->hide();
     ConnectButton(sendAndGet_, kSendAndGetId);
 
-    get_ = new QPushButton(QStringLiteral("Get"), this);
+    get_ = new QPushButton(tr("Get"), this);
     get_->setObjectName(QString::number(kGetId));
     get_->setGeometry(units.SizedRect(105, 2, 34, 12));
     ConnectButton(get_, kGetId);
@@ -406,20 +406,20 @@ MenuBarDef MessageListView::MenuBarDefinition() const {
         {kCmdNew, ResourceText(kStringNew), {}},
         {kCmdSmsMenu,
          ResourceText(kStringSms),
-         {{kCmdDelete, QStringLiteral("Delete")},
+         {{kCmdDelete, tr("Delete")},
           {0, {}},
-          {kCmdReply, QStringLiteral("Reply")},
-          {kCmdForward, QStringLiteral("Forward")},
+          {kCmdReply, tr("Reply")},
+          {kCmdForward, tr("Forward")},
           {0, {}},
           {kCmdSendAgain, ResourceText(kStringSendAgain)}}},
         {kCmdOptionsMenu,
          ResourceText(kStringOptions),
-         {{kCmdExit, QStringLiteral("Exit")},
+         {{kCmdExit, tr("Exit")},
           {0, {}},
-          {kCmdAbout, QStringLiteral("About")},
+          {kCmdAbout, tr("About")},
           {0, {}},
-          {kCmdConnection, QStringLiteral("Connection")},
-          {kCmdPreferences, QStringLiteral("Preferences")}}},
+          {kCmdConnection, tr("Connection")},
+          {kCmdPreferences, tr("Preferences")}}},
     };
 }
 
@@ -615,10 +615,10 @@ void MessageListView::OnTapped(Qt::KeyboardModifiers modifiers) {
 void MessageListView::ShowContextMenu(const QPoint& globalPos) {
     QMenu menu(list_);
     menu.setObjectName(QString::number(kContextMenuId));
-    std::vector<std::pair<int, QString>> items = {{kCmdReply, QStringLiteral("Reply")},
-                                                  {kCmdForward, QStringLiteral("Forward")},
+    std::vector<std::pair<int, QString>> items = {{kCmdReply, tr("Reply")},
+                                                  {kCmdForward, tr("Forward")},
                                                   {0, QString()},
-                                                  {kCmdDelete, QStringLiteral("Delete")}};
+                                                  {kCmdDelete, tr("Delete")}};
     // Offered only where it applies: on an Outbox message that may have been sent.
     if (SelectedMaySendAgain()) {
         items.push_back({0, QString()});
