@@ -416,6 +416,11 @@ class NewMessagesTest : public QObject {
             server.Invoke(server.calls[1].id, "open");
             QTRY_COMPARE_WITH_TIMEOUT(list.opened.size(), std::size_t(2), kWaitMs);
             QCOMPARE(list.opened[1], four[0]);
+            // "Open" on the one that stands for several shows the Inbox, and opens no message.
+            list.SwitchFolder(kFolderSent);
+            server.Invoke(server.calls[0].id, "open");
+            QTRY_COMPARE_WITH_TIMEOUT(list.CurrentFolder(), FolderId(kFolderInbox), kWaitMs);
+            QCOMPARE(list.opened.size(), std::size_t(2));
         });
     }
 
