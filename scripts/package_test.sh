@@ -84,7 +84,7 @@ step "made $(basename "$deb")"
 [ "$(dpkg-deb -f "$deb" Package)" = "$package" ] || fail "the package is not named $package"
 version=$(dpkg-deb -f "$deb" Version)
 depends=$(dpkg-deb -f "$deb" Depends)
-for library in libqt6core6 libqt6gui6 libqt6widgets6 libqt6serialport6 libsqlite3-0; do
+for library in libqt6core6 libqt6gui6 libqt6widgets6 libqt6serialport6 libqt6dbus6 libsqlite3-0; do
   [[ ", $depends," == *", $library "* || ", $depends," == *", $library,"* ]] ||
     fail "the package does not depend on $library (Depends: $depends)"
 done

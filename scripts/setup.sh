@@ -11,7 +11,8 @@ packages=(
   # the layout check of the sources
   clang-format
   clang libclang-rt-dev
-  # Qt 6: Core for settings, Widgets for the user interface, SerialPort for the port list
+  # Qt 6: Core for settings, Widgets for the user interface, SerialPort for the port list,
+  # DBus (in qt6-base-dev) for desktop notifications
   qt6-base-dev qt6-base-dev-tools libxkbcommon-dev qt6-serialport-dev libgl-dev
   # Qt 6's linguist tools: lrelease builds the translations, lupdate keeps them in step
   qt6-tools-dev qt6-l10n-tools
@@ -26,6 +27,8 @@ packages=(
   # reading the man pages,
   # opening an sms: link as the desktop would, and finding the program's window
   dpkg-dev fakeroot desktop-file-utils appstream man-db xdg-utils x11-utils lintian
+  # the notification tests: a private session bus
+  dbus-daemon
   # interoperability tests: two independent GSM 07.07/07.05 clients (gammu, smstools' smsd)
   # run against the simulated phone
   gammu smstools

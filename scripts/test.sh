@@ -36,7 +36,7 @@ fi
 # The benchmarks in a short mode: they must run and finish; their figures here are no measure
 # (see docs/PERFORMANCE.md for those). The paced transfers take a minute and are left out.
 echo "== benchmarks (short)"
-for b in pdu store message_list contact_picker; do
+for b in pdu store message_list contact_picker contact_names; do
   "build/default/bench/velkan_${b}_bench" --benchmark_min_time=0.01
 done
 build/default/bench/velkan_transfer_bench --benchmark_filter='paced:0'

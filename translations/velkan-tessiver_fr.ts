@@ -623,6 +623,66 @@ Réessayez lorsqu&apos;il sera terminé.</translation>
 %s</translation>
     </message>
     <message>
+        <source>Checking...</source>
+        <comment>3300</comment>
+        <extracomment>message list: the line above the rows while an automatic check runs</extracomment>
+        <translation>Vérification...</translation>
+    </message>
+    <message>
+        <source>%d new messages</source>
+        <comment>3301</comment>
+        <extracomment>desktop notification: the one that stands for more than three new messages</extracomment>
+        <translation>%d nouveaux messages</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <comment>3302</comment>
+        <extracomment>desktop notification: the action that shows the message in the program</extracomment>
+        <translation>Ouvrir</translation>
+    </message>
+    <message>
+        <source>New Messages</source>
+        <comment>3303</comment>
+        <extracomment>preferences: heading of the automatic check, notification and contact name options</extracomment>
+        <translation>Nouveaux messages</translation>
+    </message>
+    <message>
+        <source>Check for new messages every</source>
+        <comment>3304</comment>
+        <extracomment>preferences: before the spin box of minutes (0 = off)</extracomment>
+        <translation>Vérifier les nouveaux messages toutes les</translation>
+    </message>
+    <message>
+        <source>minutes</source>
+        <comment>3305</comment>
+        <extracomment>preferences: after the spin box of minutes</extracomment>
+        <translation>minutes</translation>
+    </message>
+    <message>
+        <source>Send the Outbox when checking</source>
+        <comment>3306</comment>
+        <extracomment>preferences: the automatic check also sends the Outbox</extracomment>
+        <translation>Envoyer la boîte d&apos;envoi lors de la vérification</translation>
+    </message>
+    <message>
+        <source>Notify me of new messages</source>
+        <comment>3307</comment>
+        <extracomment>preferences: desktop notifications and the unread count in the title</extracomment>
+        <translation>M&apos;avertir des nouveaux messages</translation>
+    </message>
+    <message>
+        <source>Show contact names</source>
+        <comment>3308</comment>
+        <extracomment>preferences: names of contacts for known numbers in the list, read dialog and notifications</extracomment>
+        <translation>Afficher les noms des contacts</translation>
+    </message>
+    <message>
+        <source>%s (%d)</source>
+        <comment>3309</comment>
+        <extracomment>main window title with Notify on: the product name and the unread Inbox count</extracomment>
+        <translation>%s (%d)</translation>
+    </message>
+    <message>
         <source>Sms</source>
         <comment>40008</comment>
         <extracomment>message list menu bar: drop-down with Delete, Reply, Forward</extracomment>

@@ -37,7 +37,7 @@ bool ReadWholeFile(const fs::path& path, std::size_t maxBytes, std::string* out)
     return !in.bad();
 }
 
-std::vector<fs::path> FindVCardFiles(const std::string& root) {
+std::vector<fs::path> FindVCardFiles(const std::string& root, std::vector<std::string>* folders) {
     std::vector<fs::path> files;
     std::error_code ec;
     const fs::path base(root);
@@ -46,6 +46,7 @@ std::vector<fs::path> FindVCardFiles(const std::string& root) {
         return files;
     }
     if (!fs::is_directory(base, ec)) return files;
+    folders->push_back(base.string());
     fs::recursive_directory_iterator it(base, fs::directory_options::skip_permission_denied, ec);
     const fs::recursive_directory_iterator end;
     while (!ec && it != end) {
@@ -53,6 +54,8 @@ std::vector<fs::path> FindVCardFiles(const std::string& root) {
         if (it.depth() >= kMaxDepth) it.disable_recursion_pending();
         if (it->is_regular_file(entryEc) && !entryEc && IsVCardFile(it->path())) {
             files.push_back(it->path());
+        } else if (it->is_directory(entryEc) && !entryEc) {
+            folders->push_back(it->path().string());
         }
         it.increment(ec);
     }
@@ -65,17 +68,25 @@ std::vector<fs::path> FindVCardFiles(const std::string& root) {
 void ContactDirectory::Clear() {
     files_.clear();
     entries_.clear();
+    seenFiles_.clear();
+    seenFolders_.clear();
 }
 
-std::size_t ContactDirectory::Load(const std::string& path, std::size_t maxFileBytes) {
+std::size_t ContactDirectory::Load(const std::string& path, std::size_t maxFileBytes, Cards cards) {
     Clear();
+    cards_ = cards;
     if (path.empty()) return 0;
     std::vector<VCardSpan> spans;
-    for (const fs::path& file : FindVCardFiles(path)) {
+    for (const fs::path& file : FindVCardFiles(path, &seenFolders_)) {
+        seenFiles_.push_back(file.string());
         std::string text;
         if (!ReadWholeFile(file, maxFileBytes, &text) || !PrepareVCardText(&text)) continue;
         spans.clear();
-        IndexMobileCards(text, &spans);
+        if (cards == Cards::kAnyPhone) {
+            IndexPhoneCards(text, &spans);
+        } else {
+            IndexMobileCards(text, &spans);
+        }
         if (spans.empty()) continue;
         const auto fileIndex = static_cast<std::uint32_t>(files_.size());
         for (const VCardSpan& span : spans)
@@ -90,7 +101,8 @@ bool ContactDirectory::Fetch(std::size_t index, VCardContact* contact) const {
     if (index >= entries_.size()) return false;
     const Entry& e = entries_[index];
     const std::string& text = files_[e.file];
-    return ReadVCard(std::string_view(text).substr(e.offset, e.length), contact);
+    const std::string_view card = std::string_view(text).substr(e.offset, e.length);
+    return cards_ == Cards::kAnyPhone ? ReadVCardPhones(card, contact) : ReadVCard(card, contact);
 }
 
 std::string DefaultContactsFolder() {

@@ -21,10 +21,15 @@ class ContactDirectory {
     // Files larger than this are skipped.
     static constexpr std::size_t kDefaultMaxFileBytes = 4u * 1024u * 1024u;
 
+    // Which cards are kept: those with a mobile number (the picker's), or those with a mobile,
+    // home or work number (the names of known numbers).
+    enum class Cards { kMobile, kAnyPhone };
+
     // Replaces the contents with the contacts found under `path` (a folder, searched
     // recursively, or a single file). A missing or unreadable path gives no contacts. Returns
     // the number of contacts.
-    std::size_t Load(const std::string& path, std::size_t maxFileBytes = kDefaultMaxFileBytes);
+    std::size_t Load(const std::string& path, std::size_t maxFileBytes = kDefaultMaxFileBytes,
+                     Cards cards = Cards::kMobile);
     void Clear();
 
     std::size_t Count() const { return entries_.size(); }
@@ -32,7 +37,12 @@ class ContactDirectory {
     std::size_t FileCount() const { return files_.size(); }
     // Contact `index` (0-based, in the order of the files by path and of the cards in them),
     // decoded now. False (and `contact` empty) when the index is out of range.
+    // For kAnyPhone, the home and work numbers are filled too.
     bool Fetch(std::size_t index, VCardContact* contact) const;
+    // Every vCard file and folder the last Load looked at, files with no contacts included,
+    // so that a watcher can tell when the contacts may have changed.
+    const std::vector<std::string>& SeenFiles() const { return seenFiles_; }
+    const std::vector<std::string>& SeenFolders() const { return seenFolders_; }
 
   private:
     struct Entry {
@@ -42,6 +52,9 @@ class ContactDirectory {
     };
     std::vector<std::string> files_;
     std::vector<Entry> entries_;
+    Cards cards_ = Cards::kMobile;
+    std::vector<std::string> seenFiles_;
+    std::vector<std::string> seenFolders_;
 };
 
 // The default contacts folder: "contacts" in the user's data folder ($XDG_DATA_HOME, else

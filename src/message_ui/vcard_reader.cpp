@@ -393,9 +393,9 @@ std::vector<std::u16string_view> SplitEscaped(std::u16string_view s, char16_t se
     return parts;
 }
 
-// The mobile number of a TEL property, or empty when it is not one.
-std::u16string MobileNumber(const Property& p) {
-    if (!HasParamValue(p, "TYPE", "CELL")) return {};
+// The number of a TEL property of that type (CELL, HOME, WORK), or empty when it is not one.
+std::u16string TelNumber(const Property& p, const char* type) {
+    if (!HasParamValue(p, "TYPE", type)) return {};
     std::u16string value = DecodeValue(p);
     const bool uri = HasParamValue(p, "VALUE", "URI") || StartsWithNoCase(Trim(p.value), "tel:");
     if (uri) {
@@ -410,6 +410,10 @@ std::u16string MobileNumber(const Property& p) {
         return Trim16(std::move(value));
     }
     return Trim16(Unescape(value));
+}
+
+std::u16string MobileNumber(const Property& p) {
+    return TelNumber(p, "CELL");
 }
 
 std::u16string NameFromParts(const Property& p) {
@@ -520,8 +524,11 @@ void IndexMobileCards(std::string_view text, std::vector<VCardSpan>* spans) {
         });
 }
 
-bool ReadVCard(std::string_view card, VCardContact* contact) {
-    std::u16string formatted, fromParts, organisation, mobile;
+namespace {
+
+// The name and the numbers of the first card in `card`; false when it never ends.
+bool ReadCard(std::string_view card, VCardContact* contact) {
+    std::u16string formatted, fromParts, organisation, mobile, home, work;
     bool complete = false;
     int cards = 0;
     Property p;
@@ -534,7 +541,10 @@ bool ReadVCard(std::string_view card, VCardContact* contact) {
         [&](const std::string& name, const std::string& line) {
             if (cards != 1 || complete) return;
             if (name == "TEL") {
-                if (mobile.empty() && ParseProperty(line, &p)) mobile = MobileNumber(p);
+                if (!ParseProperty(line, &p)) return;
+                if (mobile.empty()) mobile = MobileNumber(p);
+                if (home.empty()) home = TelNumber(p, "HOME");
+                if (work.empty()) work = TelNumber(p, "WORK");
             } else if (name == "FN") {
                 if (formatted.empty() && ParseProperty(line, &p)) {
                     formatted = Trim16(Unescape(DecodeValue(p)));
@@ -549,7 +559,7 @@ bool ReadVCard(std::string_view card, VCardContact* contact) {
             if (cards == 1) complete = true;
         });
     *contact = VCardContact{};
-    if (!complete || mobile.empty()) return false;
+    if (!complete) return false;
     if (!formatted.empty()) {
         contact->name = std::move(formatted);
     } else if (!fromParts.empty()) {
@@ -558,7 +568,41 @@ bool ReadVCard(std::string_view card, VCardContact* contact) {
         contact->name = std::move(organisation);
     }
     contact->mobile = std::move(mobile);
+    contact->home = std::move(home);
+    contact->work = std::move(work);
     return true;
+}
+
+}  // namespace
+
+bool ReadVCard(std::string_view card, VCardContact* contact) {
+    if (ReadCard(card, contact) && !contact->mobile.empty()) return true;
+    *contact = VCardContact{};
+    return false;
+}
+
+void IndexPhoneCards(std::string_view text, std::vector<VCardSpan>* spans) {
+    bool hasNumber = false;
+    Property p;
+    WalkCards(
+        text, [&] { hasNumber = false; },
+        [&](const std::string& name, const std::string& line) {
+            if (hasNumber || name != "TEL" || !ParseProperty(line, &p)) return;
+            hasNumber = !MobileNumber(p).empty() || !TelNumber(p, "HOME").empty() ||
+                        !TelNumber(p, "WORK").empty();
+        },
+        [&](std::size_t offset, std::size_t length) {
+            if (hasNumber) spans->push_back({offset, length});
+        });
+}
+
+bool ReadVCardPhones(std::string_view card, VCardContact* contact) {
+    if (ReadCard(card, contact) &&
+        !(contact->mobile.empty() && contact->home.empty() && contact->work.empty())) {
+        return true;
+    }
+    *contact = VCardContact{};
+    return false;
 }
 
 bool PrepareVCardText(std::string* bytes) {

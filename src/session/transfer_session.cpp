@@ -171,6 +171,16 @@ void TransferSession::AddShortfall(std::u16string line) {
     shortfalls_.push_back(std::move(line));
 }
 
+std::vector<Oid> TransferSession::StoredIds() const {
+    std::lock_guard<std::mutex> lock(TextLock());
+    return storedIds_;
+}
+
+void TransferSession::AddStored(Oid id) {
+    std::lock_guard<std::mutex> lock(TextLock());
+    storedIds_.push_back(id);
+}
+
 bool TransferSession::TakeTransferLock(TransferLock& lock) {
     const std::uint32_t deadline = GetTickCount() + kLockWaitMs;
     for (;;) {
@@ -270,6 +280,7 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
         // would fail the same way, each after the same wait: they are counted, not tried.
         stored = ctx->notStored == 0 && WriteMessage(*ctx->store, message);
         if (stored) {
+            ctx->session->AddStored(message.oid);
             ctx->session->PostText(kNotifyReceived, Detail(message));
         } else {
             if (ctx->notStored == 0) ctx->whyNotStored = ctx->store->LastErrorText();
@@ -337,6 +348,7 @@ void TransferSession::Run() {
     {
         std::lock_guard<std::mutex> lock(TextLock());
         shortfalls_.clear();
+        storedIds_.clear();
     }
     failureDetail_.clear();
 
@@ -434,7 +446,7 @@ void TransferSession::Run() {
         }
     }
     ReportStoreNotices(this);
-    if (!SendOutbox(store, res.phone, localMode)) return;
+    if (settings.sendOutbox && !SendOutbox(store, res.phone, localMode)) return;
 
     PostStatus(kStatusReceiving);
     if (!localMode) {

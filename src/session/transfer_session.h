@@ -56,6 +56,11 @@ class TransferSession : public WorkerThread {
     std::vector<std::u16string> Shortfalls() const;
     void AddShortfall(std::u16string line);
 
+    // The record ids of the messages the run stored in the Inbox, in the order received; each
+    // is added before its kNotifyReceived is posted. Read under the text lock.
+    std::vector<Oid> StoredIds() const;
+    void AddStored(Oid id);
+
     // How long a transfer waits for another one on the same store to end before it gives up
     // with kErrBusy, on the tick clock.
     static constexpr std::uint32_t kLockWaitMs = 5000;
@@ -91,5 +96,6 @@ class TransferSession : public WorkerThread {
     TransferError result_ = kErrNone;
     std::u16string failureDetail_;
     std::vector<std::u16string> shortfalls_;  // under TextLock()
+    std::vector<Oid> storedIds_;              // under TextLock()
     bool succeeded_ = false;  // kNotifySuccess was posted; written and read on the worker only
 };

@@ -12,6 +12,10 @@ const SettingInfo kSettings[] = {
     {kValueUnicode, SettingType::kDword, nullptr, 0},
     {kValueLongSms, SettingType::kDword, nullptr, 0},
     {kValueExe, SettingType::kString, nullptr, 0},
+    {kValueCheckEvery, SettingType::kDword, nullptr, 0},
+    {kValueCheckSend, SettingType::kDword, nullptr, 0},
+    {kValueNotify, SettingType::kDword, nullptr, 0},
+    {kValueContactNames, SettingType::kDword, nullptr, 0},
 };
 const std::size_t kSettingCount = sizeof kSettings / sizeof kSettings[0];
 

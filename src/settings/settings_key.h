@@ -26,6 +26,12 @@ inline constexpr char16_t kValueDelMsg[] = u"DelMsg";
 inline constexpr char16_t kValueUnicode[] = u"Unicode";
 inline constexpr char16_t kValueLongSms[] = u"LongSms";
 inline constexpr char16_t kValueExe[] = u"Exe";
+// New messages: an automatic Get every n minutes (0 never), with the Outbox or without, desktop
+// notifications, and contact names for numbers.
+inline constexpr char16_t kValueCheckEvery[] = u"CheckEvery";
+inline constexpr char16_t kValueCheckSend[] = u"CheckSend";
+inline constexpr char16_t kValueNotify[] = u"Notify";
+inline constexpr char16_t kValueContactNames[] = u"ContactNames";
 
 inline constexpr char16_t kDefaultCommPort[] = u"COM3:";
 inline constexpr char16_t kDefaultTcpAddress[] = u"localhost:4000";

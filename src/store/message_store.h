@@ -30,6 +30,8 @@ class MessageDatabase : public CeDatabase {
     // Queries for a list of a folder (kFolderLog: Inbox and Sent), newest first. They use
     // indexes and do not move the cursor. False when the store cannot be read.
     bool CountFolder(FolderId folder, std::uint32_t* count);
+    // The messages of `folder` that carry the unread flag.
+    bool CountUnread(FolderId folder, std::uint32_t* count);
     bool FolderOidsNewestFirst(FolderId folder, std::vector<Oid>* oids);
     // Rows first .. first+count-1 of the newest-first list, read completely.
     bool ReadFolderPage(FolderId folder, std::uint32_t first, std::uint32_t count,

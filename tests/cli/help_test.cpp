@@ -106,6 +106,11 @@ TEST(VelkanHelp, TheCompletionOffersEveryVerb) {
     EXPECT_NE(complete("velkan pdu encode --").find(" --unicode --long --reference "),
               std::string::npos);
     EXPECT_EQ(complete("velkan pdu encode --reference"), "  \n");  // a number of the user's
+    // Every setting, the new-message options among them.
+    const std::string names = complete("velkan config set");
+    for (const char* name : {"DelMsg", "CheckEvery", "CheckSend", "Notify", "ContactNames"}) {
+        EXPECT_NE(names.find(std::string(" ") + name + " "), std::string::npos) << names;
+    }
 }
 
 TEST(VelkanHelp, VersionPrintsTheRelease) {

@@ -589,7 +589,8 @@ TEST_F(CliStoreTest, ConfigListsGetsAndSetsValues) {
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.out,
               "CommPort=COM3:\nTCP=localhost:4000\nSMSC=\nSMSCCustom=0\nStatusReq=0\nFlash="
-              "0\nDelMsg=0\nUnicode=0\nLongSms=0\nExe=\n");
+              "0\nDelMsg=0\nUnicode=0\nLongSms=0\nExe=\nCheckEvery=0\nCheckSend=0\nNotify="
+              "0\nContactNames=0\n");
     ASSERT_EQ(Velkan({"config", "set", "CommPort", "TCP"}).exitStatus, 0);
     ASSERT_EQ(Velkan({"config", "set", "tcp", "local"}).exitStatus, 0);  // names in any case
     ASSERT_EQ(Velkan({"config", "set", "DelMsg", "1"}).exitStatus, 0);

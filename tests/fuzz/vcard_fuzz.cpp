@@ -7,7 +7,8 @@
 //
 // Beyond "no crash": every card that the index keeps must read back as a contact with a mobile
 // number (the picker would otherwise show a row it cannot fill), the spans must lie inside the
-// text in order without overlapping, and the folder must offer exactly those contacts.
+// text in order without overlapping, and the folder must offer exactly those contacts. The
+// cards with a mobile, home or work number read back with one of them.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@
 #include <vector>
 
 #include "message_ui/contact_directory.h"
+#include "message_ui/contact_names.h"
 #include "message_ui/vcard_reader.h"
 
 namespace {
@@ -101,5 +103,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     VCardContact none;
     Check(!directory.Fetch(count, &none) && none.mobile.empty());
+
+    // The cards with any of the three numbers, as the names of known numbers read them: a
+    // superset of the mobile cards, each with a number, and every one found by its numbers.
+    if (usable) {
+        std::vector<VCardSpan> phoneSpans;
+        IndexPhoneCards(text, &phoneSpans);
+        Check(phoneSpans.size() >= spans.size());
+        for (const VCardSpan& span : phoneSpans) {
+            VCardContact contact;
+            Check(
+                ReadVCardPhones(std::string_view(text).substr(span.offset, span.length), &contact));
+            Check(!(contact.mobile.empty() && contact.home.empty() && contact.work.empty()));
+            ContactNameIndex index;
+            index.Add(contact.name, {contact.mobile, contact.home, contact.work});
+            for (const std::u16string* number : {&contact.mobile, &contact.home, &contact.work}) {
+                const std::u16string* found = index.Find(*number);
+                if (contact.name.empty() || found == nullptr) continue;
+                Check(*found == contact.name);
+            }
+        }
+    }
     return 0;
 }

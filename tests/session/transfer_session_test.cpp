@@ -1000,3 +1000,61 @@ TEST_F(TransferSessionTest, APhoneOutOfStepAfterACutListingIsAskedNothingMore) {
     ASSERT_EQ(inbox.size(), 1u);
     EXPECT_EQ(inbox[0].text, u"Arrived");
 }
+
+TEST_F(TransferSessionTest, TheRunNamesTheRecordsItStoredInTheOrderReceived) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--sms", "SM:+4930111111:First", "--sms", "ME:+4930222222:Second"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    TransferSession session;
+    EXPECT_EQ(RunTransfer(session).result, kErrNone);
+    const std::vector<Oid> stored = session.StoredIds();
+    const auto inbox = Folder(kFolderInbox);
+    ASSERT_EQ(stored.size(), 2u);
+    ASSERT_EQ(inbox.size(), 2u);
+    // The Inbox lists newest first; both have the phone's time, so by id.
+    MessageDatabase db;
+    ASSERT_TRUE(OpenMessageStore(db));
+    SmsMessage first;
+    first.oid = stored[0];
+    ASSERT_TRUE(ReadById(db, first));
+    EXPECT_EQ(first.text, u"First");
+    SmsMessage second;
+    second.oid = stored[1];
+    ASSERT_TRUE(ReadById(db, second));
+    EXPECT_EQ(second.text, u"Second");
+
+    // A run that finds nothing new names nothing, not the last run's records.
+    EXPECT_EQ(RunTransfer(session).result, kErrNone);
+    EXPECT_TRUE(session.StoredIds().empty());
+}
+
+TEST_F(TransferSessionTest, ARunThatLeavesTheOutboxAloneOnlyFetches) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--no-deliver-sent", "--sms", "SM:+4930111111:Arrived"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    AddOutbox(u"+4930123456", u"Waits");
+
+    RunLog run;
+    NotificationQueue queue;
+    TransferSettings settings;
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    settings.sendOutbox = false;
+    TransferSession session;
+    ASSERT_TRUE(session.Start(&queue, kNotifyThreadEnded, &settings));
+    for (;;) {
+        auto n = queue.Take(60s);
+        ASSERT_TRUE(n.has_value());
+        run.notes.push_back(*n);
+        if (n->message == kNotifyThreadEnded) break;
+    }
+    session.Wait();
+    EXPECT_EQ(session.Result(), kErrNone);
+    EXPECT_EQ(run.Sequence(), "3104 3114 3115 3103 8006 8002 8001");
+    EXPECT_EQ(Folder(kFolderOutbox).size(), 1u);
+    EXPECT_TRUE(Folder(kFolderSent).empty());
+    EXPECT_EQ(Folder(kFolderInbox).size(), 1u);
+    for (const std::string& line : sim.Log())
+        EXPECT_EQ(line.rfind("AT+CMGS", 0), std::string::npos);
+}

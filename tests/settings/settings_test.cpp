@@ -224,11 +224,17 @@ TEST_F(SettingsTest, TheProgramPathIsKeptToItsLimit) {
 }
 
 TEST_F(SettingsTest, TheTableNamesEveryValue) {
-    ASSERT_EQ(kSettingCount, 10u);
+    ASSERT_EQ(kSettingCount, 14u);
     EXPECT_EQ(FindSetting(u"CommPort")->type, SettingType::kString);
     EXPECT_EQ(FindSetting(u"DelMsg")->type, SettingType::kDword);
     EXPECT_EQ(FindSetting(u"SMSCCustom")->defaultNumber, 0u);
     EXPECT_EQ(FindSetting(u"Exe")->defaultText, nullptr);
+    // The new-message options are numbers and off until switched on.
+    for (const char16_t* name : {u"CheckEvery", u"CheckSend", u"Notify", u"ContactNames"}) {
+        ASSERT_NE(FindSetting(name), nullptr);
+        EXPECT_EQ(FindSetting(name)->type, SettingType::kDword);
+        EXPECT_EQ(FindSetting(name)->defaultNumber, 0u);
+    }
     EXPECT_EQ(FindSetting(u"commport"), nullptr);
     EXPECT_EQ(FindSetting(u"Nope"), nullptr);
 }

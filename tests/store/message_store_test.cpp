@@ -683,3 +683,23 @@ TEST_F(MessageStoreTest, OperationsOnAClosedObjectFail) {
 }
 
 }  // namespace
+
+TEST_F(MessageStoreTest, TheUnreadCountOfAFolderCountsOnlyUnreadMessagesOfIt) {
+    std::uint32_t n = 99;
+    ASSERT_TRUE(db_.CountUnread(kFolderInbox, &n));
+    EXPECT_EQ(n, 0u);
+    for (int i = 0; i < 3; ++i) {
+        SmsMessage m = Make(kFolderInbox, At(2003, 1, static_cast<std::uint16_t>(1 + i)), u"in");
+        m.flags = i == 0 ? 0 : kFlagUnread | kFlagFlash;
+        ASSERT_TRUE(WriteMessage(db_, m));
+    }
+    SmsMessage other = Make(kFolderSent, At(2003, 1, 9), u"sent");
+    other.flags = kFlagUnread;
+    ASSERT_TRUE(WriteMessage(db_, other));
+    ASSERT_TRUE(db_.CountUnread(kFolderInbox, &n));
+    EXPECT_EQ(n, 2u);
+    ASSERT_TRUE(db_.CountUnread(kFolderLog, &n));
+    EXPECT_EQ(n, 3u);
+    ASSERT_TRUE(db_.CountUnread(kFolderDraft, &n));
+    EXPECT_EQ(n, 0u);
+}

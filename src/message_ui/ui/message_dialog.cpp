@@ -18,6 +18,7 @@
 #include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
+#include "message_ui/ui/contact_names_cache.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
@@ -287,7 +288,10 @@ void MessageDialog::FillFields() {
     ShowMode();
     text_->setReadOnly(readOnly_);
     if (readOnly_) {
-        nameField_->setText(ToQString(message_.name));
+        // A message without a name shows the contact's name for its number, when asked to;
+        // the number stays beside it and the message itself keeps no name.
+        const std::u16string contactName = ContactNamesCache::Instance().NameFor(message_);
+        nameField_->setText(ToQString(contactName.empty() ? message_.name : contactName));
         numberField_->setText(ToQString(message_.number));
     } else if (changed) {
         FillRecentLists();

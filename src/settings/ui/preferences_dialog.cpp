@@ -5,6 +5,8 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QSpinBox>
+#include <algorithm>
 
 #include "framework/text_buffer.h"
 #include "framework/ui/message_box.h"
@@ -68,11 +70,27 @@ bool PreferencesDialog::OnInitDialog() {
     unicode_->setText(ResourceText(kStringUnicodeMessages));
     longSms_ = AddControl<QCheckBox>(kIdLongSms, 13, 121, 80, 10);
     longSms_->setText(ResourceText(kStringLongMessages));
+    newMessagesHeading_ = AddControl<QLabel>(kIdNewMessagesHeading, 5, 140, 57, 8);
+    newMessagesHeading_->setText(ResourceText(kIdNewMessagesHeading));
+    checkEveryLabel_ = AddControl<QLabel>(kIdCheckEveryLabel, 13, 153, 100, 8);
+    checkEveryLabel_->setText(ResourceText(kIdCheckEveryLabel));
+    checkEvery_ = AddControl<QSpinBox>(kIdCheckEvery, 13, 163, 36, 12);
+    checkEvery_->setRange(0, kMaxCheckMinutes);
+    minutesLabel_ = AddControl<QLabel>(kIdMinutesLabel, 53, 165, 40, 8);
+    minutesLabel_->setText(ResourceText(kIdMinutesLabel));
+    checkSend_ = AddControl<QCheckBox>(kIdCheckSend, 13, 178, 113, 10);
+    checkSend_->setText(ResourceText(kIdCheckSend));
+    notify_ = AddControl<QCheckBox>(kIdNotify, 13, 189, 113, 10);
+    notify_->setText(ResourceText(kIdNotify));
+    contactNames_ = AddControl<QCheckBox>(kIdContactNames, 13, 200, 113, 10);
+    contactNames_->setText(ResourceText(kIdContactNames));
     phoneHeading_->setFont(GetUiFont(UiFont::SmallBold));
     messageHeading_->setFont(GetUiFont(UiFont::SmallBold));
-    for (QWidget* control :
-         std::initializer_list<QWidget*>{phoneHeading_, messageHeading_, deleteAfterRetrieve_,
-                                         customSmsc_, requestStatus_, flash_, unicode_, longSms_}) {
+    newMessagesHeading_->setFont(GetUiFont(UiFont::SmallBold));
+    for (QWidget* control : std::initializer_list<QWidget*>{
+             phoneHeading_, messageHeading_, deleteAfterRetrieve_, customSmsc_, requestStatus_,
+             flash_, unicode_, longSms_, newMessagesHeading_, checkEveryLabel_, minutesLabel_,
+             checkSend_, notify_, contactNames_}) {
         FitToText(control);
     }
     // Any change of the box enables or disables the number at once.
@@ -88,6 +106,11 @@ bool PreferencesDialog::OnInitDialog() {
     deleteAfterRetrieve_->setChecked(ReadSettingFlag(key_, kValueDelMsg));
     unicode_->setChecked(ReadSettingFlag(key_, kValueUnicode));
     longSms_->setChecked(ReadSettingFlag(key_, kValueLongSms));
+    checkEvery_->setValue(static_cast<int>(
+        std::min<std::uint32_t>(ReadSettingDword(key_, kValueCheckEvery), kMaxCheckMinutes)));
+    checkSend_->setChecked(ReadSettingFlag(key_, kValueCheckSend));
+    notify_->setChecked(ReadSettingFlag(key_, kValueNotify));
+    contactNames_->setChecked(ReadSettingFlag(key_, kValueContactNames));
     return true;
 }
 
@@ -107,6 +130,10 @@ std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
         {kValueFlash, true, {}, CheckValue(flash_)},
         {kValueUnicode, true, {}, CheckValue(unicode_)},
         {kValueLongSms, true, {}, CheckValue(longSms_)},
+        {kValueCheckEvery, true, {}, static_cast<std::uint32_t>(checkEvery_->value())},
+        {kValueCheckSend, true, {}, CheckValue(checkSend_)},
+        {kValueNotify, true, {}, CheckValue(notify_)},
+        {kValueContactNames, true, {}, CheckValue(contactNames_)},
     };
 }
 

@@ -15,6 +15,7 @@
 class QCheckBox;
 class QLabel;
 class QLineEdit;
+class QSpinBox;
 
 // Commands of the Edit menu (menu bar 121), acting on the field that has the focus.
 constexpr int kMenuEdit = 40001;
@@ -38,11 +39,21 @@ class PreferencesDialog : public CaptionDialog {
     static constexpr int kIdFlash = 1007;
     static constexpr int kIdUnicode = 1050;
     static constexpr int kIdLongSms = 1051;
+    // The new-message options, in a group of their own under the others.
+    static constexpr int kIdNewMessagesHeading = 3303;
+    static constexpr int kIdCheckEveryLabel = 3304;
+    static constexpr int kIdCheckEvery = 3310;
+    static constexpr int kIdMinutesLabel = 3305;
+    static constexpr int kIdCheckSend = 3306;
+    static constexpr int kIdNotify = 3307;
+    static constexpr int kIdContactNames = 3308;
+    // The longest interval the spin box offers: a day.
+    static constexpr int kMaxCheckMinutes = 1440;
 
     explicit PreferencesDialog(QWidget* parent = nullptr);
 
     // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash,
-    // Unicode, LongSms.
+    // Unicode, LongSms, then CheckEvery, CheckSend, Notify and ContactNames.
     std::vector<SettingWrite> PendingWrites() const;
     // Whether the key could be opened when the dialog opened.
     bool SettingsOpen() const { return settingsOpen_; }
@@ -75,4 +86,11 @@ class PreferencesDialog : public CaptionDialog {
     QCheckBox* flash_ = nullptr;
     QCheckBox* unicode_ = nullptr;
     QCheckBox* longSms_ = nullptr;
+    QLabel* newMessagesHeading_ = nullptr;
+    QLabel* checkEveryLabel_ = nullptr;
+    QSpinBox* checkEvery_ = nullptr;
+    QLabel* minutesLabel_ = nullptr;
+    QCheckBox* checkSend_ = nullptr;
+    QCheckBox* notify_ = nullptr;
+    QCheckBox* contactNames_ = nullptr;
 };

@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QEventLoop>
 #include <QFrame>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -26,12 +27,15 @@
 #include "framework/ui/message_box.h"
 #include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
+#include "message_ui/ui/contact_names_cache.h"
 #include "message_ui/ui/contact_picker_dialog.h"
 #include "message_ui/ui/message_dialog.h"
 #include "message_ui/ui/store_failure.h"
 #include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
+#include "shell/ui/background_check.h"
+#include "shell/ui/desktop_notifier.h"
 #include "shell/ui/message_list_model.h"
 #include "shell/ui/message_row_delegate.h"
 #include "shell/ui/progress_dialog.h"
@@ -59,6 +63,9 @@ constexpr unsigned kStringImport = 3204;
 constexpr unsigned kStringNotExported = 3210;
 constexpr unsigned kStringNotImported = 3213;
 constexpr unsigned kStringTransferRunning = 3215;
+constexpr unsigned kStringProductName = 2;
+constexpr unsigned kStringChecking = 3300;
+constexpr unsigned kStringTitleWithCount = 3309;
 
 struct FolderEntry {
     unsigned stringId;
@@ -263,8 +270,17 @@ void MessageListView::AddCommands() {
     AddCommand(kCmdPickContact, [this] { PickContact(); });
     AddCommand(kSendAndGetId, [this] { Transfer(); });
     AddCommand(kGetId, [this] { Transfer(); });
-    AddCommand(kCmdConnection, [this] { RunConnectionDialog(); });
-    AddCommand(kCmdPreferences, [this] { RunPreferencesDialog(); });
+    AddCommand(kCmdConnection, [this] {
+        ScreenOpen open(this);
+        RunConnectionDialog();
+    });
+    AddCommand(kCmdPreferences, [this] {
+        {
+            ScreenOpen open(this);
+            RunPreferencesDialog();
+        }
+        ApplyNewMessageOptions();
+    });
     AddCommand(kCmdExit, [this] { EndDialog(IDOK); });
     AddCommand(kCmdExport, [this] { ExportMessages(); });
     AddCommand(kCmdImport, [this] { ImportMessages(); });
@@ -371,6 +387,30 @@ bool MessageListView::OnInitDialog() {
     searchLayout->addWidget(allFolders_);
     connect(searchField_, &QLineEdit::textChanged, this, [this] { ApplySearch(); });
     connect(allFolders_, &QCheckBox::toggled, this, [this] { ApplySearch(); });
+    // The line of the automatic check, above the rows: "Checking..." while it runs, the reason
+    // when it failed.
+    checkLine_ = new QLabel(this);
+    checkLine_->setObjectName(QStringLiteral("checkLine"));
+    checkLine_->setTextFormat(Qt::PlainText);
+    checkLine_->setWordWrap(true);
+    checkLine_->setContentsMargins(4, 2, 4, 2);
+    checkLine_->hide();
+    check_ = new BackgroundCheck(this);
+    check_->SetGate([this] { return MayCheckNow(); });
+    connect(check_, &BackgroundCheck::started, this, [this] { OnCheckStarted(); });
+    connect(check_, &BackgroundCheck::finished, this,
+            [this](TransferError, const QString& failure, const std::vector<Oid>& stored) {
+                OnCheckFinished(failure, stored);
+            });
+    notifier_ = CreateNotifier();
+    if (notifier_ != nullptr) {
+        // The request comes from the bus; the read dialog runs its own loop, so it opens later.
+        connect(
+            notifier_, &DesktopNotifier::openRequested, this,
+            [this](Oid oid) { OpenFromNotification(oid); }, Qt::QueuedConnection);
+    }
+    connect(&ContactNamesCache::Instance(), &ContactNamesCache::changed, this,
+            [this] { Refresh(); });
 
     // A store that cannot be opened leaves the list empty; the program stays usable, says why
     // and offers to try again.
@@ -383,6 +423,7 @@ bool MessageListView::OnInitDialog() {
     }
     model_->SetDatabase(&db_);
     currentFolder_ = 0;
+    ApplyNewMessageOptions();
     SwitchFolder(kFolderInbox);
 
     // Once the list is on screen, in this order: the box about the store, the add-in
@@ -431,8 +472,8 @@ void MessageListView::Layout(int w, int h) {
         button->setGeometry(w - kEdge - button->width(), kButtonTop, button->width(),
                             kButtonBottom - kButtonTop);
     }
-    // The search line, then the line about a store that cannot be opened, stand between the
-    // header and the rows.
+    // The search line, the line about a store that cannot be opened and the line of the
+    // automatic check stand between the header and the rows, in that order.
     int top = kListTop;
     if (!searchBar_->isHidden()) {
         const int searchHeight = searchBar_->sizeHint().height();
@@ -445,6 +486,11 @@ void MessageListView::Layout(int w, int h) {
                                      : storeBanner_->sizeHint().height();
         storeBanner_->setGeometry(0, top, w, bannerHeight);
         top += bannerHeight;
+    }
+    if (!checkLine_->isHidden()) {
+        const int lineHeight = checkLine_->heightForWidth(w);
+        checkLine_->setGeometry(0, top, w, lineHeight);
+        top += lineHeight;
     }
     list_->setGeometry(0, top, w, qMax(0, h - top));
     separator_->setGeometry(0, kSeparatorTop, w, 1);
@@ -611,6 +657,7 @@ int MessageListView::FirstSelectedRow() const {
 }
 
 void MessageListView::Reload() {
+    reloadPending_ = false;
     UpdateStoreBanner();
     const Oid remembered = model_->OidAt(FirstSelectedRow());
     delegate_->SetToday(TodayDateText());
@@ -637,6 +684,7 @@ void MessageListView::Reload() {
     list_->SetMenuJustClosed(false);
     list_->setUpdatesEnabled(true);
     UpdateSendAgain();
+    UpdateTitle();
 }
 
 void MessageListView::OnActivate() {
@@ -656,7 +704,12 @@ void MessageListView::UpdateSendAgain() {
 }
 
 void MessageListView::Refresh() {
-    if (list_ != nullptr) list_->viewport()->update();
+    if (list_ == nullptr) return;
+    if (reloadPending_) {
+        Reload();
+        return;
+    }
+    list_->viewport()->update();
 }
 
 bool MessageListView::OnAppMessage(std::uint32_t message, std::uintptr_t, std::intptr_t) {
@@ -725,7 +778,10 @@ void MessageListView::NewMessage(bool fromCommandLine) {
 
 void MessageListView::PickContact() {
     std::u16string name, number;
-    if (RunContactPicker(&name, &number) != IDOK) return;
+    {
+        ScreenOpen open(this);
+        if (RunContactPicker(&name, &number) != IDOK) return;
+    }
     SmsMessage message;
     message.name = name;
     message.number = number;
@@ -733,6 +789,7 @@ void MessageListView::PickContact() {
 }
 
 void MessageListView::RunAndSave(SmsMessage& message) {
+    ScreenOpen open(this);
     storedByDialog_ = false;
     if (RunMessageDialog(message) == IDOK && !storedByDialog_) {
         QString problem;
@@ -773,6 +830,7 @@ void MessageListView::ReplyOrForward(bool reply) {
 void MessageListView::DeleteSelected() {
     const std::vector<int> rows = SelectedRows();
     if (rows.empty()) return;
+    ScreenOpen open(this);
     if (ShowMessageBox(this, ResourceText(kStringDeleteQuestion), BoxKind::Question) != IDYES) {
         return;
     }
@@ -804,6 +862,8 @@ void MessageListView::DeleteSelected() {
     model_->RemoveRows(deleted);
     list_->setUpdatesEnabled(true);
     list_->viewport()->update();
+    // Unread messages may have gone with them.
+    UpdateTitle();
     if (!problem.isEmpty()) {
         ShowMessageBox(this, FormatResourceText(kStringNotDeleted, problem), BoxKind::Error);
     }
@@ -811,10 +871,20 @@ void MessageListView::DeleteSelected() {
 
 void MessageListView::Transfer() {
     if (importing_) return;
+    ScreenOpen open(this);
+    if (check_->IsRunning()) {
+        // An automatic check is under way: the person's own transfer follows it rather than
+        // meeting it at the phone.
+        QEventLoop wait;
+        connect(check_, &BackgroundCheck::finished, &wait, &QEventLoop::quit);
+        wait.exec();
+    }
     std::unique_ptr<ProgressDialog> dialog = CreateProgressDialog();
     if (dialog == nullptr) return;
     RunTransfer(*dialog, this);
+    const std::vector<Oid> stored = dialog->Session().StoredIds();
     dialog.reset();
+    if (notifier_ != nullptr) notifier_->Announce(db_, stored);
     if (currentFolder_ == kFolderLog) {
         Reload();
     } else {
@@ -824,6 +894,7 @@ void MessageListView::Transfer() {
 
 void MessageListView::SendAgain() {
     if (importing_ || !SelectedMaySendAgain()) return;
+    ScreenOpen open(this);
     SmsMessage message;
     message.oid = model_->OidAt(FirstSelectedRow());
     if (message.oid == 0 || !ReadById(db_, message)) return;
@@ -947,6 +1018,106 @@ void MessageListView::RunPreferencesDialog() {
 
 std::unique_ptr<ProgressDialog> MessageListView::CreateProgressDialog() {
     return std::make_unique<ProgressDialog>();
+}
+
+DesktopNotifier* MessageListView::CreateNotifier() {
+    return new DesktopNotifier(this);
+}
+
+// --- new messages: the automatic check, notifications, names ----------------------------
+
+bool MessageListView::MayCheckNow() const {
+    if (!IsRunning() || !isVisible() || !isEnabled() || screensOpen_ != 0 || importing_) {
+        return false;
+    }
+    // A box, a menu or another window of the program held over the list.
+    if (QApplication::activeModalWidget() != nullptr) return false;
+    if (QApplication::activePopupWidget() != nullptr) return false;
+    return !list_->MenuOpen();
+}
+
+void MessageListView::ApplyNewMessageOptions() {
+    std::uint32_t minutes = 0;
+    {
+        RegistryKey key;
+        if (OpenSettings(key)) minutes = ReadSettingDword(key, kValueCheckEvery);
+    }
+    // A new interval starts counting now; the same one keeps its rhythm.
+    if (minutes != check_->IntervalMinutes() || (minutes != 0 && !check_->TimerActive())) {
+        check_->SetIntervalMinutes(minutes);
+    }
+    if (ContactNamesCache::Enabled()) {
+        ContactNamesCache::Instance().Sync();
+        delegate_->SetContactNames(
+            [](std::u16string_view number) { return ContactNamesCache::Instance().Find(number); });
+    } else {
+        delegate_->SetContactNames({});
+    }
+    UpdateTitle();
+    Refresh();
+}
+
+void MessageListView::OnCheckStarted() {
+    ShowCheckLine(ResourceText(kStringChecking));
+}
+
+void MessageListView::OnCheckFinished(const QString& failure, const std::vector<Oid>& stored) {
+    // A failure stays in the line until the next check; success clears it.
+    ShowCheckLine(failure);
+    if (isVisible()) {
+        Reload();
+    } else {
+        // A page covers the list: it is reloaded when it is shown again, so that the page keeps
+        // its focus meanwhile.
+        reloadPending_ = true;
+    }
+    if (notifier_ != nullptr) notifier_->Announce(db_, stored);
+}
+
+void MessageListView::ShowCheckLine(const QString& text) {
+    checkLine_->setText(text);
+    checkLine_->setVisible(!text.isEmpty());
+    const QSize client = ClientSize();
+    Layout(client.width(), client.height());
+}
+
+void MessageListView::UpdateTitle() {
+    QWidget* frame = FrameWindowBase::Instance();
+    if (frame == nullptr) frame = window();
+    QString title = ResourceText(kStringProductName);
+    RegistryKey key;
+    std::uint32_t unread = 0;
+    if (OpenSettings(key) && ReadSettingFlag(key, kValueNotify) &&
+        db_.CountUnread(kFolderInbox, &unread) && unread != 0) {
+        TextBuffer format, text;
+        format.LoadResourceString(kStringTitleWithCount);
+        const std::u16string product = title.toStdU16String();
+        text.Format(80, format.Text(), product.c_str(), static_cast<int>(unread));
+        title = QString::fromUtf16(text.Text());
+    }
+    if (frame->windowTitle() != title) frame->setWindowTitle(title);
+}
+
+void MessageListView::OpenFromNotification(Oid oid) {
+    QWidget* frame = window();
+    frame->showNormal();
+    frame->raise();
+    frame->activateWindow();
+    // Over an open dialog the program only comes to the front: the dialog keeps its work.
+    if (!IsRunning() || screensOpen_ != 0 || QApplication::activeModalWidget() != nullptr) return;
+    if (oid == 0) {
+        if (currentFolder_ != kFolderLog) SwitchFolder(kFolderInbox);
+        return;
+    }
+    SmsMessage message;
+    message.oid = oid;
+    if (!ReadById(db_, message)) return;
+    const int row = model_->RowOf(oid);
+    if (row >= 0) {
+        list_->selectionModel()->setCurrentIndex(model_->index(row, 0),
+                                                 QItemSelectionModel::ClearAndSelect);
+    }
+    RunAndSave(message);
 }
 
 // The command line belongs to the frame window and the add-in registration to the shell: the

@@ -36,6 +36,8 @@ class QPushButton;
 class MessageListModel;
 class MessageRowDelegate;
 class ProgressDialog;
+class BackgroundCheck;
+class DesktopNotifier;
 
 // The list control (1021): extended selection with the mouse and the keyboard, drag selection
 // from the row where a drag begins, a context menu on press-and-hold and on the right button.
@@ -174,6 +176,19 @@ class MessageListView : public DialogBase {
     void ShowSearch();
     // Clears the field, hides it and shows the folder again, the selection kept (Escape).
     void CloseSearch();
+    // The automatic check (CheckEvery), the line above the rows that says "Checking..." or why
+    // the last check failed, and the desktop notifications of new messages.
+    BackgroundCheck* Check() const { return check_; }
+    QLabel* CheckLine() const { return checkLine_; }
+    DesktopNotifier* Notifier() const { return notifier_; }
+    // Whether an automatic check may start now: the list is on screen with no dialog, menu or
+    // transfer of the program over it.
+    bool MayCheckNow() const;
+    // Reads CheckEvery, ContactNames and Notify again and applies them (after Preferences).
+    void ApplyNewMessageOptions();
+    // Shows the message `oid` in the read dialog, with the program brought to the front (the
+    // notification's "Open"; 0 only brings the program to the front).
+    void OpenFromNotification(Oid oid);
 
   protected:
     bool OnInitDialog() override;
@@ -185,6 +200,9 @@ class MessageListView : public DialogBase {
     void Reject() override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
+
+    // The notifier of new messages; tests give one on a bus of their own.
+    virtual DesktopNotifier* CreateNotifier();
 
     // The screens the list opens. Each returns what its dialog returns (IDOK: the caller
     // stores the result).
@@ -238,6 +256,18 @@ class MessageListView : public DialogBase {
     // The field's words or the "All folders" box changed: the rows again, the selection kept.
     void ApplySearch();
     void LayoutNow();
+    void OnCheckStarted();
+    void OnCheckFinished(const QString& failure, const std::vector<Oid>& stored);
+    void ShowCheckLine(const QString& text);
+    void UpdateTitle();
+    // Every screen, box and transfer the list opens over itself counts while it is open.
+    struct ScreenOpen {
+        explicit ScreenOpen(MessageListView* view) : view_(view) { ++view_->screensOpen_; }
+        ~ScreenOpen() { --view_->screensOpen_; }
+        ScreenOpen(const ScreenOpen&) = delete;
+        ScreenOpen& operator=(const ScreenOpen&) = delete;
+        MessageListView* view_;
+    };
 
     // The store as the list writes to it: opened on demand (a store that could not be opened
     // at start is tried again), checked for a write lock, and written. Each puts the reason into
@@ -268,4 +298,10 @@ class MessageListView : public DialogBase {
     QString startProblem_;
     // Set when the compose dialog stored its message itself.
     bool storedByDialog_ = false;
+    BackgroundCheck* check_ = nullptr;
+    QLabel* checkLine_ = nullptr;
+    DesktopNotifier* notifier_ = nullptr;
+    int screensOpen_ = 0;
+    // An automatic check ended while a page covered the list.
+    bool reloadPending_ = false;
 };

@@ -33,7 +33,8 @@ void DrawClipped(QPainter* painter, const QRect& rect, int flags, const QString&
 
 }  // namespace
 
-MessageRowTexts MakeRowTexts(const SmsMessage& message, const TextBuffer& today) {
+MessageRowTexts MakeRowTexts(const SmsMessage& message, const TextBuffer& today,
+                             const ContactNameLookup& contactName) {
     MessageRowTexts texts;
     TextBuffer date;
     date.FormatDate(message.time, DATE_SHORTDATE);
@@ -44,8 +45,14 @@ MessageRowTexts MakeRowTexts(const SmsMessage& message, const TextBuffer& today)
     } else {
         texts.date = QString::fromUtf16(date.Text());
     }
+    const std::u16string* known = nullptr;
+    if (message.name.empty() && !message.number.empty() && contactName) {
+        known = contactName(message.number);
+    }
     if (!message.name.empty()) {
         texts.sender = ShownText(message.name);
+    } else if (known != nullptr) {
+        texts.sender = ShownText(*known);
     } else if (!message.number.empty()) {
         texts.sender = ShownText(message.number);
     } else {
@@ -133,7 +140,7 @@ void MessageRowDelegate::PaintRow(QPainter* painter, const QRect& itemRect, bool
     painter->setFont(font);
     painter->setPen(textColor);
 
-    const MessageRowTexts texts = MakeRowTexts(*message, today_);
+    const MessageRowTexts texts = MakeRowTexts(*message, today_, contactName_);
     const QFontMetrics fm(font);
     // The italic slant needs two more pixels.
     const int dw = fm.horizontalAdvance(texts.date) + (kind == RowFontKind::kSentInLog ? 2 : 0);

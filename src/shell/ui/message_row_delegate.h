@@ -11,6 +11,9 @@
 #include <QFont>
 #include <QString>
 #include <QStyledItemDelegate>
+#include <functional>
+#include <string>
+#include <string_view>
 
 #include "common/sms_message.h"
 #include "framework/text_buffer.h"
@@ -25,9 +28,14 @@ struct MessageRowTexts {
     QString mark;     // "may have been sent" or "cannot be sent" for such Outbox messages
 };
 
+// The name of a contact whose number matches, or null (the names of known numbers).
+using ContactNameLookup = std::function<const std::u16string*(std::u16string_view number)>;
+
 // `today` is today's date as a short date text (the reload's), to which a message's date is
-// compared as text.
-MessageRowTexts MakeRowTexts(const SmsMessage& message, const TextBuffer& today);
+// compared as text. With `contactName`, a message without a name whose number it knows shows
+// the contact's name as its sender.
+MessageRowTexts MakeRowTexts(const SmsMessage& message, const TextBuffer& today,
+                             const ContactNameLookup& contactName = {});
 
 // Today's date text: the current local time as a date with the default format.
 TextBuffer TodayDateText();
@@ -51,6 +59,9 @@ class MessageRowDelegate : public QStyledItemDelegate {
     const TextBuffer& Today() const { return today_; }
     void SetLogView(bool logView) { logView_ = logView; }
     bool LogView() const { return logView_; }
+    // Names for known numbers; empty while they are not shown.
+    void SetContactNames(ContactNameLookup lookup) { contactName_ = std::move(lookup); }
+    const ContactNameLookup& ContactNames() const { return contactName_; }
 
     // The row height: twice a line plus one pixel, fixed at first use. A line is as tall as the
     // tallest font a row is drawn in (the list's own, the bold of unread messages, the italic
@@ -75,5 +86,6 @@ class MessageRowDelegate : public QStyledItemDelegate {
   private:
     TextBuffer today_;
     bool logView_ = false;
+    ContactNameLookup contactName_;
     mutable int rowHeight_ = 0;
 };

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QTemporaryFile>
 #include <QtTest>
 
@@ -104,6 +105,52 @@ class PreferencesDialogTest : public QObject {
             QCOMPARE(StoredNumber(name), std::optional<std::uint32_t>(0));
         }
         QCOMPARE(StoredString(kValueSmsc), std::optional<std::u16string>(u"+3361234"));
+    }
+
+    void theNewMessageOptionsAreOffByDefaultAndWrittenOnOk() {
+        {
+            PreferencesDialog dialog;
+            RunDialog(dialog, nullptr, IDCANCEL);
+            auto* every = dialog.ControlAs<QSpinBox>(PreferencesDialog::kIdCheckEvery);
+            QVERIFY(every != nullptr);
+            QCOMPARE(every->value(), 0);
+            for (int id : {PreferencesDialog::kIdCheckSend, PreferencesDialog::kIdNotify,
+                           PreferencesDialog::kIdContactNames}) {
+                QVERIFY(!Box(dialog, id)->isChecked());
+            }
+            QCOMPARE(Box(dialog, PreferencesDialog::kIdNotify)->text(),
+                     QString("Notify me of new messages"));
+            QCOMPARE(Box(dialog, PreferencesDialog::kIdContactNames)->text(),
+                     QString("Show contact names"));
+            QCOMPARE(Box(dialog, PreferencesDialog::kIdCheckSend)->text(),
+                     QString("Send the Outbox when checking"));
+            QCOMPARE(dialog.ControlAs<QLabel>(PreferencesDialog::kIdCheckEveryLabel)->text(),
+                     QString("Check for new messages every"));
+        }
+        {
+            PreferencesDialog dialog;
+            RunDialog(
+                dialog,
+                [&] {
+                    auto* every = dialog.ControlAs<QSpinBox>(PreferencesDialog::kIdCheckEvery);
+                    every->setFocus();
+                    every->selectAll();
+                    QTest::keyClicks(every, "15");
+                    for (int id : {PreferencesDialog::kIdCheckSend, PreferencesDialog::kIdNotify,
+                                   PreferencesDialog::kIdContactNames}) {
+                        Click(Box(dialog, id));
+                    }
+                },
+                IDOK);
+        }
+        QCOMPARE(StoredNumber(kValueCheckEvery), std::optional<std::uint32_t>(15));
+        for (const char16_t* name : {kValueCheckSend, kValueNotify, kValueContactNames}) {
+            QCOMPARE(StoredNumber(name), std::optional<std::uint32_t>(1));
+        }
+        PreferencesDialog reopened;
+        RunDialog(reopened, nullptr, IDCANCEL);
+        QCOMPARE(reopened.ControlAs<QSpinBox>(PreferencesDialog::kIdCheckEvery)->value(), 15);
+        QVERIFY(Box(reopened, PreferencesDialog::kIdNotify)->isChecked());
     }
 
     void eachBoxOpensFromItsOwnValue() {
@@ -264,10 +311,12 @@ class PreferencesDialogTest : public QObject {
         RunDialog(
             dialog, [&] { writes = dialog.PendingWrites(); }, IDCANCEL);
         const std::vector<SettingWrite> expected = {
-            {kValueDelMsg, true, u"", 1},     {kValueSmsc, false, u"0049171", 0},
-            {kValueSmscCustom, true, u"", 0}, {kValueStatusReq, true, u"", 0},
-            {kValueFlash, true, u"", 1},      {kValueUnicode, true, u"", 0},
-            {kValueLongSms, true, u"", 0},
+            {kValueDelMsg, true, u"", 1},       {kValueSmsc, false, u"0049171", 0},
+            {kValueSmscCustom, true, u"", 0},   {kValueStatusReq, true, u"", 0},
+            {kValueFlash, true, u"", 1},        {kValueUnicode, true, u"", 0},
+            {kValueLongSms, true, u"", 0},      {kValueCheckEvery, true, u"", 0},
+            {kValueCheckSend, true, u"", 0},    {kValueNotify, true, u"", 0},
+            {kValueContactNames, true, u"", 0},
         };
         QCOMPARE(writes.size(), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
