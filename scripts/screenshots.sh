@@ -95,11 +95,11 @@ xvfb-run -a -s "-screen 0 800x600x24" bash -c '
   xdotool key Escape; sleep 0.5
   click 311 518                              # Cancel
   click 122 "$bottom" 0.5                    # Options
-  click 152 503                              # Connection
+  xdotool key Down Down Down Return; sleep 0.8   # Connection, the third entry
   shot connection
   xdotool key Escape; sleep 0.5
   click 122 "$bottom" 0.5
-  click 152 525                              # Preferences
+  xdotool key Down Down Down Down Return; sleep 0.8   # Preferences, the fourth entry
   shot preferences
   xdotool key Escape; sleep 0.3
   pkill -P "$demo" velkan-tessiver || true
@@ -157,7 +157,7 @@ xvfb-run -a -s "-screen 0 800x600x24" bash -c '
   shot long-compose
   click 311 518                              # Cancel
   click 122 "$bottom" 0.5                    # Options
-  click 152 525                              # Preferences
+  xdotool key Down Down Down Down Return; sleep 0.8   # Preferences, the fourth entry
   shot long-preferences
   xdotool key Escape; sleep 0.3
   kill "$program" "$sim"; wait 2>/dev/null || true
