@@ -165,6 +165,16 @@ void TransferSession::AddShortfall(std::u16string line) {
     shortfalls_.push_back(std::move(line));
 }
 
+std::vector<Oid> TransferSession::StoredIds() const {
+    std::lock_guard<std::mutex> lock(TextLock());
+    return storedIds_;
+}
+
+void TransferSession::NoteStored(Oid id) {
+    std::lock_guard<std::mutex> lock(TextLock());
+    storedIds_.push_back(id);
+}
+
 bool TransferSession::TakeTransferLock(TransferLock& lock) {
     const std::uint32_t deadline = GetTickCount() + kLockWaitMs;
     for (;;) {
@@ -177,6 +187,11 @@ bool TransferSession::TakeTransferLock(TransferLock& lock) {
                 return false;
             case TransferLock::Outcome::kBusy:
                 break;
+        }
+        // An automatic check does not queue behind another transfer: it tries again later.
+        if (settings_ && settings_->skipIfBusy) {
+            result_ = kErrBusy;
+            return false;
         }
         if (IsCancelled()) {
             result_ = kErrCancelled;
@@ -230,6 +245,7 @@ TransferError StoreRetrieved(PduRecord* record, void* context) {
         // would fail the same way, each after the same wait: they are counted, not tried.
         stored = ctx->notStored == 0 && WriteMessage(*ctx->store, message);
         if (stored) {
+            ctx->session->NoteStored(message.oid);
             ctx->session->PostText(kNotifyReceived, Detail(message));
         } else {
             if (ctx->notStored == 0) ctx->whyNotStored = ctx->store->LastErrorText();
@@ -264,6 +280,7 @@ void TransferSession::Run() {
     {
         std::lock_guard<std::mutex> lock(TextLock());
         shortfalls_.clear();
+        storedIds_.clear();
     }
     failureDetail_.clear();
 

@@ -56,6 +56,11 @@ class TransferSession : public WorkerThread {
     std::vector<std::u16string> Shortfalls() const;
     void AddShortfall(std::u16string line);
 
+    // The Inbox records this run stored (one per kNotifyReceived), in the order stored: the
+    // run's new messages, also when it ended early. Read under the text lock.
+    std::vector<Oid> StoredIds() const;
+    void NoteStored(Oid id);
+
     // How long a transfer waits for another one on the same store to end before it gives up
     // with kErrBusy, on the tick clock.
     static constexpr std::uint32_t kLockWaitMs = 5000;
@@ -71,7 +76,8 @@ class TransferSession : public WorkerThread {
     // Sends the Outbox messages that were there when sending started; false when the run
     // ends there.
     bool SendOutbox(MessageDatabase& store, PhoneSession* phone, bool localMode);
-    // Takes the store's transfer lock, waiting up to kLockWaitMs; false (result set) when not.
+    // Takes the store's transfer lock, waiting up to kLockWaitMs (not at all when the settings
+    // say skipIfBusy); false (result set) when not.
     bool TakeTransferLock(TransferLock& lock);
 
     std::optional<TransferSettings> settings_;  // of the run; written before its thread starts
@@ -79,5 +85,6 @@ class TransferSession : public WorkerThread {
     TransferError result_ = kErrNone;
     std::u16string failureDetail_;
     std::vector<std::u16string> shortfalls_;  // under TextLock()
+    std::vector<Oid> storedIds_;              // under TextLock()
     bool succeeded_ = false;  // kNotifySuccess was posted; written and read on the worker only
 };

@@ -12,4 +12,7 @@ struct TransferSettings {
     bool deleteAfterRetrieve = false;
     std::u16string serviceCentre;  // empty unless a custom centre is on
     bool statusReport = false;
+    // Another transfer holds the store's lock: end at once with kErrBusy instead of waiting
+    // for it (automatic checks, which simply try again at their next round).
+    bool skipIfBusy = false;
 };
