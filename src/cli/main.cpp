@@ -22,6 +22,7 @@ int RunExportVerb(int argc, char** argv);
 int RunImportVerb(int argc, char** argv);
 int RunBackupVerb(int argc, char** argv);
 int RunRestoreVerb(int argc, char** argv);
+int RunWatchVerb(int argc, char** argv);
 
 const Verb kVerbs[] = {
     {"pdu",
@@ -29,6 +30,7 @@ const Verb kVerbs[] = {
      "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
      &RunPduVerb},
     {"send-get", "velkan send-get", &RunSendGetVerb},
+    {"watch", "velkan watch [--interval SECONDS] [--exec COMMAND] [--once]", &RunWatchVerb},
     {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",
      &RunSendVerb},
     {"resend", "velkan resend ID", &RunResendVerb},
