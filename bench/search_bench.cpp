@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The search over a store of 1,000,000 messages, the filling of the search index of a store
 // of 100,000 messages made by an earlier version, and a message write with the index kept in
 // step. Each store is made once per run, in a folder of its own under the temporary folder

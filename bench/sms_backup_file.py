@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Writes a phone backup in the XML of "SMS Backup & Restore" of about the size asked for.
 
     bench/sms_backup_file.py SIZE_MB OUTPUT.xml

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Checks what every source file owes the project: the licence line (SPDX) near its top, and, for
-# C++, the layout of .clang-format. Prints each file that falls short and exits 1 if any does.
+# C++, the layout of .clang-format; and that the translations are complete and in step with the
+# sources (scripts/update_translations.sh --check). Prints what falls short and exits 1 if any does.
 #
 # Usage: scripts/check_sources.sh        (from anywhere in the checkout)
 set -euo pipefail
@@ -25,6 +26,9 @@ if ! clang-format --dry-run -Werror "${cxx[@]}" 2>"${TMPDIR:-/tmp}/clang-format.
   status=1
 fi
 rm -f "${TMPDIR:-/tmp}/clang-format.$$"
+if ! scripts/update_translations.sh --check; then
+  status=1
+fi
 if [ "$status" -eq 0 ]; then
   echo "sources: ${#sources[@]} files carry the licence line, ${#cxx[@]} C++ files are formatted"
 fi

@@ -118,7 +118,8 @@ mkdir -p "$home/config" "$home/data" "$home/cache" "$home/runtime"
 chmod 700 "$home/runtime"
 run_as_user() {
   env -u DISPLAY -u WAYLAND_DISPLAY -u VELKAN_DATA_DIR -u XDG_CURRENT_DESKTOP -u DESKTOP_SESSION \
-    -u KDE_FULL_SESSION -u GNOME_DESKTOP_SESSION_ID -u BROWSER HOME="$home" \
+    -u KDE_FULL_SESSION -u GNOME_DESKTOP_SESSION_ID -u BROWSER -u LANGUAGE -u LC_MESSAGES \
+    -u LANG HOME="$home" \
     XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" XDG_CACHE_HOME="$home/cache" \
     XDG_RUNTIME_DIR="$home/runtime" XDG_DATA_DIRS=/usr/local/share:/usr/share \
     XDG_CONFIG_DIRS=/etc/xdg LC_ALL=C.UTF-8 "$@"
@@ -199,6 +200,11 @@ step "desktop entry, icons, metainfo and man pages are valid"
 # --- the commands -----------------------------------------------------------------------------
 help=$(run_as_user velkan --help) || fail "velkan --help failed"
 grep -q '^Usage: velkan VERB' <<<"$help" || fail "velkan --help does not show its usage"
+# The translations are built into the installed command.
+run_as_user env LANGUAGE=de velkan --help | grep -q '^Aufruf: velkan VERB' ||
+  fail "velkan --help with LANGUAGE=de is not German"
+run_as_user env LANGUAGE=fr velkan --help | grep -q '^Utilisation.*: velkan VERBE' ||
+  fail "velkan --help with LANGUAGE=fr is not French"
 mapfile -t verbs < <(sed -n 's/^  velkan \([a-z-]*\).*/\1/p' <<<"$help" | sort -u)
 [ ${#verbs[@]} -ge 5 ] || fail "velkan --help lists only ${#verbs[@]} verbs"
 for verb in "${verbs[@]}"; do

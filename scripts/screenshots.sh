@@ -8,8 +8,8 @@
 #
 # docs/help/images/about.png, about-wide.png   the About page, drawn by the program itself
 # docs/help/images/start.png                   the whole virtual screen while the program starts
-# docs/help/images/progress.png, inbox.png, read.png, compose.png, picker.png, connection.png,
-# preferences.png                         the demo (scripts/run.sh) screen by screen
+# docs/help/images/progress.png, inbox.png, search.png, read.png, compose.png, picker.png,
+# connection.png, preferences.png         the demo (scripts/run.sh) screen by screen
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -44,10 +44,10 @@ xvfb-run -a -s "-screen 0 800x600x24" bash -c '
 echo "$out/start.png"
 
 # The demo as a newcomer sees it, screen by screen, driven with the mouse and the keyboard:
-# the progress of "Get", the Inbox it filled, a message opened, a new message being written, the
-# contact picker, the connection and preferences dialogs. Positions are those of the screens'
-# templates in the default frame size. The demo keeps its own folders under build/demo; start
-# them afresh so the Inbox is empty before "Get".
+# the progress of "Get", the Inbox it filled, a search in it, a message opened, a new message
+# being written, the contact picker, the connection and preferences dialogs. Positions are those
+# of the screens' templates in the default frame size. The demo keeps its own folders under
+# build/demo; start them afresh so the Inbox is empty before "Get".
 rm -rf "$root/build/demo"
 xvfb-run -a -s "-screen 0 800x600x24" bash -c '
   set -e
@@ -74,6 +74,10 @@ xvfb-run -a -s "-screen 0 800x600x24" bash -c '
   shot progress
   sleep 4                                    # the transfer, "Success", and 1.5 s
   shot inbox
+  xdotool key ctrl+f; sleep 0.3              # Find: the search field
+  xdotool type --delay 10 "4930"; sleep 0.5
+  shot search
+  xdotool key Escape; sleep 0.5              # the whole Inbox again
   click 100 80                               # the second message
   shot read
   click 41 485                               # OK

@@ -13,6 +13,8 @@ packages=(
   clang libclang-rt-dev
   # Qt 6: Core for settings, Widgets for the user interface, SerialPort for the port list
   qt6-base-dev qt6-base-dev-tools libxkbcommon-dev qt6-serialport-dev libgl-dev
+  # Qt 6's linguist tools: lrelease builds the translations, lupdate keeps them in step
+  qt6-tools-dev qt6-l10n-tools
   # the message store
   libsqlite3-dev sqlite3
   # tests and benchmarks
@@ -27,6 +29,8 @@ packages=(
   # interoperability tests: two independent GSM 07.07/07.05 clients (gammu, smstools' smsd)
   # run against the simulated phone
   gammu smstools
+  # the round trips of export and import, read back by Python's own XML and mailbox modules
+  python3
 )
 
 missing=()

@@ -49,7 +49,8 @@ echo "== tsan build (threaded core and the progress dialog)"
 cmake --preset tsan >/dev/null
 tsan_tests=(tests/session/session_tests tests/session/transfer_session_tests tests/store/store_tests
             tests/shell/list/shell_progress_dialog_tests
-            tests/shell/list/shell_progress_dialog_live_tests)
+            tests/shell/list/shell_progress_dialog_live_tests
+            tests/shell/list/shell_message_list_exchange_tests)
 cmake --build --preset tsan -j "$jobs" --target velkan-phone-sim "${tsan_tests[@]##*/}"
 echo "== tsan tests"
 for t in "${tsan_tests[@]}"; do
@@ -64,7 +65,7 @@ done
 echo "== fuzz build"
 cmake --preset fuzz >/dev/null
 fuzzers=(decode_pdu hex_to_bytes line_cutter cmgl_listing cpms_response vcard smsto hand_over
-         transfer)
+         transfer csv_import json_import xml_import)
 cmake --build --preset fuzz -j "$jobs" --target "${fuzzers[@]/#/fuzz_}"
 echo "== fuzz runs"
 fuzz_scratch=$(mktemp -d)

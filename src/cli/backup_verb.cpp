@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan backup FILE [--force]
 //
 // Writes a consistent copy of the message store to FILE while the program may be running
@@ -10,6 +11,7 @@
 
 #include "cli/store_access.h"
 #include "cli/verbs.h"
+#include "resources/translations.h"
 #include "store/store_backup.h"
 
 namespace {
@@ -26,14 +28,16 @@ int RunBackupVerb(int argc, char** argv) {
         if (arg == "--force") {
             force = true;
         } else if (arg.size() > 1 && arg[0] == '-') {
-            return UsageError(kVerb, ("unknown option '" + arg + "'").c_str());
+            return UsageError(
+                kVerb, Translate("velkan", "unknown option '%1'").arg(QString::fromStdString(arg)));
         } else if (path != nullptr) {
-            return UsageError(kVerb, "backup takes one FILE");
+            return UsageError(kVerb, Translate("velkan", "backup takes one FILE"));
         } else {
             path = argv[i];
         }
     }
-    if (path == nullptr) return UsageError(kVerb, "which file? give the copy's name");
+    if (path == nullptr)
+        return UsageError(kVerb, Translate("velkan", "which file? give the copy's name"));
     {
         // A store found damaged now is set aside: a copy of the new, empty one would be of no
         // use.
@@ -44,11 +48,14 @@ int RunBackupVerb(int argc, char** argv) {
     const bool ok = BackupStore(path, force, &error);
     ReportNotices();
     if (!ok) {
-        std::fprintf(
-            stderr, "velkan: %s%s\n", error.c_str(),
-            !force && error.find("exists") != std::string::npos ? " (--force replaces it)" : "");
+        QString message = QString::fromStdString(error);
+        if (!force && error.find("exists") != std::string::npos) {
+            message += Translate("velkan", " (--force replaces it)");
+        }
+        Say(message);
         return 1;
     }
-    std::fprintf(stderr, "velkan: the message store was copied to %s\n", path);
+    Say(Translate("velkan", "the message store was copied to %1")
+            .arg(QString::fromLocal8Bit(path)));
     return 0;
 }

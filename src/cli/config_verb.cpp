@@ -16,6 +16,7 @@
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
 #include "pdu/submit_check.h"
+#include "resources/translations.h"
 #include "settings/settings_key.h"
 
 namespace {
@@ -45,8 +46,8 @@ int UnknownName(const char* name) {
         if (!known.empty()) known += ", ";
         known += Utf16ToUtf8(kSettings[i].name);
     }
-    return UsageError(
-        kVerb, (std::string("unknown setting '") + name + "' (known: " + known + ")").c_str());
+    return UsageError(kVerb, Translate("velkan", "unknown setting '%1' (known: %2)")
+                                 .arg(QString::fromUtf8(name), QString::fromStdString(known)));
 }
 
 std::string ValueText(RegistryKey& key, const SettingInfo& setting) {
@@ -57,16 +58,16 @@ std::string ValueText(RegistryKey& key, const SettingInfo& setting) {
 // Says so when opening the settings found lines it could not read and kept the file aside.
 void ReportDamagedCopy(const RegistryKey& key) {
     if (key.DamagedCopy().empty()) return;
-    std::fprintf(stderr,
-                 "velkan: the settings file had lines that could not be read; they were left "
-                 "out, and the file as it was is kept as %s\n",
-                 key.DamagedCopy().c_str());
+    Say(Translate("velkan",
+                  "the settings file had lines that could not be read; they were left out, and "
+                  "the file as it was is kept as %1")
+            .arg(QString::fromStdString(key.DamagedCopy())));
 }
 
 // Opens the settings for reading; without them every value reads as its default.
 void OpenForReading(RegistryKey& key) {
     if (!OpenSettings(key)) {
-        std::fputs("velkan: the settings cannot be opened; showing the defaults\n", stderr);
+        Say(Translate("velkan", "the settings cannot be opened; showing the defaults"));
     }
     ReportDamagedCopy(key);
 }
@@ -88,7 +89,8 @@ int Set(const SettingInfo& setting, const char* valueText) {
     std::u16string text = Utf8ToUtf16(valueText);
     const std::string name = Utf16ToUtf8(setting.name);
     if (setting.type == SettingType::kDword && !ParseDword(valueText, &number)) {
-        return UsageError(kVerb, (name + " takes a number (0 = off, 1 = on)").c_str());
+        return UsageError(kVerb, Translate("velkan", "%1 takes a number (0 = off, 1 = on)")
+                                     .arg(QString::fromStdString(name)));
     }
     if (std::u16string_view(setting.name) == kValueSmsc) {
         // Normalised as the preferences dialog stores it, and kept only if a message can be
@@ -96,12 +98,14 @@ int Set(const SettingInfo& setting, const char* valueText) {
         NormalizePhoneNumber(text);
         std::string reason;
         if (ValidateServiceCentre(text, &reason) != kErrNone) {
-            return UsageError(kVerb, (name + " is not set: " + reason).c_str());
+            return UsageError(
+                kVerb, Translate("velkan", "%1 is not set: %2")
+                           .arg(QString::fromStdString(name), QString::fromStdString(reason)));
         }
     }
     RegistryKey key;
     if (!OpenSettings(key)) {
-        std::fputs("velkan: the settings cannot be opened for writing\n", stderr);
+        Say(Translate("velkan", "the settings cannot be opened for writing"));
         return 1;
     }
     ReportDamagedCopy(key);
@@ -121,8 +125,8 @@ int Set(const SettingInfo& setting, const char* valueText) {
         result = key.WriteString(n, text);
     }
     if (result != kRegSuccess) {
-        std::fprintf(stderr, "velkan: %s could not be written to %s\n", name.c_str(),
-                     key.Location().c_str());
+        Say(Translate("velkan", "%1 could not be written to %2")
+                .arg(QString::fromStdString(name), QString::fromStdString(key.Location())));
         return 1;
     }
     return 0;
@@ -131,10 +135,11 @@ int Set(const SettingInfo& setting, const char* valueText) {
 }  // namespace
 
 int RunConfigVerb(int argc, char** argv) {
-    if (argc < 2) return UsageError(kVerb, "list, get NAME or set NAME VALUE?");
+    if (argc < 2)
+        return UsageError(kVerb, Translate("velkan", "list, get NAME or set NAME VALUE?"));
     const char* action = argv[1];
     if (std::strcmp(action, "list") == 0) {
-        if (argc != 2) return UsageError(kVerb, "list takes no arguments");
+        if (argc != 2) return UsageError(kVerb, Translate("velkan", "list takes no arguments"));
         RegistryKey key;
         OpenForReading(key);
         for (std::size_t i = 0; i < kSettingCount; ++i) {
@@ -144,7 +149,7 @@ int RunConfigVerb(int argc, char** argv) {
         return 0;
     }
     if (std::strcmp(action, "get") == 0) {
-        if (argc != 3) return UsageError(kVerb, "get takes one NAME");
+        if (argc != 3) return UsageError(kVerb, Translate("velkan", "get takes one NAME"));
         const SettingInfo* setting = Lookup(argv[2]);
         if (setting == nullptr) return UnknownName(argv[2]);
         RegistryKey key;
@@ -153,11 +158,12 @@ int RunConfigVerb(int argc, char** argv) {
         return 0;
     }
     if (std::strcmp(action, "set") == 0) {
-        if (argc != 4) return UsageError(kVerb, "set takes a NAME and a VALUE");
+        if (argc != 4)
+            return UsageError(kVerb, Translate("velkan", "set takes a NAME and a VALUE"));
         const SettingInfo* setting = Lookup(argv[2]);
         if (setting == nullptr) return UnknownName(argv[2]);
         return Set(*setting, argv[3]);
     }
-    return UsageError(kVerb,
-                      (std::string("unknown action '") + action + "': list, get or set").c_str());
+    return UsageError(kVerb, Translate("velkan", "unknown action '%1': list, get or set")
+                                 .arg(QString::fromUtf8(action)));
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan export --format csv|json|xml|mbox [--folder F] [--output FILE]
 //
 // Writes the messages (of one folder, or log for Inbox and Sent, or all of them) oldest first
@@ -15,6 +16,7 @@
 #include "cli/progress_line.h"
 #include "cli/store_access.h"
 #include "cli/verbs.h"
+#include "resources/translations.h"
 #include "store/message_exchange.h"
 
 namespace {
@@ -30,33 +32,42 @@ int RunExportVerb(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--format" || arg == "--folder" || arg == "--output") {
-            if (i + 1 >= argc) return UsageError(kVerb, (arg + " needs a value").c_str());
+            if (i + 1 >= argc)
+                return UsageError(
+                    kVerb,
+                    Translate("velkan", "%1 needs a value").arg(QString::fromStdString(arg)));
             const char* value = argv[++i];
             if (arg == "--format") {
                 formatName = value;
             } else if (arg == "--output") {
                 output = value;
             } else if (!ParseFolderName(value, &folder)) {
-                return UsageError(kVerb, (std::string("unknown folder '") + value +
-                                          "': inbox, outbox, draft, sent or log")
-                                             .c_str());
+                return UsageError(
+                    kVerb,
+                    Translate("velkan", "unknown folder '%1': inbox, outbox, draft, sent or log")
+                        .arg(QString::fromLocal8Bit(value)));
             }
         } else {
-            return UsageError(kVerb, ("unexpected argument '" + arg + "'").c_str());
+            return UsageError(
+                kVerb,
+                Translate("velkan", "unexpected argument '%1'").arg(QString::fromStdString(arg)));
         }
     }
     ExchangeFormat format;
-    if (formatName == nullptr) return UsageError(kVerb, "which format? --format csv|json|xml|mbox");
+    if (formatName == nullptr)
+        return UsageError(kVerb, Translate("velkan", "which format? --format csv|json|xml|mbox"));
     if (!ParseExchangeFormat(formatName, &format)) {
-        return UsageError(
-            kVerb,
-            (std::string("unknown format '") + formatName + "': csv, json, xml or mbox").c_str());
+        return UsageError(kVerb, Translate("velkan", "unknown format '%1': csv, json, xml or mbox")
+                                     .arg(QString::fromLocal8Bit(formatName)));
     }
 
     MessageDatabase db;
     if (!OpenStore(db)) return 1;
-    ProgressLine line(
-        std::string("exporting") + (output != nullptr ? std::string(" to ") + output : ""), false);
+    ProgressLine line(output != nullptr ? Translate("velkan", "exporting to %1")
+                                              .arg(QString::fromLocal8Bit(output))
+                                              .toStdString()
+                                        : Translate("velkan", "exporting").toStdString(),
+                      false);
     const ExchangeProgress progress = [&line](std::uint64_t done, std::uint64_t total) {
         return line.Show(done, total);
     };
@@ -67,19 +78,24 @@ int RunExportVerb(int argc, char** argv) {
     line.Finish();
     if (!ok) {
         ReportNotices();
-        std::fprintf(stderr, "velkan: %s%s\n", summary.error.c_str(),
-                     output != nullptr ? "; no file was written" : "");
+        QString message = QString::fromStdString(summary.error);
+        if (output != nullptr) message += Translate("velkan", "; no file was written");
+        Say(message);
         return 1;
     }
-    std::fprintf(stderr, "velkan: exported %llu message%s%s%s\n",
-                 static_cast<unsigned long long>(summary.written), summary.written == 1 ? "" : "s",
-                 output != nullptr ? " to " : "", output != nullptr ? output : "");
+    const QString exported = Count(summary.written, Translate("velkan", "1 message"),
+                                   Translate("velkan", "%1 messages"));
+    Say(output != nullptr
+            ? Translate("velkan", "exported %1 to %2").arg(exported, QString::fromLocal8Bit(output))
+            : Translate("velkan", "exported %1").arg(exported));
     if (summary.skipped != 0) {
-        std::fprintf(stderr,
-                     "velkan: %llu message%s in no folder of the program (not Inbox, Outbox, "
-                     "Draft or Sent) %s left out\n",
-                     static_cast<unsigned long long>(summary.skipped),
-                     summary.skipped == 1 ? "" : "s", summary.skipped == 1 ? "was" : "were");
+        Say(Count(summary.skipped,
+                  Translate("velkan",
+                            "1 message in no folder of the program (not Inbox, Outbox, Draft or "
+                            "Sent) was left out"),
+                  Translate("velkan",
+                            "%1 messages in no folder of the program (not Inbox, Outbox, Draft "
+                            "or Sent) were left out")));
     }
     return 0;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan import FILE [--format xml|csv|json]
 //
 // Reads the messages of FILE into the store: the XML of a phone's "SMS Backup & Restore"
@@ -20,15 +21,12 @@
 #include "cli/progress_line.h"
 #include "cli/store_access.h"
 #include "cli/verbs.h"
+#include "resources/translations.h"
 #include "store/message_exchange.h"
 
 namespace {
 
 constexpr const char* kVerb = "import";
-
-const char* Plural(std::uint64_t n) {
-    return n == 1 ? "" : "s";
-}
 
 }  // namespace
 
@@ -38,29 +36,33 @@ int RunImportVerb(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--format") {
-            if (i + 1 >= argc) return UsageError(kVerb, "--format needs a value");
+            if (i + 1 >= argc)
+                return UsageError(kVerb, Translate("velkan", "--format needs a value"));
             formatName = argv[++i];
         } else if (arg.size() > 1 && arg[0] == '-') {
-            return UsageError(kVerb, ("unknown option '" + arg + "'").c_str());
+            return UsageError(
+                kVerb, Translate("velkan", "unknown option '%1'").arg(QString::fromStdString(arg)));
         } else if (path != nullptr) {
-            return UsageError(kVerb, "import takes one FILE");
+            return UsageError(kVerb, Translate("velkan", "import takes one FILE"));
         } else {
             path = argv[i];
         }
     }
-    if (path == nullptr) return UsageError(kVerb, "which file? give the backup or export to read");
+    if (path == nullptr)
+        return UsageError(kVerb,
+                          Translate("velkan", "which file? give the backup or export to read"));
     ExchangeFormat format = ExchangeFormat::kXml;
     if (formatName != nullptr &&
         (!ParseExchangeFormat(formatName, &format) || format == ExchangeFormat::kMbox)) {
-        return UsageError(
-            kVerb, (std::string("unknown format '") + formatName + "': xml, csv or json").c_str());
+        return UsageError(kVerb, Translate("velkan", "unknown format '%1': xml, csv or json")
+                                     .arg(QString::fromLocal8Bit(formatName)));
     }
 
     const bool standardInput = std::strcmp(path, "-") == 0;
     std::FILE* file = standardInput ? stdin : std::fopen(path, "rb");
     if (file == nullptr) {
-        std::fprintf(stderr, "velkan: %s cannot be read: %s; nothing was imported\n", path,
-                     std::strerror(errno));
+        Say(Translate("velkan", "%1 cannot be read: %2; nothing was imported")
+                .arg(QString::fromLocal8Bit(path), QString::fromLocal8Bit(std::strerror(errno))));
         return 1;
     }
     struct stat st;
@@ -81,7 +83,11 @@ int RunImportVerb(int argc, char** argv) {
         if (!standardInput) std::fclose(file);
         return 1;
     }
-    ProgressLine line(std::string("importing ") + (standardInput ? "standard input" : path), true);
+    ProgressLine line(Translate("velkan", "importing %1")
+                          .arg(standardInput ? Translate("velkan", "standard input")
+                                             : QString::fromLocal8Bit(path))
+                          .toStdString(),
+                      true);
     ImportSummary summary;
     const bool ok = ImportMessages(
         db, format, file, size,
@@ -91,29 +97,33 @@ int RunImportVerb(int argc, char** argv) {
     if (!standardInput) std::fclose(file);
     if (!ok) {
         ReportNotices();
-        std::fprintf(stderr, "velkan: %s%s%s; nothing was imported\n",
-                     summary.fileDamaged ? (standardInput ? "standard input" : path) : "",
-                     summary.fileDamaged ? ": " : "", summary.error.c_str());
+        const QString error = QString::fromStdString(summary.error);
+        const QString source =
+            standardInput ? Translate("velkan", "standard input") : QString::fromLocal8Bit(path);
+        Say(summary.fileDamaged
+                ? Translate("velkan", "%1: %2; nothing was imported").arg(source, error)
+                : Translate("velkan", "%1; nothing was imported").arg(error));
         return 1;
     }
-    std::fprintf(stderr, "velkan: imported %llu message%s from %s as %s",
-                 static_cast<unsigned long long>(summary.added), Plural(summary.added),
-                 standardInput ? "standard input" : path, ExchangeFormatName(format));
+    QString imported = Translate("velkan", "imported %1 from %2 as %3")
+                           .arg(Count(summary.added, Translate("velkan", "1 message"),
+                                      Translate("velkan", "%1 messages")),
+                                standardInput ? Translate("velkan", "standard input")
+                                              : QString::fromLocal8Bit(path),
+                                QString::fromUtf8(ExchangeFormatName(format)));
     if (summary.duplicates != 0) {
-        std::fprintf(stderr, ", %llu already in the store",
-                     static_cast<unsigned long long>(summary.duplicates));
+        imported += Translate("velkan", ", %1 already in the store").arg(summary.duplicates);
     }
     if (summary.mmsSkipped != 0) {
-        std::fprintf(stderr, ", %llu MMS skipped",
-                     static_cast<unsigned long long>(summary.mmsSkipped));
+        imported += Translate("velkan", ", %1 MMS skipped").arg(summary.mmsSkipped);
     }
-    std::fputc('\n', stderr);
+    Say(imported);
     if (summary.toOutbox != 0) {
-        std::fprintf(stderr,
-                     "velkan: %llu of them %s in the Outbox and will be sent by the next "
-                     "send-get\n",
-                     static_cast<unsigned long long>(summary.toOutbox),
-                     summary.toOutbox == 1 ? "is" : "are");
+        Say(Count(
+            summary.toOutbox,
+            Translate("velkan", "1 of them is in the Outbox and will be sent by the next send-get"),
+            Translate("velkan",
+                      "%1 of them are in the Outbox and will be sent by the next send-get")));
     }
     return 0;
 }

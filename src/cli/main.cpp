@@ -5,6 +5,7 @@
 
 #include "cli/verbs.h"
 #include "release_version.h"
+#include "resources/translations.h"
 
 int RunPduVerb(int argc, char** argv);
 int RunSmsToVerb(int argc, char** argv);
@@ -24,50 +25,73 @@ int RunBackupVerb(int argc, char** argv);
 int RunRestoreVerb(int argc, char** argv);
 int RunWatchVerb(int argc, char** argv);
 
+// The synopses are translated when shown (their placeholders, such as NUMBER, are words of the
+// user's language; the verbs and options are not).
 const Verb kVerbs[] = {
     {"pdu",
-     "velkan pdu decode HEX [--tpdu-length N]\n"
-     "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]",
+     QT_TRANSLATE_NOOP(
+         "velkan",
+         "velkan pdu decode HEX [--tpdu-length N]\n"
+         "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]"),
      &RunPduVerb},
-    {"send-get", "velkan send-get", &RunSendGetVerb},
-    {"watch", "velkan watch [--interval SECONDS] [--exec COMMAND] [--once]", &RunWatchVerb},
-    {"send", "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]",
+    {"send-get", QT_TRANSLATE_NOOP("velkan", "velkan send-get"), &RunSendGetVerb},
+    {"watch",
+     QT_TRANSLATE_NOOP("velkan", "velkan watch [--interval SECONDS] [--exec COMMAND] [--once]"),
+     &RunWatchVerb},
+    {"send",
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]"),
      &RunSendVerb},
-    {"resend", "velkan resend ID", &RunResendVerb},
+    {"resend", QT_TRANSLATE_NOOP("velkan", "velkan resend ID"), &RunResendVerb},
     {"compose",
-     "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]",
+     QT_TRANSLATE_NOOP(
+         "velkan",
+         "velkan compose --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash] [--draft]"),
      &RunComposeVerb},
-    {"list", "velkan list inbox|outbox|draft|sent|log [--json]", &RunListVerb},
-    {"delete", "velkan delete ID...", &RunDeleteVerb},
-    {"search", "velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]",
+    {"list", QT_TRANSLATE_NOOP("velkan", "velkan list inbox|outbox|draft|sent|log [--json]"),
+     &RunListVerb},
+    {"delete", QT_TRANSLATE_NOOP("velkan", "velkan delete ID..."), &RunDeleteVerb},
+    {"search",
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan search WORDS... [--folder inbox|outbox|draft|sent|log] [--json]"),
      &RunSearchVerb},
-    {"recover", "velkan recover FILE", &RunRecoverVerb},
+    {"recover", QT_TRANSLATE_NOOP("velkan", "velkan recover FILE"), &RunRecoverVerb},
     {"export",
-     "velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log]"
-     " [--output FILE]",
+     QT_TRANSLATE_NOOP(
+         "velkan",
+         "velkan export --format csv|json|xml|mbox [--folder inbox|outbox|draft|sent|log]"
+         " [--output FILE]"),
      &RunExportVerb},
-    {"import", "velkan import FILE [--format xml|csv|json]", &RunImportVerb},
-    {"backup", "velkan backup FILE [--force]", &RunBackupVerb},
-    {"restore", "velkan restore FILE", &RunRestoreVerb},
-    {"recent", "velkan recent [--json]", &RunRecentVerb},
-    {"config", "velkan config list | get NAME | set NAME VALUE", &RunConfigVerb},
+    {"import", QT_TRANSLATE_NOOP("velkan", "velkan import FILE [--format xml|csv|json]"),
+     &RunImportVerb},
+    {"backup", QT_TRANSLATE_NOOP("velkan", "velkan backup FILE [--force]"), &RunBackupVerb},
+    {"restore", QT_TRANSLATE_NOOP("velkan", "velkan restore FILE"), &RunRestoreVerb},
+    {"recent", QT_TRANSLATE_NOOP("velkan", "velkan recent [--json]"), &RunRecentVerb},
+    {"config", QT_TRANSLATE_NOOP("velkan", "velkan config list | get NAME | set NAME VALUE"),
+     &RunConfigVerb},
     {"smsto",
-     "velkan smsto parse CMDLINE\n"
-     "velkan smsto build --number N [--name NAME]",
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan smsto parse CMDLINE\n"
+                       "velkan smsto build --number N [--name NAME]"),
      &RunSmsToVerb},
 };
 const int kVerbCount = static_cast<int>(sizeof kVerbs / sizeof kVerbs[0]);
 
 namespace {
 
+QByteArray Synopsis(const Verb& verb) {
+    return Translate("velkan", verb.synopsis).toUtf8();
+}
+
 void PrintHelp(std::FILE* out) {
-    std::fputs(
-        "Usage: velkan VERB [ARGUMENTS]\n"
-        "Velkan Tessiver, the SMS manager, without its windows.\n\n"
-        "Verbs:\n",
-        out);
+    std::fputs(qUtf8Printable(Translate("velkan",
+                                        "Usage: velkan VERB [ARGUMENTS]\n"
+                                        "Velkan Tessiver, the SMS manager, without its windows.\n\n"
+                                        "Verbs:\n")),
+               out);
     for (int i = 0; i < kVerbCount; ++i) {
-        const char* s = kVerbs[i].synopsis;
+        const QByteArray synopsis = Synopsis(kVerbs[i]);
+        const char* s = synopsis.constData();
         std::fputs("  ", out);
         for (; *s; ++s) {
             std::fputc(*s, out);
@@ -75,25 +99,43 @@ void PrintHelp(std::FILE* out) {
         }
         std::fputc('\n', out);
     }
-    std::fputs(
-        "\n`velkan VERB --help` describes one verb; `velkan --version` prints the release.\n", out);
+    std::fputs(qUtf8Printable(Translate("velkan",
+                                        "\n`velkan VERB --help` describes one verb; "
+                                        "`velkan --version` prints the release.\n")),
+               out);
 }
 
 }  // namespace
 
+void Say(const QString& message) {
+    std::fprintf(stderr, "velkan: %s\n", qUtf8Printable(message));
+}
+
+QString Count(unsigned long long n, const QString& one, const QString& many) {
+    return n == 1 ? one : many.arg(n);
+}
+
 int UsageError(const char* verb, const char* message) {
-    std::fprintf(stderr, "velkan: %s\n", message);
+    return UsageError(verb, QString::fromUtf8(message));
+}
+
+int UsageError(const char* verb, const QString& message) {
+    Say(message);
     for (int i = 0; i < kVerbCount; ++i) {
         if (std::strcmp(kVerbs[i].name, verb) == 0) {
-            std::fprintf(stderr, "usage:\n%s\n", kVerbs[i].synopsis);
+            std::fprintf(stderr, "%s\n%s\n", qUtf8Printable(Translate("velkan", "usage:")),
+                         Synopsis(kVerbs[i]).constData());
             return 2;
         }
     }
-    std::fputs("Try `velkan --help`.\n", stderr);
+    std::fputs(qUtf8Printable(Translate("velkan", "Try `velkan --help`.\n")), stderr);
     return 2;
 }
 
 int main(int argc, char** argv) {
+    // Messages in the user's language (LANGUAGE, LC_ALL, LC_MESSAGES, LANG); what scripts read
+    // (JSON, lists, numbers) stays as it is.
+    LoadUserTranslation();
     if (argc < 2) {
         PrintHelp(stderr);
         return 2;
@@ -113,14 +155,15 @@ int main(int argc, char** argv) {
             // its usage, as with most commands.
             for (int a = 2; a < argc; ++a) {
                 if (std::strcmp(argv[a], "--help") == 0 || std::strcmp(argv[a], "-h") == 0) {
-                    std::printf("usage:\n%s\n", kVerbs[i].synopsis);
+                    std::printf("%s\n%s\n", qUtf8Printable(Translate("velkan", "usage:")),
+                                Synopsis(kVerbs[i]).constData());
                     return 0;
                 }
             }
             return kVerbs[i].run(argc - 1, argv + 1);
         }
     }
-    std::fprintf(stderr, "velkan: unknown verb '%s'\n", argv[1]);
+    Say(Translate("velkan", "unknown verb '%1'").arg(QString::fromLocal8Bit(argv[1])));
     PrintHelp(stderr);
     return 2;
 }

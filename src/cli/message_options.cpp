@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/verbs.h"
+#include "resources/translations.h"
 #include "settings/settings_key.h"
 
 OptionTaken TakeMessageOption(const char* verb, int argc, char** argv, int* i,
@@ -24,7 +25,7 @@ OptionTaken TakeMessageOption(const char* verb, int argc, char** argv, int* i,
                                                          : nullptr;
     if (value == nullptr) return OptionTaken::kNo;
     if (*i + 1 >= argc) {
-        UsageError(verb, (std::string(a) + " needs a value").c_str());
+        UsageError(verb, Translate("velkan", "%1 needs a value").arg(QString::fromLocal8Bit(a)));
         return OptionTaken::kUsageError;
     }
     *value = argv[++*i];

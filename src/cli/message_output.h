@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the verbs show messages: the folder names, the table of `velkan list` and the JSON
 // object of one message, shared by the verbs that print messages.
 #pragma once

@@ -19,6 +19,7 @@
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
 #include "pdu/submit_check.h"
+#include "resources/translations.h"
 
 namespace {
 
@@ -67,21 +68,23 @@ int Decode(int argc, char** argv) {
     for (int i = 0; i < argc; ++i) {
         const char* arg = argv[i];
         if (std::strcmp(arg, "--tpdu-length") == 0) {
-            if (i + 1 >= argc) return UsageError(kVerb, "--tpdu-length needs a number");
+            if (i + 1 >= argc)
+                return UsageError(kVerb, Translate("velkan", "--tpdu-length needs a number"));
             if (!ParseLength(argv[++i], &tpduLength)) {
-                return UsageError(kVerb, "--tpdu-length needs a number");
+                return UsageError(kVerb, Translate("velkan", "--tpdu-length needs a number"));
             }
             haveLength = true;
         } else if (arg[0] == '-' && arg[1] != 0) {
-            std::string message = std::string("unknown option '") + arg + "'";
-            return UsageError(kVerb, message.c_str());
+            return UsageError(
+                kVerb, Translate("velkan", "unknown option '%1'").arg(QString::fromLocal8Bit(arg)));
         } else if (hex == nullptr) {
             hex = arg;
         } else {
-            return UsageError(kVerb, "decode takes one HEX argument");
+            return UsageError(kVerb, Translate("velkan", "decode takes one HEX argument"));
         }
     }
-    if (hex == nullptr) return UsageError(kVerb, "decode needs the PDU as HEX");
+    if (hex == nullptr)
+        return UsageError(kVerb, Translate("velkan", "decode needs the PDU as HEX"));
 
     std::vector<std::uint8_t> bytes;
     if (HexTextToBuffer(hex, &bytes) != kErrNone) return PrintResult(kErrInvalidParameter);
@@ -154,19 +157,20 @@ int Encode(int argc, char** argv) {
             statusReport = true;
             continue;
         } else if (arg[0] == '-') {
-            std::string message = std::string("unknown option '") + arg + "'";
-            return UsageError(kVerb, message.c_str());
+            return UsageError(
+                kVerb, Translate("velkan", "unknown option '%1'").arg(QString::fromLocal8Bit(arg)));
         } else {
-            std::string message = std::string("unexpected argument '") + arg + "'";
-            return UsageError(kVerb, message.c_str());
+            return UsageError(
+                kVerb,
+                Translate("velkan", "unexpected argument '%1'").arg(QString::fromLocal8Bit(arg)));
         }
         if (i + 1 >= argc) {
-            std::string message = std::string(arg) + " needs a value";
-            return UsageError(kVerb, message.c_str());
+            return UsageError(
+                kVerb, Translate("velkan", "%1 needs a value").arg(QString::fromLocal8Bit(arg)));
         }
         *value = argv[++i];
     }
-    if (to == nullptr) return UsageError(kVerb, "encode needs --to NUMBER");
+    if (to == nullptr) return UsageError(kVerb, Translate("velkan", "encode needs --to NUMBER"));
 
     SmsMessage message;
     message.number = Utf8ToUtf16(to);
@@ -178,7 +182,7 @@ int Encode(int argc, char** argv) {
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
         ValidateMessageText(message.text, &reason) != kErrNone ||
         ValidateServiceCentre(centre, &reason) != kErrNone) {
-        std::fprintf(stderr, "velkan: %s\n", reason.c_str());
+        Say(QString::fromStdString(reason));
     }
     if (PrepareSubmit(&message) != 1) return PrintResult(message.codecResult);
     PduRecord* record = message.pduRecord.get();
@@ -198,9 +202,10 @@ int Encode(int argc, char** argv) {
 }  // namespace
 
 int RunPduVerb(int argc, char** argv) {
-    if (argc < 2) return UsageError(kVerb, "decode or encode?");
+    if (argc < 2) return UsageError(kVerb, Translate("velkan", "decode or encode?"));
     if (std::strcmp(argv[1], "decode") == 0) return Decode(argc - 2, argv + 2);
     if (std::strcmp(argv[1], "encode") == 0) return Encode(argc - 2, argv + 2);
-    std::string message = std::string("unknown pdu command '") + argv[1] + "'";
-    return UsageError(kVerb, message.c_str());
+    return UsageError(
+        kVerb,
+        Translate("velkan", "unknown pdu command '%1'").arg(QString::fromLocal8Bit(argv[1])));
 }

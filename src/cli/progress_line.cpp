@@ -1,8 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/progress_line.h"
 
 #include <unistd.h>
 
 #include <cstdio>
+
+#include "resources/translations.h"
 
 namespace {
 
@@ -10,18 +13,14 @@ namespace {
 constexpr std::uint64_t kLongBytes = 1024 * 1024;
 constexpr std::uint64_t kLongCount = 10'000;
 
-std::string Amount(std::uint64_t n, bool bytes) {
-    char text[32];
-    if (!bytes) {
-        std::snprintf(text, sizeof text, "%llu", static_cast<unsigned long long>(n));
-    } else if (n >= 1024 * 1024) {
-        std::snprintf(text, sizeof text, "%.1f MB", static_cast<double>(n) / (1024.0 * 1024.0));
-    } else if (n >= 10 * 1024) {
-        std::snprintf(text, sizeof text, "%llu KB", static_cast<unsigned long long>(n / 1024));
-    } else {
-        std::snprintf(text, sizeof text, "%llu bytes", static_cast<unsigned long long>(n));
+QString Amount(std::uint64_t n, bool bytes) {
+    if (!bytes) return QString::number(n);
+    if (n >= 1024 * 1024) {
+        return Translate("velkan", "%1 MB")
+            .arg(QString::number(static_cast<double>(n) / (1024.0 * 1024.0), 'f', 1));
     }
-    return text;
+    if (n >= 10 * 1024) return Translate("velkan", "%1 KB").arg(n / 1024);
+    return Translate("velkan", "%1 bytes").arg(n);
 }
 
 }  // namespace
@@ -31,9 +30,12 @@ ProgressLine::ProgressLine(std::string what, bool bytes)
 
 bool ProgressLine::Show(std::uint64_t done, std::uint64_t total) {
     const int percent = total == 0 ? -1 : static_cast<int>(done * 100 / total);
-    const std::string amount = Amount(done, bytes_) +
-                               (total == 0 ? std::string() : " of " + Amount(total, bytes_)) +
-                               (bytes_ ? "" : " messages");
+    QString counted =
+        total == 0
+            ? Amount(done, bytes_)
+            : Translate("velkan", "%1 of %2").arg(Amount(done, bytes_), Amount(total, bytes_));
+    if (!bytes_) counted = Translate("velkan", "%1 messages").arg(counted);
+    const std::string amount = counted.toStdString();
     if (terminal_) {
         if (percent == lastPercent_ && percent >= 0) return true;
         lastPercent_ = percent;

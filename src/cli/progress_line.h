@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The progress of a long verb on stderr: on a terminal one line that rewrites itself, else (for
 // a megabyte or 10,000 messages and more) a line at every tenth of the work, so that a log
 // shows it too.

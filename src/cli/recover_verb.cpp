@@ -18,6 +18,7 @@
 
 #include "cli/store_access.h"
 #include "cli/verbs.h"
+#include "resources/translations.h"
 #include "store/message_salvage.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
@@ -32,15 +33,13 @@ bool SameFile(const std::string& a, const std::string& b) {
            x.st_ino == y.st_ino;
 }
 
-const char* Plural(std::size_t n) {
-    return n == 1 ? "" : "s";
-}
-
 }  // namespace
 
 int RunRecoverVerb(int argc, char** argv) {
-    if (argc < 2) return UsageError(kVerb, "which file? give the store that was set aside");
-    if (argc > 2) return UsageError(kVerb, "recover takes one FILE");
+    if (argc < 2)
+        return UsageError(kVerb,
+                          Translate("velkan", "which file? give the store that was set aside"));
+    if (argc > 2) return UsageError(kVerb, Translate("velkan", "recover takes one FILE"));
     const std::string file = argv[1];
     if (SameFile(file, StoreFilePath())) {
         return UsageError(kVerb, (file + " is the message store in use; give a store that was "
@@ -52,14 +51,14 @@ int RunRecoverVerb(int argc, char** argv) {
     std::string detail;
     switch (SalvageMessages(file, &salvaged, &detail)) {
         case SalvageResult::kNotAStore:
-            std::fprintf(stderr,
-                         "velkan: %s is not a message store of Velkan Tessiver (%s); nothing was "
-                         "recovered\n",
-                         file.c_str(), detail.c_str());
+            Say(Translate("velkan",
+                          "%1 is not a message store of Velkan Tessiver (%2); nothing was "
+                          "recovered")
+                    .arg(QString::fromStdString(file), QString::fromStdString(detail)));
             return 1;
         case SalvageResult::kCannotRead:
-            std::fprintf(stderr, "velkan: %s cannot be read (%s); nothing was recovered\n",
-                         file.c_str(), detail.c_str());
+            Say(Translate("velkan", "%1 cannot be read (%2); nothing was recovered")
+                    .arg(QString::fromStdString(file), QString::fromStdString(detail)));
             return 1;
         case SalvageResult::kRead:
             break;
@@ -83,21 +82,24 @@ int RunRecoverVerb(int argc, char** argv) {
         }
         if (!ok || !batch.Commit()) {
             ReportNotices();
-            std::fprintf(stderr,
-                         "velkan: the messages could not be written to the store in use (%s); "
-                         "nothing was recovered\n",
-                         db.LastErrorText().c_str());
+            Say(Translate("velkan",
+                          "the messages could not be written to the store in use (%1); nothing "
+                          "was recovered")
+                    .arg(QString::fromStdString(db.LastErrorText())));
             return 1;
         }
     }
-    std::fprintf(stderr,
-                 "velkan: recovered %zu message%s, %zu duplicate%s skipped, %u unreadable\n",
-                 recovered, Plural(recovered), duplicates, Plural(duplicates), salvaged.unreadable);
+    Say(Translate("velkan", "recovered %1, %2 skipped, %3 unreadable")
+            .arg(Count(recovered, Translate("velkan", "1 message"),
+                       Translate("velkan", "%1 messages")),
+                 Count(duplicates, Translate("velkan", "1 duplicate"),
+                       Translate("velkan", "%1 duplicates")),
+                 QString::number(salvaged.unreadable)));
     if (salvaged.partlyUnreadable) {
-        std::fprintf(stderr,
-                     "velkan: part of %s could not be read at all; messages kept there could not "
-                     "be counted\n",
-                     file.c_str());
+        Say(Translate("velkan",
+                      "part of %1 could not be read at all; messages kept there could not be "
+                      "counted")
+                .arg(QString::fromStdString(file)));
     }
     return 0;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan restore FILE
 //
 // Makes FILE, a copy made by `velkan backup` (or any message store of this program), the
@@ -13,6 +14,7 @@
 
 #include "cli/store_access.h"
 #include "cli/verbs.h"
+#include "resources/translations.h"
 #include "store/store_backup.h"
 
 namespace {
@@ -22,21 +24,24 @@ constexpr const char* kVerb = "restore";
 }  // namespace
 
 int RunRestoreVerb(int argc, char** argv) {
-    if (argc < 2) return UsageError(kVerb, "which file? give a copy of the store");
-    if (argc > 2) return UsageError(kVerb, "restore takes one FILE");
+    if (argc < 2)
+        return UsageError(kVerb, Translate("velkan", "which file? give a copy of the store"));
+    if (argc > 2) return UsageError(kVerb, Translate("velkan", "restore takes one FILE"));
     const std::string path = argv[1];
     if (path.size() > 1 && path[0] == '-') {
-        return UsageError(kVerb, ("unknown option '" + path + "'").c_str());
+        return UsageError(
+            kVerb, Translate("velkan", "unknown option '%1'").arg(QString::fromStdString(path)));
     }
     std::string error;
     const bool ok = RestoreStore(path, &error);
     // A store in use found damaged on the way was set aside; the restore went into its place.
     ReportNotices();
     if (!ok) {
-        std::fprintf(stderr, "velkan: %s; the store was not changed\n", error.c_str());
+        Say(Translate("velkan", "%1; the store was not changed")
+                .arg(QString::fromStdString(error)));
         return 1;
     }
-    std::fprintf(stderr, "velkan: %s was restored; the previous store is kept as %s\n",
-                 path.c_str(), StoreBackupKeptPath().c_str());
+    Say(Translate("velkan", "%1 was restored; the previous store is kept as %2")
+            .arg(QString::fromStdString(path), QString::fromStdString(StoreBackupKeptPath())));
     return 0;
 }

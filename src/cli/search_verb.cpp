@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // velkan search WORDS... [--folder F] [--json]
 //
 // Prints the messages whose text, name or number contain every word, Latin letters compared
@@ -16,6 +17,7 @@
 #include "cli/store_access.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
+#include "resources/translations.h"
 #include "store/message_search.h"
 #include "store/search_fold.h"
 
@@ -37,23 +39,26 @@ int RunSearchVerb(int argc, char** argv) {
         } else if (!wordsOnly && std::strcmp(arg, "--json") == 0) {
             json = true;
         } else if (!wordsOnly && std::strcmp(arg, "--folder") == 0) {
-            if (i + 1 >= argc) return UsageError(kVerb, "--folder needs a folder");
+            if (i + 1 >= argc)
+                return UsageError(kVerb, Translate("velkan", "--folder needs a folder"));
             if (!ParseFolderName(argv[++i], &folder)) {
-                return UsageError(kVerb, (std::string("unknown folder '") + argv[i] +
-                                          "': inbox, outbox, draft, sent or log")
-                                             .c_str());
+                return UsageError(
+                    kVerb,
+                    Translate("velkan", "unknown folder '%1': inbox, outbox, draft, sent or log")
+                        .arg(QString::fromLocal8Bit(argv[i])));
             }
         } else if (!wordsOnly && arg[0] == '-' && arg[1] != '\0') {
-            return UsageError(kVerb, (std::string("unknown option '") + arg +
-                                      "' (words that begin with - go after --)")
-                                         .c_str());
+            return UsageError(
+                kVerb,
+                Translate("velkan", "unknown option '%1' (words that begin with - go after --)")
+                    .arg(QString::fromStdString(arg)));
         } else {
             if (!query.empty()) query += ' ';
             query += arg;
         }
     }
     if (SearchWords(Utf8ToUtf16(query)).empty()) {
-        return UsageError(kVerb, "which words? give one or more");
+        return UsageError(kVerb, Translate("velkan", "which words? give one or more"));
     }
 
     MessageDatabase db;
@@ -64,8 +69,8 @@ int RunSearchVerb(int argc, char** argv) {
     while (!search.AtEnd()) {
         if (!search.Next(200, &screen)) {
             ReportNotices();
-            std::fprintf(stderr, "velkan: the messages could not be searched: %s\n",
-                         db.LastErrorText().c_str());
+            Say(Translate("velkan", "the messages could not be searched: %1")
+                    .arg(QString::fromStdString(db.LastErrorText())));
             return 1;
         }
         for (const SmsMessage& m : screen) {
@@ -79,6 +84,6 @@ int RunSearchVerb(int argc, char** argv) {
         }
         std::fflush(stdout);
     }
-    if (!any) std::fputs("velkan: no message matches\n", stderr);
+    if (!any) Say(Translate("velkan", "no message matches"));
     return 0;
 }

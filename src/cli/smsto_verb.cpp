@@ -15,12 +15,13 @@
 #include "cli/json.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
+#include "resources/translations.h"
 #include "shell/smsto.h"
 
 namespace {
 
 int Parse(int argc, char** argv) {
-    if (argc < 3) return UsageError("smsto", "parse needs a command line");
+    if (argc < 3) return UsageError("smsto", Translate("velkan", "parse needs a command line"));
     std::vector<std::u16string> arguments;
     for (int i = 2; i < argc; ++i) arguments.push_back(Utf8ToUtf16(argv[i]));
     TextBuffer commandLine;
@@ -41,11 +42,13 @@ int Build(int argc, char** argv) {
     for (int i = 2; i < argc; ++i) {
         const bool isNumber = std::strcmp(argv[i], "--number") == 0;
         const bool isName = std::strcmp(argv[i], "--name") == 0;
-        if (!isNumber && !isName) return UsageError("smsto", "unknown argument to build");
-        if (i + 1 >= argc) return UsageError("smsto", "an option needs a value");
+        if (!isNumber && !isName)
+            return UsageError("smsto", Translate("velkan", "unknown argument to build"));
+        if (i + 1 >= argc)
+            return UsageError("smsto", Translate("velkan", "an option needs a value"));
         (isNumber ? number : name) = argv[++i];
     }
-    if (number == nullptr) return UsageError("smsto", "build needs --number");
+    if (number == nullptr) return UsageError("smsto", Translate("velkan", "build needs --number"));
     TextBuffer commandLine;
     BuildSmsTo(commandLine, TextBuffer::FromU16(Utf8ToUtf16(name)),
                TextBuffer::FromU16(Utf8ToUtf16(number)));
@@ -58,5 +61,5 @@ int Build(int argc, char** argv) {
 int RunSmsToVerb(int argc, char** argv) {
     if (argc >= 2 && std::strcmp(argv[1], "parse") == 0) return Parse(argc, argv);
     if (argc >= 2 && std::strcmp(argv[1], "build") == 0) return Build(argc, argv);
-    return UsageError("smsto", "expected parse or build");
+    return UsageError("smsto", Translate("velkan", "expected parse or build"));
 }

@@ -4,23 +4,24 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "cli/verbs.h"
+#include "resources/translations.h"
 #include "store/object_store.h"
 
 bool ReportNotices() {
     bool stop = false;
     for (const StoreNotice& notice : TakeStoreNotices()) {
-        std::fprintf(stderr, "velkan: %s\n", notice.message.c_str());
+        Say(QString::fromStdString(notice.message));
         if (notice.problem == StoreProblem::kDamagedSetAside) {
-            std::fprintf(stderr,
-                         "velkan: `velkan recover %s` brings back the messages that can still be "
-                         "read from it\n",
-                         notice.movedTo.c_str());
+            Say(Translate("velkan",
+                          "`velkan recover %1` brings back the messages that can still be read "
+                          "from it")
+                    .arg(QString::fromStdString(notice.movedTo)));
             stop = true;
         }
     }
     if (stop)
-        std::fputs("velkan: nothing was done; run the command again to use the new store\n",
-                   stderr);
+        Say(Translate("velkan", "nothing was done; run the command again to use the new store"));
     return stop;
 }
 
@@ -28,8 +29,8 @@ bool OpenStore(MessageDatabase& db) {
     const bool opened = OpenMessageStore(db);
     const bool stop = ReportNotices();
     if (!opened) {
-        std::fprintf(stderr, "velkan: the message store %s cannot be used\n",
-                     StoreFilePath().c_str());
+        Say(Translate("velkan", "the message store %1 cannot be used")
+                .arg(QString::fromStdString(StoreFilePath())));
         return false;
     }
     return !stop;
@@ -39,8 +40,8 @@ bool OpenRecent(RecentDatabase& db, RecentOrder order) {
     const bool opened = OpenRecentStore(db, order);
     const bool stop = ReportNotices();
     if (!opened) {
-        std::fprintf(stderr, "velkan: the recent recipients in %s cannot be used\n",
-                     StoreFilePath().c_str());
+        Say(Translate("velkan", "the recent recipients in %1 cannot be used")
+                .arg(QString::fromStdString(StoreFilePath())));
         return false;
     }
     return !stop;

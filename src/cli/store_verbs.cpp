@@ -23,6 +23,7 @@
 #include "common/text_convert.h"
 #include "message_ui/text_helpers.h"
 #include "pdu/submit_check.h"
+#include "resources/translations.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/recent_store.h"
@@ -41,8 +42,8 @@ int RunCompose(int argc, char** argv) {
         if (std::strcmp(argv[i], "--draft") == 0) {
             draft = true;
         } else {
-            return UsageError("compose",
-                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
+            return UsageError("compose", Translate("velkan", "unexpected argument '%1'")
+                                             .arg(QString::fromLocal8Bit(argv[i])));
         }
     }
     const char* to = options.to;
@@ -60,22 +61,27 @@ int RunCompose(int argc, char** argv) {
     std::u16string counted;
     CountedText(counted, source);
     if (source.size() < given) {
-        std::fprintf(stderr, "velkan: the text was cut to %u characters\n", kMaxMessageChars);
+        Say(Translate("velkan", "the text was cut to %1 characters").arg(kMaxMessageChars));
     }
     message.text = source;
 
     if (message.name.empty() && message.number.empty() && message.text.empty()) {
-        std::fputs("velkan: nothing to store: the name, the number and the text are all empty\n",
-                   stderr);
+        Say(Translate("velkan",
+                      "nothing to store: the name, the number and the text are all empty"));
         return 2;
     }
     // An Outbox message will be sent, so it needs both; a draft needs neither.
     if (!draft && (message.number.empty() || message.text.empty())) {
-        std::fprintf(stderr,
-                     "velkan: an Outbox message needs %s (use --draft to keep it as a draft)\n",
-                     message.number.empty()
-                         ? (to == nullptr ? "a number (--to)" : "a number with digits (--to)")
-                         : "a text (--text)");
+        Say(message.number.empty()
+                ? (to == nullptr ? Translate("velkan",
+                                             "an Outbox message needs a number (--to) (use "
+                                             "--draft to keep it as a draft)")
+                                 : Translate("velkan",
+                                             "an Outbox message needs a number with digits "
+                                             "(--to) (use --draft to keep it as a draft)"))
+                : Translate("velkan",
+                            "an Outbox message needs a text (--text) (use --draft to keep it as "
+                            "a draft)"));
         return 2;
     }
 
@@ -85,7 +91,7 @@ int RunCompose(int argc, char** argv) {
     std::string reason;
     if ((!message.number.empty() && ValidateRecipient(message.number, &reason) != kErrNone) ||
         (!draft && ValidateMessageText(message.text, &reason) != kErrNone)) {
-        std::fprintf(stderr, "velkan: %s; nothing was stored\n", reason.c_str());
+        Say(Translate("velkan", "%1; nothing was stored").arg(QString::fromStdString(reason)));
         return 2;
     }
 
@@ -95,8 +101,8 @@ int RunCompose(int argc, char** argv) {
     if (!OpenStore(db)) return 1;
     if (!WriteMessage(db, message)) {
         ReportNotices();
-        std::fprintf(stderr, "velkan: the message could not be stored: %s\n",
-                     db.LastErrorText().c_str());
+        Say(Translate("velkan", "the message could not be stored: %1")
+                .arg(QString::fromStdString(db.LastErrorText())));
         return 1;
     }
     std::printf("%u\n", message.oid);
@@ -108,8 +114,8 @@ int RunCompose(int argc, char** argv) {
         entry.name = message.name;
         entry.number = message.number;
         if (!OpenRecent(recent, kPropRecentLastUsed) || !AddRecent(recent, entry)) {
-            std::fputs("velkan: the message was stored, but the recipient was not remembered\n",
-                       stderr);
+            Say(Translate("velkan",
+                          "the message was stored, but the recipient was not remembered"));
         }
     }
     return 0;
@@ -124,19 +130,20 @@ int RunList(int argc, char** argv) {
         if (std::strcmp(argv[i], "--json") == 0) {
             json = true;
         } else if (argv[i][0] == '-' || folderName != nullptr) {
-            return UsageError("list",
-                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
+            return UsageError("list", Translate("velkan", "unexpected argument '%1'")
+                                          .arg(QString::fromLocal8Bit(argv[i])));
         } else {
             folderName = argv[i];
         }
     }
     if (folderName == nullptr)
-        return UsageError("list", "which folder? inbox, outbox, draft, sent or log");
+        return UsageError("list",
+                          Translate("velkan", "which folder? inbox, outbox, draft, sent or log"));
     FolderId folder = 0;
     if (!ParseFolderName(folderName, &folder)) {
-        return UsageError("list", (std::string("unknown folder '") + folderName +
-                                   "': inbox, outbox, draft, sent or log")
-                                      .c_str());
+        return UsageError(
+            "list", Translate("velkan", "unknown folder '%1': inbox, outbox, draft, sent or log")
+                        .arg(QString::fromLocal8Bit(folderName)));
     }
 
     MessageDatabase db;
@@ -147,8 +154,8 @@ int RunList(int argc, char** argv) {
     for (std::uint32_t first = 0;; first += kPage) {
         if (!db.ReadFolderPage(folder, first, kPage, &page)) {
             ReportNotices();
-            std::fprintf(stderr, "velkan: the folder could not be read: %s\n",
-                         db.LastErrorText().c_str());
+            Say(Translate("velkan", "the folder could not be read: %1")
+                    .arg(QString::fromStdString(db.LastErrorText())));
             return 1;
         }
         for (const SmsMessage& m : page) {
@@ -165,7 +172,8 @@ int RunList(int argc, char** argv) {
         if (page.size() < kPage) break;
     }
     if (!json && !header)
-        std::fprintf(stderr, "velkan: the %s folder is empty\n", FolderLabel(folder));
+        Say(Translate("velkan", "the %1 folder is empty")
+                .arg(QString::fromUtf8(FolderLabel(folder))));
     return 0;
 }
 
@@ -176,12 +184,13 @@ int RunDelete(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         Oid id = 0;
         if (!ParseId(argv[i], &id)) {
-            return UsageError("delete",
-                              (std::string("'") + argv[i] + "' is not a message id").c_str());
+            return UsageError("delete", Translate("velkan", "'%1' is not a message id")
+                                            .arg(QString::fromLocal8Bit(argv[i])));
         }
         ids.push_back(id);
     }
-    if (ids.empty()) return UsageError("delete", "which messages? give their ids");
+    if (ids.empty())
+        return UsageError("delete", Translate("velkan", "which messages? give their ids"));
     MessageDatabase db;
     if (!OpenStore(db)) return 1;
     // Every id is checked inside the one transaction that deletes them: all go, or none.
@@ -189,9 +198,10 @@ int RunDelete(int argc, char** argv) {
     if (!db.DeleteRecords(ids, &missing)) {
         ReportNotices();
         if (missing != 0) {
-            std::fprintf(stderr, "velkan: there is no message %u; nothing was deleted\n", missing);
+            Say(Translate("velkan", "there is no message %1; nothing was deleted").arg(missing));
         } else {
-            std::fprintf(stderr, "velkan: nothing was deleted: %s\n", db.LastErrorText().c_str());
+            Say(Translate("velkan", "nothing was deleted: %1")
+                    .arg(QString::fromStdString(db.LastErrorText())));
         }
         return 1;
     }
@@ -199,8 +209,9 @@ int RunDelete(int argc, char** argv) {
     std::vector<Oid> distinct = ids;
     std::sort(distinct.begin(), distinct.end());
     distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
-    std::fprintf(stderr, "velkan: deleted %zu message%s\n", distinct.size(),
-                 distinct.size() == 1 ? "" : "s");
+    Say(Translate("velkan", "deleted %1")
+            .arg(Count(distinct.size(), Translate("velkan", "1 message"),
+                       Translate("velkan", "%1 messages"))));
     return 0;
 }
 
@@ -210,8 +221,8 @@ int RunRecent(int argc, char** argv) {
     bool json = false;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--json") != 0) {
-            return UsageError("recent",
-                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
+            return UsageError("recent", Translate("velkan", "unexpected argument '%1'")
+                                            .arg(QString::fromLocal8Bit(argv[i])));
         }
         json = true;
     }
@@ -220,7 +231,7 @@ int RunRecent(int argc, char** argv) {
     std::vector<RecentRecipient> entries;
     if (!ListRecentByName(db, &entries)) {
         ReportNotices();
-        std::fprintf(stderr, "velkan: the recent recipients could not be read\n");
+        Say(Translate("velkan", "the recent recipients could not be read"));
         return 1;
     }
     if (!json && !entries.empty()) std::printf("%-30s  %s\n", "NAME", "NUMBER");
@@ -232,7 +243,7 @@ int RunRecent(int argc, char** argv) {
             std::printf("%s  %s\n", Cell(e.name, 30).c_str(), Cell(e.number, 0).c_str());
         }
     }
-    if (!json && entries.empty()) std::fputs("velkan: no recent recipients\n", stderr);
+    if (!json && entries.empty()) Say(Translate("velkan", "no recent recipients"));
     return 0;
 }
 

@@ -37,6 +37,7 @@
 #include "framework/text_buffer.h"
 #include "message_ui/text_helpers.h"
 #include "pdu/submit_check.h"
+#include "resources/translations.h"
 #include "session/notification_queue.h"
 #include "session/result_messages.h"
 #include "session/transfer_session.h"
@@ -204,7 +205,8 @@ bool CentreUsable(std::string* reason) {
     TransferSettings settings;
     if (ReadTransferSettings(&settings) && !IsNoCommunication(settings.portName) &&
         ValidateServiceCentre(settings.serviceCentre, reason) != kErrNone) {
-        std::fprintf(stderr, "velkan: %s (the SMSC setting); nothing was sent\n", reason->c_str());
+        Say(Translate("velkan", "%1 (the SMSC setting); nothing was sent")
+                .arg(QString::fromStdString(*reason)));
         return false;
     }
     return true;
@@ -213,7 +215,7 @@ bool CentreUsable(std::string* reason) {
 }  // namespace
 
 int RunSendGetVerb(int argc, char**) {
-    if (argc > 1) return UsageError("send-get", "send-get takes no arguments");
+    if (argc > 1) return UsageError("send-get", Translate("velkan", "send-get takes no arguments"));
     TransferSession session;
     return FollowTransfer(session);
 }
@@ -224,13 +226,14 @@ int RunSendVerb(int argc, char** argv) {
         const OptionTaken taken = TakeMessageOption("send", argc, argv, &i, &options);
         if (taken == OptionTaken::kUsageError) return 2;
         if (taken == OptionTaken::kNo) {
-            return UsageError("send",
-                              (std::string("unexpected argument '") + argv[i] + "'").c_str());
+            return UsageError("send", Translate("velkan", "unexpected argument '%1'")
+                                          .arg(QString::fromLocal8Bit(argv[i])));
         }
     }
     const char* to = options.to;
     const char* text = options.text;
-    if (to == nullptr || text == nullptr) return UsageError("send", "--to and --text are required");
+    if (to == nullptr || text == nullptr)
+        return UsageError("send", Translate("velkan", "--to and --text are required"));
 
     SmsMessage message;
     message.number = Utf8ToUtf16(to);
@@ -239,13 +242,13 @@ int RunSendVerb(int argc, char** argv) {
     CountedText(message.text, body);
     message.name = Utf8ToUtf16(options.name != nullptr ? options.name : "");
     if (message.number.empty() || message.text.empty()) {
-        std::fprintf(stderr, "velkan: a message needs a number and a text\n");
+        Say(Translate("velkan", "a message needs a number and a text"));
         return 2;
     }
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
         ValidateMessageText(message.text, &reason) != kErrNone) {
-        std::fprintf(stderr, "velkan: %s; nothing was sent\n", reason.c_str());
+        Say(Translate("velkan", "%1; nothing was sent").arg(QString::fromStdString(reason)));
         return 2;
     }
     if (!CentreUsable(&reason)) return static_cast<int>(kErrInvalidParameter);
@@ -260,7 +263,7 @@ int RunSendVerb(int argc, char** argv) {
     // Sent: keep it in Sent and remember the recipient, as the compose dialog's Send does.
     MessageDatabase store;
     if (!OpenMessageStore(store) || !WriteMessage(store, message)) {
-        std::fprintf(stderr, "velkan: the message was sent but could not be stored in Sent\n");
+        Say(Translate("velkan", "the message was sent but could not be stored in Sent"));
         return 1;
     }
     RecentDatabase recent;
@@ -274,11 +277,13 @@ int RunSendVerb(int argc, char** argv) {
 }
 
 int RunResendVerb(int argc, char** argv) {
-    if (argc < 2) return UsageError("resend", "which message? give its id");
-    if (argc > 2) return UsageError("resend", "resend takes one id");
+    if (argc < 2) return UsageError("resend", Translate("velkan", "which message? give its id"));
+    if (argc > 2) return UsageError("resend", Translate("velkan", "resend takes one id"));
     Oid id = 0;
     if (!ParseId(argv[1], &id)) {
-        return UsageError("resend", (std::string("'") + argv[1] + "' is not a message id").c_str());
+        return UsageError(
+            "resend",
+            Translate("velkan", "'%1' is not a message id").arg(QString::fromLocal8Bit(argv[1])));
     }
 
     MessageDatabase store;
@@ -288,34 +293,34 @@ int RunResendVerb(int argc, char** argv) {
     if (!ReadById(store, message)) {
         ReportNotices();
         if (store.LastError() == StoreError::kNoRecord) {
-            std::fprintf(stderr, "velkan: there is no message %u; nothing was sent\n", id);
+            Say(Translate("velkan", "there is no message %1; nothing was sent").arg(id));
         } else {
-            std::fprintf(stderr, "velkan: message %u could not be read: %s\n", id,
-                         store.LastErrorText().c_str());
+            Say(Translate("velkan", "message %1 could not be read: %2")
+                    .arg(QString::number(id), QString::fromStdString(store.LastErrorText())));
         }
         return 1;
     }
     // Only the person's word sends a message that the phone may already have sent; any other
     // message goes with the Outbox at the next send-get.
     if (message.folder != kFolderOutbox) {
-        std::fprintf(stderr,
-                     "velkan: message %u is not in the Outbox; only an Outbox message marked as "
-                     "possibly sent is sent again; nothing was sent\n",
-                     id);
+        Say(Translate("velkan",
+                      "message %1 is not in the Outbox; only an Outbox message marked as possibly "
+                      "sent is sent again; nothing was sent")
+                .arg(id));
         return 2;
     }
     if ((message.flags & kFlagMayHaveBeenSent) == 0) {
-        std::fprintf(stderr,
-                     "velkan: message %u is not marked as possibly sent; `velkan send-get` sends "
-                     "it with the rest of the Outbox; nothing was sent\n",
-                     id);
+        Say(Translate("velkan",
+                      "message %1 is not marked as possibly sent; `velkan send-get` sends it with "
+                      "the rest of the Outbox; nothing was sent")
+                .arg(id));
         return 2;
     }
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
         ValidateMessageText(message.text, &reason) != kErrNone) {
-        std::fprintf(stderr, "velkan: message %u cannot be sent: %s; nothing was sent\n", id,
-                     reason.c_str());
+        Say(Translate("velkan", "message %1 cannot be sent: %2; nothing was sent")
+                .arg(QString::number(id), QString::fromStdString(reason)));
         return 2;
     }
     if (!CentreUsable(&reason)) return static_cast<int>(kErrInvalidParameter);
@@ -327,8 +332,7 @@ int RunResendVerb(int argc, char** argv) {
     session.SetSingleMessage(&message);
     const int status = FollowTransfer(session);
     if (status != 0) {
-        std::fprintf(stderr, "velkan: message %u stays in the Outbox, marked as possibly sent\n",
-                     id);
+        Say(Translate("velkan", "message %1 stays in the Outbox, marked as possibly sent").arg(id));
         return status;
     }
     // Sent: the same record moves to Sent, its marks cleared.
@@ -337,10 +341,10 @@ int RunResendVerb(int argc, char** argv) {
     message.oid = id;
     if (!WriteMessage(store, message)) {
         ReportNotices();
-        std::fprintf(stderr,
-                     "velkan: message %u was sent but could not be moved to Sent (%s); it stays in "
-                     "the Outbox, marked as possibly sent\n",
-                     id, store.LastErrorText().c_str());
+        Say(Translate("velkan",
+                      "message %1 was sent but could not be moved to Sent (%2); it stays in the "
+                      "Outbox, marked as possibly sent")
+                .arg(QString::number(id), QString::fromStdString(store.LastErrorText())));
         return 1;
     }
     return 0;

@@ -49,6 +49,7 @@
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "common/tick_clock.h"
+#include "resources/translations.h"
 #include "session/transfer_session.h"
 #include "store/message_store.h"
 
@@ -72,7 +73,7 @@ void OnStop(int) {
 
 // COMMAND as words (the rules at the top of this file); false with *error when a quote is left
 // open or a backslash ends it.
-bool SplitCommand(const std::string& text, std::vector<std::string>* words, std::string* error) {
+bool SplitCommand(const std::string& text, std::vector<std::string>* words, QString* error) {
     words->clear();
     std::string word;
     bool inWord = false;
@@ -87,14 +88,14 @@ bool SplitCommand(const std::string& text, std::vector<std::string>* words, std:
         inWord = true;
         if (c == '\\') {
             if (++i == text.size()) {
-                *error = "--exec: COMMAND ends with a backslash";
+                *error = Translate("velkan", "--exec: COMMAND ends with a backslash");
                 return false;
             }
             word += text[i];
         } else if (c == '\'') {
             const std::size_t close = text.find('\'', i + 1);
             if (close == std::string::npos) {
-                *error = "--exec: a single quote in COMMAND is not closed";
+                *error = Translate("velkan", "--exec: a single quote in COMMAND is not closed");
                 return false;
             }
             word += text.substr(i + 1, close - i - 1);
@@ -102,7 +103,7 @@ bool SplitCommand(const std::string& text, std::vector<std::string>* words, std:
         } else if (c == '"') {
             for (++i;; ++i) {
                 if (i == text.size()) {
-                    *error = "--exec: a double quote in COMMAND is not closed";
+                    *error = Translate("velkan", "--exec: a double quote in COMMAND is not closed");
                     return false;
                 }
                 if (text[i] == '"') break;
@@ -118,7 +119,7 @@ bool SplitCommand(const std::string& text, std::vector<std::string>* words, std:
     }
     if (inWord) words->push_back(word);
     if (words->empty()) {
-        *error = "--exec: COMMAND is empty";
+        *error = Translate("velkan", "--exec: COMMAND is empty");
         return false;
     }
     return true;
@@ -149,7 +150,9 @@ void RunCommand(const std::vector<std::string>& words, const SmsMessage& m,
                 const std::string& json) {
     int input[2];
     if (pipe2(input, O_CLOEXEC) != 0) {
-        std::fprintf(stderr, "velkan: --exec for message %u: %s\n", m.oid, std::strerror(errno));
+        Say(Translate("velkan", "--exec for message %1: %2")
+                .arg(m.oid)
+                .arg(QString::fromLocal8Bit(std::strerror(errno))));
         return;
     }
     std::vector<std::string> env = CommandEnvironment(m);
@@ -183,8 +186,10 @@ void RunCommand(const std::vector<std::string>& words, const SmsMessage& m,
     close(input[0]);
     if (spawned != 0) {
         close(input[1]);
-        std::fprintf(stderr, "velkan: --exec for message %u: %s cannot be started: %s\n", m.oid,
-                     words[0].c_str(), std::strerror(spawned));
+        Say(Translate("velkan", "--exec for message %1: %2 cannot be started: %3")
+                .arg(m.oid)
+                .arg(QString::fromLocal8Bit(words[0].c_str()))
+                .arg(QString::fromLocal8Bit(std::strerror(spawned))));
         return;
     }
     // A program that does not read its input ends the write (EPIPE, SIGPIPE being ignored).
@@ -201,11 +206,15 @@ void RunCommand(const std::vector<std::string>& words, const SmsMessage& m,
         if (errno != EINTR) return;
     }
     if (WIFEXITED(status) && WEXITSTATUS(status) != 0) {
-        std::fprintf(stderr, "velkan: --exec for message %u: %s exited with status %d\n", m.oid,
-                     words[0].c_str(), WEXITSTATUS(status));
+        Say(Translate("velkan", "--exec for message %1: %2 exited with status %3")
+                .arg(m.oid)
+                .arg(QString::fromLocal8Bit(words[0].c_str()))
+                .arg(WEXITSTATUS(status)));
     } else if (WIFSIGNALED(status)) {
-        std::fprintf(stderr, "velkan: --exec for message %u: %s was killed by signal %d\n", m.oid,
-                     words[0].c_str(), WTERMSIG(status));
+        Say(Translate("velkan", "--exec for message %1: %2 was killed by signal %3")
+                .arg(m.oid)
+                .arg(QString::fromLocal8Bit(words[0].c_str()))
+                .arg(WTERMSIG(status)));
     }
 }
 
@@ -219,8 +228,9 @@ void HandOut(const std::vector<Oid>& ids, const std::vector<std::string>& comman
         m.oid = id;
         if (!ReadById(store, m)) {
             ReportNotices();
-            std::fprintf(stderr, "velkan: new message %u could not be read: %s\n", id,
-                         store.LastErrorText().c_str());
+            Say(Translate("velkan", "new message %1 could not be read: %2")
+                    .arg(id)
+                    .arg(QString::fromStdString(store.LastErrorText())));
             continue;
         }
         const std::string json = MessageJson(m);
@@ -260,7 +270,11 @@ int RunWatchVerb(int argc, char** argv) {
         if (arg == "--once") {
             once = true;
         } else if (arg == "--interval" || arg == "--exec") {
-            if (i + 1 >= argc) return UsageError("watch", (arg + " needs a value").c_str());
+            if (i + 1 >= argc) {
+                return UsageError(
+                    "watch",
+                    Translate("velkan", "%1 needs a value").arg(QString::fromStdString(arg)));
+            }
             const char* value = argv[++i];
             if (arg == "--interval") {
                 char* end = nullptr;
@@ -268,24 +282,25 @@ int RunWatchVerb(int argc, char** argv) {
                 interval = std::strtoul(value, &end, 10);
                 if (*value < '0' || *value > '9' || *end != 0 || errno != 0 || interval == 0 ||
                     interval > kMaxIntervalS) {
-                    return UsageError("watch", (std::string("--interval: '") + value +
-                                                "' is not a number of seconds from 1 to 86400")
-                                                   .c_str());
+                    return UsageError(
+                        "watch",
+                        Translate("velkan",
+                                  "--interval: '%1' is not a number of seconds from 1 to 86400")
+                            .arg(QString::fromLocal8Bit(value)));
                 }
             } else {
-                std::string error;
-                if (!SplitCommand(value, &command, &error)) {
-                    return UsageError("watch", error.c_str());
-                }
+                QString error;
+                if (!SplitCommand(value, &command, &error)) return UsageError("watch", error);
             }
         } else {
-            return UsageError("watch", ("unexpected argument '" + arg + "'").c_str());
+            return UsageError("watch", Translate("velkan", "unexpected argument '%1'")
+                                           .arg(QString::fromLocal8Bit(arg.c_str())));
         }
     }
 
     int wake[2];
     if (pipe2(wake, O_CLOEXEC | O_NONBLOCK) != 0) {
-        std::fprintf(stderr, "velkan: %s\n", std::strerror(errno));
+        Say(QString::fromLocal8Bit(std::strerror(errno)));
         return 1;
     }
     g_wakeWrite = wake[1];
@@ -312,7 +327,7 @@ int RunWatchVerb(int argc, char** argv) {
         const int round = FollowTransfer(session, options);
         HandOut(session.StoredIds(), command);
         if (round == static_cast<int>(kErrBusy)) {
-            std::fprintf(stderr, "velkan: another transfer is running; this check is skipped\n");
+            Say(Translate("velkan", "another transfer is running; this check is skipped"));
         } else if (!(round == static_cast<int>(kErrCancelled) && g_stop)) {
             status = round;
         }

@@ -2,6 +2,7 @@
 #include "resources/string_table.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 
 namespace {
@@ -20,6 +21,8 @@ constexpr bool IsStrictlyAscending() {
 }
 static_assert(IsStrictlyAscending(), "string IDs must be unique and in ascending order");
 
+std::atomic<const std::u16string*> translations{nullptr};
+
 }  // namespace
 
 const char16_t* FindResourceString(unsigned id, std::size_t* length) {
@@ -31,6 +34,14 @@ const char16_t* FindResourceString(unsigned id, std::size_t* length) {
         if (length != nullptr) *length = 0;
         return nullptr;
     }
+    const std::u16string* translated = translations.load(std::memory_order_acquire);
+    if (translated != nullptr) {
+        const std::u16string& text = translated[it - std::begin(kStrings)];
+        if (!text.empty()) {
+            if (length != nullptr) *length = text.size();
+            return text.c_str();
+        }
+    }
     if (length != nullptr) *length = it->text.size();
     // Every entry is a string literal, so the view's data is zero-terminated.
     return it->text.data();
@@ -39,4 +50,8 @@ const char16_t* FindResourceString(unsigned id, std::size_t* length) {
 const ResourceString* ResourceStringTable(std::size_t* count) {
     if (count != nullptr) *count = std::size(kStrings);
     return kStrings;
+}
+
+void SetResourceStringTranslations(const std::u16string* texts) {
+    translations.store(texts, std::memory_order_release);
 }

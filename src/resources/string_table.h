@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 struct ResourceString {
@@ -17,3 +18,8 @@ const char16_t* FindResourceString(unsigned id, std::size_t* length);
 
 // The whole table in ascending ID order; *count receives the number of entries.
 const ResourceString* ResourceStringTable(std::size_t* count);
+
+// Texts to answer instead of the table's own, for the user's language: one per entry, in the
+// table's order (ResourceStringTable); an empty text keeps the entry's English. Null goes back
+// to the table's texts. Set at start, before other threads look strings up (translations.h).
+void SetResourceStringTranslations(const std::u16string* texts);

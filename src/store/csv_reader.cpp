@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "store/csv_reader.h"
 
 bool CsvReader::Fail(const std::string& what) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The records of a CSV file (RFC 4180, UTF-8) one at a time, streamed: fields separated by
 // commas, records by CRLF or LF, a field in double quotes may hold commas, line breaks and
 // doubled quotes. A byte order mark at the start is passed over, and so are blank lines.

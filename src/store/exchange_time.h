@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Message times in the conventions of the file formats the store exchanges messages in.
 //
 // The store holds local wall-clock times (FILETIME, common/file_time.h) and never converts

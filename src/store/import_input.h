@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A file read byte by byte through a buffer, for the importers: it counts the bytes taken
 // (for the progress) and the line and column of each byte (for what is wrong and where), and
 // decodes UTF-8 into the program's UTF-16. Memory stays the size of its buffer whatever the

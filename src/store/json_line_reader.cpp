@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "store/json_line_reader.h"
 
 #include "common/text_convert.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The JSON objects of a file of JSON lines (one object a line, as `velkan list --json` and
 // `velkan export --format json` write them) one at a time, streamed. An object's values are
 // strings, numbers, true, false or null; nested arrays and objects are not read. A \u escape of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Messages out of the store into files, and into the store from files: CSV, JSON lines, mbox,
 // and the XML of Android's "SMS Backup & Restore" app, so that a phone can take back what the
 // program holds and the program can take a phone's backup.

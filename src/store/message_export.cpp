@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writing the store's messages in the exchange formats (store/message_exchange.h).
 #include <fcntl.h>
 #include <sys/stat.h>

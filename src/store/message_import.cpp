@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading messages from the exchange formats into the store (store/message_exchange.h).
 #include <sys/stat.h>
 

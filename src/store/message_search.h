@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Searching the message store: the messages whose text, name or number contain every word of
 // a query, Latin letters compared without regard to case or accents (store/search_fold.h),
 // newest first (as the lists show them: by time, messages without a time last).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the search compares texts: Latin letters without regard to case or accents.
 //
 // A text and the words looked for are both folded: A to Z become a to z; the Latin letters

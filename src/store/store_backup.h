@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A copy of the message store while the program may be running, and a copy put back.
 //
 // Both go through SQLite's online backup, never through the file system: a copy reflects one

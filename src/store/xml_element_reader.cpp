@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "store/xml_element_reader.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The elements of an XML file one at a time, with their attributes, as the SMS backup files of
 // Android's backup apps need to be read: streamed (memory does not grow with the file), UTF-8
 // only, and with their character references to single UTF-16 surrogates (an emoji written

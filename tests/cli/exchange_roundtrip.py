@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Exports of `velkan`, read back by independent readers and by `velkan import`.
 
     exchange_roundtrip.py VELKAN

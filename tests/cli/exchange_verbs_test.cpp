@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The verbs that find and carry messages: search, export, import, backup and restore, run as
 // a separate process on a store of their own.
 #include <gtest/gtest.h>

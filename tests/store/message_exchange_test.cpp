@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Messages out of the store and back: CSV, JSON lines and the XML of "SMS Backup & Restore"
 // give the same messages after an export and an import into an empty store; a backup file as
 // the app writes it imports with its entities, emoji and MMS entries; a damaged file imports

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The search: which messages match a query, in which order, and the full-text index that the
 // store keeps in step with its own writes and deletions.
 #include "store/message_search.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A copy of the store made while another connection writes, and a copy put back: checked
 // before anything is replaced, the store in use kept as velkan.sqlite3.bak, and seen by a
 // connection that stayed open through it, as a running desktop program's does.

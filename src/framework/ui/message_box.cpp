@@ -29,6 +29,8 @@ int ShowMessageBox(QWidget* owner, const QString& text, BoxKind kind) {
     }
     if (kind == BoxKind::Warning) {
         QMessageBox::warning(owner, caption, text);
+    } else if (kind == BoxKind::Information) {
+        QMessageBox::information(owner, caption, text);
     } else {
         QMessageBox::critical(owner, caption, text);
     }

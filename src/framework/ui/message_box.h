@@ -8,8 +8,9 @@
 
 class QWidget;
 
-// Warning: the work was done but not all of it (shown with the warning icon).
-enum class BoxKind { Error, Question, Warning };
+// Warning: the work was done but not all of it (shown with the warning icon). Information:
+// what a finished piece of work did.
+enum class BoxKind { Error, Question, Warning, Information };
 
 // Shows `text`; for a Question returns IDYES or IDNO, otherwise IDOK.
 int ShowMessageBox(QWidget* owner, const QString& text, BoxKind kind);

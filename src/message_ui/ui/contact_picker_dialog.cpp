@@ -71,8 +71,8 @@ QVariant ContactListModel::data(const QModelIndex& index, int role) const {
 
 QVariant ContactListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return QVariant();
-    if (section == 0) return QStringLiteral("Name");
-    if (section == 1) return QStringLiteral("Phone");
+    if (section == 0) return tr("Name");
+    if (section == 1) return tr("Phone");
     return QVariant();
 }
 
@@ -80,7 +80,7 @@ QVariant ContactListModel::headerData(int section, Qt::Orientation orientation, 
 
 ContactPickerDialog::ContactPickerDialog(QWidget* parent) : DialogBase(kTemplateId, parent) {
     setFont(DialogFont());
-    setWindowTitle(QStringLiteral("Select a contact"));
+    setWindowTitle(tr("Select a contact"));
 }
 
 QSize ContactPickerDialog::sizeHint() const {
@@ -91,10 +91,10 @@ QSize ContactPickerDialog::sizeHint() const {
 bool ContactPickerDialog::OnInitDialog() {
     const DialogUnits du(font());
 
-    ok_ = new QPushButton(QStringLiteral("OK"), this);
+    ok_ = new QPushButton(tr("OK"), this);
     ok_->setObjectName(QString::number(IDOK));
     ok_->setGeometry(du.Rect(7, 112, 35, 14));
-    cancel_ = new QPushButton(QStringLiteral("Cancel"), this);
+    cancel_ = new QPushButton(tr("Cancel"), this);
     cancel_->setObjectName(QString::number(IDCANCEL));
     cancel_->setGeometry(du.Rect(49, 112, 37, 14));
     ConnectButton(ok_, IDOK);
@@ -118,7 +118,7 @@ bool ContactPickerDialog::OnInitDialog() {
     list_->installEventFilter(this);
     connect(list_, &QTreeView::doubleClicked, this, [this] { SendCommand(IDOK); });
 
-    caption_ = new QLabel(QStringLiteral("Select a contact"), this);
+    caption_ = new QLabel(tr("Select a contact"), this);
     caption_->setObjectName(QString::number(kIdcCaption));
     caption_->setGeometry(du.Rect(14, 7, 79, 9));
     SetupCaption(this, caption_, ok_, cancel_);

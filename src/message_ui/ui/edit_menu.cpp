@@ -18,13 +18,13 @@ bool IsTextField(const QWidget* w) {
 
 MenuBarEntryDef EditMenuEntry() {
     return {kIdEditMenu,
-            QStringLiteral("Edit"),
-            {{kIdEditCut, QStringLiteral("Cut")},
-             {kIdEditCopy, QStringLiteral("Copy")},
-             {kIdEditPaste, QStringLiteral("Paste")},
-             {kIdEditClear, QStringLiteral("Clear")},
+            QCoreApplication::translate("EditMenu", "Edit"),
+            {{kIdEditCut, QCoreApplication::translate("EditMenu", "Cut")},
+             {kIdEditCopy, QCoreApplication::translate("EditMenu", "Copy")},
+             {kIdEditPaste, QCoreApplication::translate("EditMenu", "Paste")},
+             {kIdEditClear, QCoreApplication::translate("EditMenu", "Clear")},
              {0, QString()},
-             {kIdEditSelectAll, QStringLiteral("Select All")}}};
+             {kIdEditSelectAll, QCoreApplication::translate("EditMenu", "Select All")}}};
 }
 
 bool IsEditCommand(int id) {

@@ -97,20 +97,19 @@ MenuBarDef MessageDialog::MenuBarDefinition() const {
     return {EditMenuEntry(),
             {kCmdOptionsMenu,
              ResourceText(kStringOptions),
-             {{kCmdConnection, QStringLiteral("Connection")},
-              {kCmdPreferences, QStringLiteral("Preferences")}}}};
+             {{kCmdConnection, tr("Connection")}, {kCmdPreferences, tr("Preferences")}}}};
 }
 
 void MessageDialog::CreateControls() {
-    auto button = [this](int id, const char* label) {
-        auto* b = new QPushButton(QString::fromLatin1(label), this);
+    auto button = [this](int id, const QString& label) {
+        auto* b = new QPushButton(label, this);
         b->setObjectName(QString::number(id));
         b->setAutoDefault(false);
         ConnectButton(b, id);
         return b;
     };
-    auto label = [this](int id, const char* text) {
-        auto* l = new QLabel(QString::fromLatin1(text), this);
+    auto label = [this](int id, const QString& text) {
+        auto* l = new QLabel(text, this);
         l->setObjectName(QString::number(id));
         return l;
     };
@@ -122,21 +121,21 @@ void MessageDialog::CreateControls() {
         return e;
     };
 
-    nameButton_ = button(kIdName, "Name");
+    nameButton_ = button(kIdName, tr("Name"));
     nameCombo_ = new RecentComboBox(false, this);
     nameCombo_->setObjectName(QString::number(kIdNameCombo));
-    nameLabel_ = label(kIdNameLabel, "Name:");
+    nameLabel_ = label(kIdNameLabel, tr("Name:"));
     nameField_ = readOnlyField(kIdNameField);
-    numberLabel_ = label(kIdNumberLabel, "Number:");
+    numberLabel_ = label(kIdNumberLabel, tr("Number:"));
     numberCombo_ = new RecentComboBox(true, this);
     numberCombo_->setObjectName(QString::number(kIdNumberCombo));
     numberField_ = readOnlyField(kIdNumberField);
     text_ = new MessageTextEdit(this);
     text_->setObjectName(QString::number(kIdText));
     PaintWhite(text_);
-    flash_ = new QCheckBox(QStringLiteral("Flash SMS"), this);
+    flash_ = new QCheckBox(tr("Flash SMS"), this);
     flash_->setObjectName(QString::number(kIdFlash));
-    counter_ = label(kIdCounter, "160/160");
+    counter_ = label(kIdCounter, QStringLiteral("160/160"));
     counter_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     dateLine_ = label(kIdDateLine, "");
     markLine_ = new QLabel(this);
@@ -146,16 +145,16 @@ void MessageDialog::CreateControls() {
         pal.setColor(QPalette::WindowText, QColor::fromRgb(kMarkColor));
         markLine_->setPalette(pal);
     }
-    reply_ = button(kIdReply, "Reply");
-    forward_ = button(kIdForward, "Forward");
-    delete_ = button(kIdDelete, "Delete");
-    ok_ = button(IDOK, "OK");
-    send_ = button(kIdSend, "Send");
+    reply_ = button(kIdReply, tr("Reply"));
+    forward_ = button(kIdForward, tr("Forward"));
+    delete_ = button(kIdDelete, tr("Delete"));
+    ok_ = button(IDOK, tr("OK"));
+    send_ = button(kIdSend, tr("Send"));
     sendAgain_ = button(kIdSendAgain, "");
     sendAgain_->setText(ResourceText(kStringSendAgain));
-    outbox_ = button(kIdOutbox, "Outbox");
-    draft_ = button(kIdDraft, "Draft");
-    cancel_ = button(IDCANCEL, "Cancel");
+    outbox_ = button(kIdOutbox, tr("Outbox"));
+    draft_ = button(kIdDraft, tr("Draft"));
+    cancel_ = button(IDCANCEL, tr("Cancel"));
     for (QPushButton* b : {send_, ok_, outbox_, reply_, delete_, draft_, forward_, cancel_,
                            nameButton_, sendAgain_}) {
         MakeRoundedButton(b);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "message_ui/ui/store_failure.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 
 #include "framework/text_buffer.h"
@@ -54,11 +55,12 @@ QString StoreFailureReason(const CeDatabase* db) {
     if (why == QLatin1String("not an error")) why.clear();
     if (why.isEmpty()) {
         if (db == nullptr) {
-            why = QStringLiteral("it cannot be opened");
+            why = QCoreApplication::translate("StoreFailure", "it cannot be opened");
         } else if (db->LastError() == StoreError::kDamaged) {
-            why = QStringLiteral("the file is damaged");
+            why = QCoreApplication::translate("StoreFailure", "the file is damaged");
         } else {
-            why = QStringLiteral("the file could not be read or written (error %1)")
+            why = QCoreApplication::translate("StoreFailure",
+                                              "the file could not be read or written (error %1)")
                       .arg(static_cast<unsigned>(db->LastError()));
         }
     }

@@ -39,9 +39,9 @@ void CaptionDialog::CreateCaption(int x, int y, int w, int h) {
     caption_->resize(qMax(caption_->width(), bold.horizontalAdvance(caption_->text()) + 2),
                      qMax(caption_->height(), bold.height()));
     ok_ = AddControl<QPushButton>(IDOK, 0, 0, 16, 12);
-    ok_->setText(QStringLiteral("OK"));
+    ok_->setText(tr("OK"));
     cancel_ = AddControl<QPushButton>(IDCANCEL, 0, 0, 16, 12);
-    cancel_->setText(QStringLiteral("Cancel"));
+    cancel_->setText(tr("Cancel"));
     ConnectButton(ok_, IDOK);
     ConnectButton(cancel_, IDCANCEL);
     // Blue caption text; the buttons become image buttons of their bitmaps' size.

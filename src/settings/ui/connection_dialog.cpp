@@ -32,7 +32,7 @@ KeyboardModifierQuery SetKeyboardModifierQuery(KeyboardModifierQuery query) {
 }
 
 ConnectionDialog::ConnectionDialog(QWidget* parent)
-    : CaptionDialog(kTemplateId, QStringLiteral("Select the active connection"), parent) {}
+    : CaptionDialog(kTemplateId, tr("Select the active connection"), parent) {}
 
 bool ConnectionDialog::OnInitDialog() {
     // Read at once: the user lets go of Ctrl as soon as the dialog shows.
@@ -42,13 +42,13 @@ bool ConnectionDialog::OnInitDialog() {
     // Here as well as on activation: the modal runner does not activate the dialog.
     CreateMenuBar(MenuBarDefinition());
     connectionLabel_ = AddControl<QLabel>(kIdConnectionLabel, 6, 25, 39, 8);
-    connectionLabel_->setText(QStringLiteral("Connection:"));
+    connectionLabel_->setText(tr("Connection:"));
     combo_ = AddControl<QComboBox>(kIdPortCombo, 6, 37, 110, 51);
     // The template's height includes the drop-down list; the closed box is one line high.
     combo_->resize(combo_->width(), combo_->sizeHint().height());
     combo_->setEditable(false);
     addressLabel_ = AddControl<QLabel>(kIdAddressLabel, 6, 55, 109, 16);
-    addressLabel_->setText(QStringLiteral("TCP Address\n(i.e. localhost:port):"));
+    addressLabel_->setText(tr("TCP Address\n(i.e. localhost:port):"));
     addressLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     FitToText(connectionLabel_);
     FitToText(addressLabel_);

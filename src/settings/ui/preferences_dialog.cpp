@@ -27,7 +27,7 @@ std::uint32_t CheckValue(const QCheckBox* box) {
 }  // namespace
 
 PreferencesDialog::PreferencesDialog(QWidget* parent)
-    : CaptionDialog(kTemplateId, QStringLiteral("Preferences"), parent) {
+    : CaptionDialog(kTemplateId, tr("Preferences"), parent) {
     for (int id : {kCmdEditCut, kCmdEditCopy, kCmdEditPaste, kCmdEditClear, kCmdEditSelectAll}) {
         AddCommand(id, [this, id] { EditCommand(id); });
     }
@@ -35,13 +35,13 @@ PreferencesDialog::PreferencesDialog(QWidget* parent)
 
 MenuBarDef PreferencesDialog::MenuBarDefinition() const {
     return {{kMenuEdit,
-             QStringLiteral("Edit"),
-             {{kCmdEditCut, QStringLiteral("Cut")},
-              {kCmdEditCopy, QStringLiteral("Copy")},
-              {kCmdEditPaste, QStringLiteral("Paste")},
-              {kCmdEditClear, QStringLiteral("Clear")},
+             tr("Edit"),
+             {{kCmdEditCut, tr("Cut")},
+              {kCmdEditCopy, tr("Copy")},
+              {kCmdEditPaste, tr("Paste")},
+              {kCmdEditClear, tr("Clear")},
               {0, {}},
-              {kCmdEditSelectAll, QStringLiteral("Select All")}}}};
+              {kCmdEditSelectAll, tr("Select All")}}}};
 }
 
 bool PreferencesDialog::OnInitDialog() {
@@ -49,18 +49,18 @@ bool PreferencesDialog::OnInitDialog() {
     // Here as well as on activation: the modal runner does not activate the dialog.
     CreateMenuBar(MenuBarDefinition());
     phoneHeading_ = AddControl<QLabel>(kIdPhoneHeading, 5, 22, 25, 8);
-    phoneHeading_->setText(QStringLiteral("Phone"));
+    phoneHeading_->setText(tr("Phone"));
     deleteAfterRetrieve_ = AddControl<QCheckBox>(kIdDeleteAfterRetrieve, 13, 34, 113, 10);
-    deleteAfterRetrieve_->setText(QStringLiteral("Delete Messages after Retrieve"));
+    deleteAfterRetrieve_->setText(tr("Delete Messages after Retrieve"));
     messageHeading_ = AddControl<QLabel>(kIdMessageHeading, 5, 47, 57, 8);
-    messageHeading_->setText(QStringLiteral("Message Options"));
+    messageHeading_->setText(tr("Message Options"));
     customSmsc_ = AddControl<QCheckBox>(kIdCustomSmsc, 13, 59, 96, 10);
-    customSmsc_->setText(QStringLiteral("Custom Service Center:"));
+    customSmsc_->setText(tr("Custom Service Center:"));
     smsc_ = AddControl<QLineEdit>(kIdSmscNumber, 23, 70, 92, 14);
     requestStatus_ = AddControl<QCheckBox>(kIdRequestStatus, 13, 88, 62, 10);
-    requestStatus_->setText(QStringLiteral("Request Status"));
+    requestStatus_->setText(tr("Request Status"));
     flash_ = AddControl<QCheckBox>(kIdFlash, 13, 99, 62, 10);
-    flash_->setText(QStringLiteral("Flash SMS"));
+    flash_->setText(tr("Flash SMS"));
     phoneHeading_->setFont(GetUiFont(UiFont::SmallBold));
     messageHeading_->setFont(GetUiFont(UiFont::SmallBold));
     for (QWidget* control :

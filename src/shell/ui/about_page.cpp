@@ -9,6 +9,7 @@
 #include "framework/text_buffer.h"
 #include "framework/ui/dialog_units.h"
 #include "framework/ui/ui_fonts.h"
+#include "release_version.h"
 
 static void InitImageResources() {
     Q_INIT_RESOURCE(resources);
@@ -60,7 +61,7 @@ QPixmap LoadLogoBitmap() {
 AboutPage::AboutPage(QWidget* parent) : DialogBase(kAboutTemplate, parent) {}
 
 const char* AboutPage::Tagline() {
-    return "SMS Management for Pocket PC";
+    return QT_TR_NOOP("SMS Management for Pocket PC");
 }
 const char* AboutPage::VersionText() {
     return "Version 1.1 (c4)";
@@ -68,12 +69,18 @@ const char* AboutPage::VersionText() {
 const char* AboutPage::Maker() {
     return "Orvane Systems";
 }
+QString AboutPage::ReleaseText() {
+    return tr("Release %1").arg(QLatin1String(kReleaseVersion));
+}
+QString AboutPage::LicenceText() {
+    return tr("Licensed under the GNU General Public License, version 3 or later");
+}
 
 bool AboutPage::OnInitDialog() {
     close_ = new QToolButton(this);
     close_->setObjectName(QString::number(IDCANCEL));
     close_->setText(QStringLiteral("X"));
-    close_->setToolTip(QStringLiteral("Close"));
+    close_->setToolTip(tr("Close"));
     close_->setAutoRaise(true);
     QFont closeFont = GetUiFont(UiFont::SmallBold);
     close_->setFont(closeFont);
@@ -97,10 +104,11 @@ bool AboutPage::OnInitDialog() {
     product_ =
         CenteredLabel(this, QString::fromUtf16(product.Text()), QLatin1String(kAboutProductName));
     product_->setFont(GetUiFont(UiFont::LargeBold));
-    tagline_ =
-        CenteredLabel(this, QString::fromLatin1(Tagline()), QLatin1String(kAboutTaglineName));
+    tagline_ = CenteredLabel(this, tr(Tagline()), QLatin1String(kAboutTaglineName));
     version_ = CenteredLabel(this, QString(), QString::number(kAboutVersionControl));
     maker_ = CenteredLabel(this, QString::fromLatin1(Maker()), QLatin1String(kAboutMakerName));
+    release_ = CenteredLabel(this, ReleaseText(), QLatin1String(kAboutReleaseName));
+    licence_ = CenteredLabel(this, LicenceText(), QLatin1String(kAboutLicenceName));
     // The version is set at initialisation, as the dialog's own code always did.
     version_->setText(QString::fromLatin1(VersionText()));
     return true;
@@ -131,4 +139,6 @@ void AboutPage::Layout(int w, int h) {
     place(version_, kVersionHeight);
     y += du.Y(kMakerGap);
     place(maker_, kMakerHeight);
+    place(release_, kMakerHeight);
+    place(licence_, kMakerHeight);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/sms_message.h"
+#include "resources/translations.h"
 #include "shell/contacts_addin.h"
 #include "shell/smsto.h"
 #include "shell/ui/application.h"
@@ -43,6 +44,8 @@ std::unique_ptr<DialogBase> MakeMessageList() {
 
 int main(int argc, char** argv) {
     QApplication qt(argc, argv);
+    // The windows in the user's language (LANGUAGE, LC_ALL, LC_MESSAGES, LANG).
+    InstallUserTranslation();
     // Qt has taken its own options out of the arguments; the rest is the command line.
     std::vector<std::u16string> arguments;
     const QStringList all = QCoreApplication::arguments();

@@ -3,14 +3,19 @@
 
 #include <algorithm>
 
+#include "store/message_search.h"
 #include "store/message_store.h"
+#include "store/search_fold.h"
 
 MessageListModel::MessageListModel(QObject* parent) : QAbstractListModel(parent) {}
+
+MessageListModel::~MessageListModel() = default;
 
 void MessageListModel::SetDatabase(MessageDatabase* db) {
     beginResetModel();
     db_ = db;
     oids_.clear();
+    search_.reset();
     Forget();
     endResetModel();
 }
@@ -25,10 +30,71 @@ bool MessageListModel::Load(FolderId folder) {
     beginResetModel();
     folder_ = folder;
     Forget();
+    search_.reset();
     bool ok = db_ != nullptr && db_->FolderOidsNewestFirst(folder, &oids_);
     if (!ok) oids_.clear();
     endResetModel();
     return ok;
+}
+
+bool MessageListModel::LoadSearch(std::u16string_view query, FolderId folder) {
+    beginResetModel();
+    folder_ = folder;
+    Forget();
+    oids_.clear();
+    search_.reset();
+    searchWords_ = SearchWords(query);
+    if (db_ != nullptr) search_ = std::make_unique<MessageSearch>(*db_, query, folder);
+    endResetModel();
+    return search_ != nullptr && FetchSearch();
+}
+
+bool MessageListModel::FetchSearch() {
+    if (search_ == nullptr || search_->AtEnd()) return true;
+    std::vector<SmsMessage> matches;
+    const bool ok = search_->Next(kSearchScreen, &matches);
+    if (!ok) {
+        // Nothing more is asked of a store that cannot be read; the rows found so far stay.
+        search_.reset();
+        return false;
+    }
+    if (matches.empty()) return true;
+    const int first = static_cast<int>(oids_.size());
+    beginInsertRows(QModelIndex(), first, first + static_cast<int>(matches.size()) - 1);
+    for (const SmsMessage& m : matches) oids_.push_back(m.oid);
+    endInsertRows();
+    return true;
+}
+
+int MessageListModel::FetchRowOf(Oid oid) {
+    int row = RowOf(oid);
+    if (row >= 0 || oid == 0 || search_ == nullptr || search_->AtEnd()) return row;
+    // Only a message the search will find is worth the reading of further screens: the
+    // matches of a common word may run to the store's end.
+    SmsMessage message;
+    message.oid = oid;
+    if (!ReadById(*db_, message) || !MatchesSearch(message, searchWords_)) return -1;
+    const bool inFolder = folder_ == kEveryFolder || message.folder == folder_ ||
+                          (folder_ == kFolderLog &&
+                           (message.folder == kFolderInbox || message.folder == kFolderSent));
+    if (!inFolder) return -1;
+    while (row < 0 && !search_->AtEnd()) {
+        const std::size_t before = oids_.size();
+        if (!FetchSearch() || oids_.size() == before) break;
+        const auto it =
+            std::find(oids_.begin() + static_cast<std::ptrdiff_t>(before), oids_.end(), oid);
+        if (it != oids_.end()) row = static_cast<int>(it - oids_.begin());
+    }
+    return row;
+}
+
+bool MessageListModel::canFetchMore(const QModelIndex& parent) const {
+    return !parent.isValid() && search_ != nullptr && !search_->AtEnd();
+}
+
+void MessageListModel::fetchMore(const QModelIndex& parent) {
+    if (parent.isValid()) return;
+    FetchSearch();
 }
 
 Oid MessageListModel::OidAt(int row) const {

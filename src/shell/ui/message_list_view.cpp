@@ -2,13 +2,16 @@
 #include "shell/ui/message_list_view.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QFrame>
 #include <QGuiApplication>
+#include <QHBoxLayout>
 #include <QItemSelection>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPushButton>
@@ -32,6 +35,8 @@
 #include "shell/ui/message_list_model.h"
 #include "shell/ui/message_row_delegate.h"
 #include "shell/ui/progress_dialog.h"
+#include "store/search_fold.h"
+#include "store/transfer_lock.h"
 
 namespace {
 
@@ -46,6 +51,14 @@ constexpr unsigned kStringNotSent = 3174;
 constexpr unsigned kStringRetry = 3175;
 constexpr unsigned kStringSendAgain = 3178;
 constexpr unsigned kStringNotDeleted = 3181;
+constexpr unsigned kStringFind = 3200;
+constexpr unsigned kStringAllFolders = 3201;
+constexpr unsigned kStringSearchHint = 3202;
+constexpr unsigned kStringExport = 3203;
+constexpr unsigned kStringImport = 3204;
+constexpr unsigned kStringNotExported = 3210;
+constexpr unsigned kStringNotImported = 3213;
+constexpr unsigned kStringTransferRunning = 3215;
 
 struct FolderEntry {
     unsigned stringId;
@@ -253,6 +266,14 @@ void MessageListView::AddCommands() {
     AddCommand(kCmdConnection, [this] { RunConnectionDialog(); });
     AddCommand(kCmdPreferences, [this] { RunPreferencesDialog(); });
     AddCommand(kCmdExit, [this] { EndDialog(IDOK); });
+    AddCommand(kCmdExport, [this] { ExportMessages(); });
+    AddCommand(kCmdImport, [this] { ImportMessages(); });
+    QAction* find = AddCommand(kCmdFind, [this] { ShowSearch(); });
+    // Ctrl+F wherever the focus is on the page; the command is added to the page so that its
+    // shortcut is live.
+    find->setShortcut(QKeySequence::Find);
+    find->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    addAction(find);
 }
 
 MessageListView::~MessageListView() = default;
@@ -281,13 +302,13 @@ bool MessageListView::OnInitDialog() {
                         combo_->sizeHint().height());
     connect(combo_, &QComboBox::activated, this, [this](int index) { OnFolderChosen(index); });
 
-    sendAndGet_ = new QPushButton(QStringLiteral("Send && Get"), this);
+    sendAndGet_ = new QPushButton(tr("Send && Get"), this);
     sendAndGet_->setObjectName(QString::number(kSendAndGetId));
     sendAndGet_->setGeometry(units.SizedRect(81, 2, 47, 12));
     sendAndGet_->hide();
     ConnectButton(sendAndGet_, kSendAndGetId);
 
-    get_ = new QPushButton(QStringLiteral("Get"), this);
+    get_ = new QPushButton(tr("Get"), this);
     get_->setObjectName(QString::number(kGetId));
     get_->setGeometry(units.SizedRect(105, 2, 34, 12));
     ConnectButton(get_, kGetId);
@@ -334,6 +355,23 @@ bool MessageListView::OnInitDialog() {
     bannerLayout->addWidget(storeRetry_, 0, Qt::AlignRight);
     connect(storeRetry_, &QPushButton::clicked, this, [this] { RetryStore(); });
 
+    // The search line: hidden until Find.
+    searchBar_ = new QWidget(this);
+    searchBar_->setObjectName(QStringLiteral("searchBar"));
+    searchBar_->hide();
+    auto* searchLayout = new QHBoxLayout(searchBar_);
+    searchLayout->setContentsMargins(kEdge, kEdge, kEdge, kEdge);
+    searchField_ = new QLineEdit(searchBar_);
+    searchField_->setObjectName(QStringLiteral("searchField"));
+    searchField_->setPlaceholderText(ResourceText(kStringSearchHint));
+    searchField_->installEventFilter(this);
+    searchLayout->addWidget(searchField_, 1);
+    allFolders_ = new QCheckBox(ResourceText(kStringAllFolders), searchBar_);
+    allFolders_->setObjectName(QStringLiteral("allFolders"));
+    searchLayout->addWidget(allFolders_);
+    connect(searchField_, &QLineEdit::textChanged, this, [this] { ApplySearch(); });
+    connect(allFolders_, &QCheckBox::toggled, this, [this] { ApplySearch(); });
+
     // A store that cannot be opened leaves the list empty; the program stays usable, says why
     // and offers to try again.
     if (OpenMessageStore(db_)) {
@@ -364,20 +402,25 @@ MenuBarDef MessageListView::MenuBarDefinition() const {
         {kCmdNew, ResourceText(kStringNew), {}},
         {kCmdSmsMenu,
          ResourceText(kStringSms),
-         {{kCmdDelete, QStringLiteral("Delete")},
+         {{kCmdDelete, tr("Delete")},
           {0, {}},
-          {kCmdReply, QStringLiteral("Reply")},
-          {kCmdForward, QStringLiteral("Forward")},
+          {kCmdReply, tr("Reply")},
+          {kCmdForward, tr("Forward")},
           {0, {}},
-          {kCmdSendAgain, ResourceText(kStringSendAgain)}}},
+          {kCmdSendAgain, ResourceText(kStringSendAgain)},
+          {0, {}},
+          {kCmdFind, ResourceText(kStringFind)}}},
         {kCmdOptionsMenu,
          ResourceText(kStringOptions),
-         {{kCmdExit, QStringLiteral("Exit")},
+         {{kCmdExit, tr("Exit")},
           {0, {}},
-          {kCmdAbout, QStringLiteral("About")},
+          {kCmdAbout, tr("About")},
           {0, {}},
-          {kCmdConnection, QStringLiteral("Connection")},
-          {kCmdPreferences, QStringLiteral("Preferences")}}},
+          {kCmdConnection, tr("Connection")},
+          {kCmdPreferences, tr("Preferences")},
+          {0, {}},
+          {kCmdExport, ResourceText(kStringExport)},
+          {kCmdImport, ResourceText(kStringImport)}}},
     };
 }
 
@@ -388,14 +431,22 @@ void MessageListView::Layout(int w, int h) {
         button->setGeometry(w - kEdge - button->width(), kButtonTop, button->width(),
                             kButtonBottom - kButtonTop);
     }
-    // The line about a store that cannot be opened stands between the header and the rows.
-    int bannerHeight = 0;
-    if (!storeBanner_->isHidden()) {
-        bannerHeight = storeBanner_->hasHeightForWidth() ? storeBanner_->heightForWidth(w)
-                                                         : storeBanner_->sizeHint().height();
-        storeBanner_->setGeometry(0, kListTop, w, bannerHeight);
+    // The search line, then the line about a store that cannot be opened, stand between the
+    // header and the rows.
+    int top = kListTop;
+    if (!searchBar_->isHidden()) {
+        const int searchHeight = searchBar_->sizeHint().height();
+        searchBar_->setGeometry(0, top, w, searchHeight);
+        top += searchHeight;
     }
-    list_->setGeometry(0, kListTop + bannerHeight, w, qMax(0, h - kListTop - bannerHeight));
+    if (!storeBanner_->isHidden()) {
+        const int bannerHeight = storeBanner_->hasHeightForWidth()
+                                     ? storeBanner_->heightForWidth(w)
+                                     : storeBanner_->sizeHint().height();
+        storeBanner_->setGeometry(0, top, w, bannerHeight);
+        top += bannerHeight;
+    }
+    list_->setGeometry(0, top, w, qMax(0, h - top));
     separator_->setGeometry(0, kSeparatorTop, w, 1);
 }
 
@@ -406,8 +457,82 @@ void MessageListView::UpdateStoreBanner() {
     storeBannerText_->setText(text);
     storeBanner_->setVisible(show);
     // The rows move down to make room for the line, or back up.
+    LayoutNow();
+}
+
+void MessageListView::LayoutNow() {
     const QSize client = ClientSize();
     Layout(client.width(), client.height());
+}
+
+bool MessageListView::Filtered() const {
+    return searchBar_ != nullptr && !searchBar_->isHidden() &&
+           !SearchWords(searchField_->text().toStdU16String()).empty();
+}
+
+void MessageListView::ShowSearch() {
+    if (searchBar_->isHidden()) {
+        searchBar_->show();
+        LayoutNow();
+    }
+    searchField_->setFocus();
+    searchField_->selectAll();
+}
+
+void MessageListView::CloseSearch() {
+    if (searchBar_->isHidden()) return;
+    const bool wasFiltered = Filtered();
+    {
+        const QSignalBlocker block(searchField_);
+        searchField_->clear();
+    }
+    searchBar_->hide();
+    LayoutNow();
+    // The folder again; Reload keeps the message that was selected among the matches.
+    if (wasFiltered) {
+        Reload();
+    } else {
+        list_->setFocus();
+    }
+}
+
+void MessageListView::Reject() {
+    CloseSearch();
+}
+
+bool MessageListView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == searchField_ && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        // From the field down into the rows, to open or delete what was found.
+        if (key == Qt::Key_Down || key == Qt::Key_Return || key == Qt::Key_Enter) {
+            if (model_->rowCount() > 0) {
+                if (list_->selectionModel()->selectedRows().isEmpty()) {
+                    list_->selectionModel()->setCurrentIndex(model_->index(0, 0),
+                                                             QItemSelectionModel::ClearAndSelect);
+                }
+                list_->setFocus();
+            }
+            return true;
+        }
+    }
+    return DialogBase::eventFilter(watched, event);
+}
+
+void MessageListView::ApplySearch() {
+    if (list_ == nullptr) return;
+    // Typing goes on in the field: the reload leaves the focus where it is.
+    keepFocus_ = true;
+    Reload();
+    keepFocus_ = false;
+}
+
+void MessageListView::LoadRows() {
+    if (!Filtered()) {
+        model_->Load(currentFolder_);
+        return;
+    }
+    model_->LoadSearch(searchField_->text().toStdU16String(),
+                       allFolders_->isChecked() ? kEveryFolder : currentFolder_);
 }
 
 void MessageListView::RetryStore() {
@@ -489,10 +614,11 @@ void MessageListView::Reload() {
     UpdateStoreBanner();
     const Oid remembered = model_->OidAt(FirstSelectedRow());
     delegate_->SetToday(TodayDateText());
-    delegate_->SetLogView(currentFolder_ == kFolderLog);
+    // Matches from every folder are drawn as the "Log" draws its mix of folders.
+    delegate_->SetLogView(currentFolder_ == kFolderLog || (Filtered() && allFolders_->isChecked()));
 
     list_->setUpdatesEnabled(false);
-    model_->Load(currentFolder_);
+    LoadRows();
     // The whole store is looked at, whatever the folder, so the Outbox count is complete.
     std::uint32_t outbox = 0;
     if (!db_.CountFolder(kFolderOutbox, &outbox)) outbox = 0;
@@ -500,14 +626,14 @@ void MessageListView::Reload() {
     get_->setVisible(outbox == 0);
 
     if (remembered != 0) {
-        const int row = model_->RowOf(remembered);
+        const int row = model_->FetchRowOf(remembered);
         if (row >= 0) {
             const QModelIndex index = model_->index(row, 0);
             list_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
             list_->scrollTo(index);
         }
     }
-    list_->setFocus();
+    if (!keepFocus_) list_->setFocus();
     list_->SetMenuJustClosed(false);
     list_->setUpdatesEnabled(true);
     UpdateSendAgain();
@@ -560,10 +686,10 @@ void MessageListView::OnTapped(Qt::KeyboardModifiers modifiers) {
 void MessageListView::ShowContextMenu(const QPoint& globalPos) {
     QMenu menu(list_);
     menu.setObjectName(QString::number(kContextMenuId));
-    std::vector<std::pair<int, QString>> items = {{kCmdReply, QStringLiteral("Reply")},
-                                                  {kCmdForward, QStringLiteral("Forward")},
+    std::vector<std::pair<int, QString>> items = {{kCmdReply, tr("Reply")},
+                                                  {kCmdForward, tr("Forward")},
                                                   {0, QString()},
-                                                  {kCmdDelete, QStringLiteral("Delete")}};
+                                                  {kCmdDelete, tr("Delete")}};
     // Offered only where it applies: on an Outbox message that may have been sent.
     if (SelectedMaySendAgain()) {
         items.push_back({0, QString()});
@@ -684,6 +810,7 @@ void MessageListView::DeleteSelected() {
 }
 
 void MessageListView::Transfer() {
+    if (importing_) return;
     std::unique_ptr<ProgressDialog> dialog = CreateProgressDialog();
     if (dialog == nullptr) return;
     RunTransfer(*dialog, this);
@@ -696,7 +823,7 @@ void MessageListView::Transfer() {
 }
 
 void MessageListView::SendAgain() {
-    if (!SelectedMaySendAgain()) return;
+    if (importing_ || !SelectedMaySendAgain()) return;
     SmsMessage message;
     message.oid = model_->OidAt(FirstSelectedRow());
     if (message.oid == 0 || !ReadById(db_, message)) return;
@@ -721,6 +848,65 @@ void MessageListView::SendAgain() {
         }
     }
     Reload();
+}
+
+void MessageListView::ExportMessages() {
+    QString problem;
+    if (!EnsureStoreOpen(&problem)) {
+        UpdateStoreBanner();
+        ShowMessageBox(this, FormatResourceText(kStringNotExported, problem), BoxKind::Error);
+        return;
+    }
+    ExportChoice choice;
+    if (!ChooseExport(&choice)) return;
+    bool ok = false;
+    const QString report = ExportWithReport(this, choice, &ok);
+    ShowMessageBox(this, report, ok ? BoxKind::Information : BoxKind::Error);
+}
+
+void MessageListView::SetTransfersAllowed(bool allowed) {
+    for (int id : {kSendAndGetId, kGetId, kCmdSendAgain}) Command(id)->setEnabled(allowed);
+    sendAndGet_->setEnabled(allowed);
+    get_->setEnabled(allowed);
+    if (allowed) UpdateSendAgain();
+}
+
+void MessageListView::ImportMessages() {
+    if (importing_) return;
+    const QString path = ChooseImportFile();
+    if (path.isEmpty()) return;
+    QString problem;
+    if (!EnsureStoreOpen(&problem)) {
+        UpdateStoreBanner();
+        ShowMessageBox(this, FormatResourceText(kStringNotImported, problem), BoxKind::Error);
+        return;
+    }
+    // An import and a transfer never run together: the transfer would send from and store
+    // into an Outbox and Inbox that the import is still filling. The import holds the transfer
+    // lock, which a transfer of this program or of velkan waits for and then gives up on.
+    TransferLock lock;
+    std::string why;
+    switch (lock.TryTake(&why)) {
+        case TransferLock::Outcome::kTaken:
+            break;
+        case TransferLock::Outcome::kBusy:
+            ShowMessageBox(this, ResourceText(kStringTransferRunning), BoxKind::Error);
+            return;
+        case TransferLock::Outcome::kFailed:
+            ShowMessageBox(this,
+                           FormatResourceText(kStringNotImported, QString::fromStdString(why)),
+                           BoxKind::Error);
+            return;
+    }
+    importing_ = true;
+    SetTransfersAllowed(false);
+    const ImportOutcome outcome = ImportWithProgress(
+        this, path, [this](QProgressDialog& progress) { ImportRunning(progress); });
+    lock.Release();
+    importing_ = false;
+    SetTransfersAllowed(true);
+    Reload();
+    ShowMessageBox(this, outcome.text, outcome.ok ? BoxKind::Information : BoxKind::Error);
 }
 
 // --- the screens the list opens ----------------------------------------------------------
@@ -775,3 +961,17 @@ bool MessageListView::CommandLineRecipient(SmsMessage& message) {
 }
 
 void MessageListView::UpdateContactsAddIn() {}
+
+bool MessageListView::ChooseExport(ExportChoice* choice) {
+    const QString shownName = currentFolder_ == kFolderLog ? combo_->itemText(combo_->count() - 1)
+                                                           : FolderName(currentFolder_);
+    return AskExportChoice(this, currentFolder_, shownName, choice);
+}
+
+QString MessageListView::ChooseImportFile() {
+    return AskImportFile(this);
+}
+
+void MessageListView::ImportRunning(QProgressDialog& progress) {
+    (void)progress;
+}

@@ -6,6 +6,12 @@
 // A store that cannot be used is never passed over in silence: at start a box names the file and
 // the reason, and while the store stays closed a line above the list repeats the reason with a
 // "Retry" button; every write that fails says so too.
+//
+// Find (Ctrl+F, or "Find" in the "Sms" menu) shows a search field above the rows: typing
+// filters the folder shown, or every folder with "All folders" ticked, to the messages whose
+// text, name or number contain every word (the store's MessageSearch, as `velkan search`
+// matches). The rows stay the list's own rows and commands. Escape clears the field, hides it
+// and shows the folder again with the same message selected.
 #pragma once
 
 #include <QListView>
@@ -17,11 +23,15 @@
 
 #include "common/sms_message.h"
 #include "framework/ui/dialog_base.h"
+#include "shell/ui/message_exchange_ui.h"
 #include "store/message_store.h"
 
+class QCheckBox;
 class QComboBox;
+class QProgressDialog;
 class QFrame;
 class QLabel;
+class QLineEdit;
 class QPushButton;
 class MessageListModel;
 class MessageRowDelegate;
@@ -111,6 +121,11 @@ class MessageListView : public DialogBase {
     static constexpr int kCmdPickContact = 40074;
     static constexpr int kCmdConnection = 40065;
     static constexpr int kCmdPreferences = 40066;
+    // Shows the search field (Ctrl+F).
+    static constexpr int kCmdFind = 40080;
+    // "Export..." and "Import..." in the Options menu.
+    static constexpr int kCmdExport = 40081;
+    static constexpr int kCmdImport = 40082;
     static constexpr int kCmdAbout = 57664;
     static constexpr int kCmdExit = 57665;
     // A new command line to act on (WM_APP+9): posted by the frame when a second start hands
@@ -149,13 +164,26 @@ class MessageListView : public DialogBase {
     // The rows selected now, in ascending order.
     std::vector<int> SelectedRows() const;
 
+    // The search: the line above the rows with its field and its "All folders" box.
+    QWidget* SearchBar() const { return searchBar_; }
+    QLineEdit* SearchField() const { return searchField_; }
+    QCheckBox* AllFoldersBox() const { return allFolders_; }
+    // True while the rows are filtered by words typed into the field.
+    bool Filtered() const;
+    // Shows the field and puts the cursor in it (Find).
+    void ShowSearch();
+    // Clears the field, hides it and shows the folder again, the selection kept (Escape).
+    void CloseSearch();
+
   protected:
     bool OnInitDialog() override;
     MenuBarDef MenuBarDefinition() const override;
     void Layout(int w, int h) override;
     // The main screen ends only through Exit: OK and Cancel (Escape) do nothing.
     void Accept() override {}
-    void Reject() override {}
+    // Escape: closes the search while it is shown; otherwise the list stays.
+    void Reject() override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     bool OnAppMessage(std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) override;
 
     // The screens the list opens. Each returns what its dialog returns (IDOK: the caller
@@ -172,6 +200,12 @@ class MessageListView : public DialogBase {
     virtual bool CommandLineRecipient(SmsMessage& message);
     // Registers or removes the Contacts add-in.
     virtual void UpdateContactsAddIn();
+    // Export: the format, the messages and the file (false: cancelled). Import: the file
+    // (empty: cancelled).
+    virtual bool ChooseExport(ExportChoice* choice);
+    virtual QString ChooseImportFile();
+    // An import is about to start: its progress dialog is set up and transfers are refused.
+    virtual void ImportRunning(QProgressDialog& progress);
 
   private:
     void AddCommands();
@@ -190,11 +224,20 @@ class MessageListView : public DialogBase {
     void DeleteSelected();
     void Transfer();
     void SendAgain();
+    void ExportMessages();
+    void ImportMessages();
+    // Transfers are refused while an import runs.
+    void SetTransfersAllowed(bool allowed);
     int FirstSelectedRow() const;
     // The one selected message when it is an Outbox message that may have been sent.
     bool SelectedMaySendAgain() const;
     void UpdateSendAgain();
     void UpdateStoreBanner();
+    // The rows for the folder shown, filtered by the search field's words while there are any.
+    void LoadRows();
+    // The field's words or the "All folders" box changed: the rows again, the selection kept.
+    void ApplySearch();
+    void LayoutNow();
 
     // The store as the list writes to it: opened on demand (a store that could not be opened
     // at start is tried again), checked for a write lock, and written. Each puts the reason into
@@ -215,6 +258,12 @@ class MessageListView : public DialogBase {
     QFrame* storeBanner_ = nullptr;
     QLabel* storeBannerText_ = nullptr;
     QPushButton* storeRetry_ = nullptr;
+    QWidget* searchBar_ = nullptr;
+    QLineEdit* searchField_ = nullptr;
+    QCheckBox* allFolders_ = nullptr;
+    // Set while the search field's words reload the rows: the focus stays in the field.
+    bool keepFocus_ = false;
+    bool importing_ = false;
     QString storeProblem_;
     QString startProblem_;
     // Set when the compose dialog stored its message itself.

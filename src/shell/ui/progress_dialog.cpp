@@ -85,7 +85,7 @@ bool ProgressDialog::OnInitDialog() {
     heading_->setObjectName(QString::number(kHeadingId));
     heading_->setTextFormat(Qt::PlainText);
     heading_->setFont(GetUiFont(UiFont::SmallBold));
-    heading_->setText(QStringLiteral("Checking Messages..."));
+    heading_->setText(tr("Checking Messages..."));
     heading_->setGeometry(kHeadingLeft, kHeadingTop, units_.X(79), units_.Y(9));
 
     separator_ = new QFrame(this);
@@ -106,7 +106,7 @@ bool ProgressDialog::OnInitDialog() {
     text_->setGeometry(textRect);
     textSize_ = textRect.size();
 
-    cancel_ = new QPushButton(QStringLiteral("Cancel"), this);
+    cancel_ = new QPushButton(tr("Cancel"), this);
     cancel_->setObjectName(QString::number(IDCANCEL));
     const QRect cancelRect = units_.SizedRect(41, 71, 42, 12);
     cancel_->setGeometry(cancelRect);

@@ -57,6 +57,17 @@ class AboutPageTest : public QObject {
             QCOMPARE(Text(about, kAboutProductName), QString("Velkan Tessiver"));
             QCOMPARE(Text(about, kAboutTaglineName), QString("SMS Management for Pocket PC"));
             QCOMPARE(Text(about, kAboutMakerName), QString("Orvane Systems"));
+            // The maker's second line is the release of the build, the third its licence.
+            QCOMPARE(Text(about, kAboutReleaseName), QString("Release %1").arg(VELKAN_RELEASE));
+            QCOMPARE(Text(about, kAboutLicenceName),
+                     QString("Licensed under the GNU General Public License, version 3 or later"));
+            // They stand below the maker, in that order, each on its own.
+            auto* maker = about.findChild<QLabel*>(kAboutMakerName);
+            auto* release = about.findChild<QLabel*>(kAboutReleaseName);
+            auto* licence = about.findChild<QLabel*>(kAboutLicenceName);
+            QVERIFY(release->isVisible() && licence->isVisible());
+            QVERIFY(release->geometry().top() >= maker->geometry().bottom());
+            QVERIFY(licence->geometry().top() >= release->geometry().bottom());
             about.EndDialog(IDOK);
         };
         QCOMPARE(about.RunPage(nullptr), IDOK);

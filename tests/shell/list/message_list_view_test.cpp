@@ -221,10 +221,10 @@ class MessageListViewTest : public QObject {
                      QStringLiteral("Options"));
             QCOMPARE(ActionNames(bar->PopupOf(MessageListView::kCmdSmsMenu)),
                      QStringList({"40068 Delete", "-", "40069 Reply", "40070 Forward", "-",
-                                  "40071 Send again"}));
+                                  "40071 Send again", "-", "40080 Find"}));
             QCOMPARE(ActionNames(bar->PopupOf(MessageListView::kCmdOptionsMenu)),
                      QStringList({"57665 Exit", "-", "57664 About", "-", "40065 Connection",
-                                  "40066 Preferences"}));
+                                  "40066 Preferences", "-", "40081 Export...", "40082 Import..."}));
         });
     }
 
