@@ -8,6 +8,14 @@
 //   PrepareSubmit     the whole send-side preparation: fresh record, alphabet look-up of every
 //                     character, packing, copy into the message.
 //
+// With the Unicode and long-message options (items are parts):
+//   DecodeUcs2        DecodePdu and ApplyPduRecord of a 70-character UCS2 message (Cyrillic
+//                     and emoji) with the Unicode reading.
+//   EncodeUcs2        PrepareSubmitPart of the same text: measure, UCS2, encoding.
+//   DecodeLong10      the ten parts of a 1530-character message decoded and applied, and their
+//                     concatenation headers read.
+//   EncodeLong10      EncodeSubmitParts of that message: ten PDUs with their headers.
+//
 // allocs_per_op is the number of heap allocations of one operation, counted over kCountedRuns
 // runs after the timed loop (allocation_counter.h), so that counting does not touch the timing.
 // Decode, DecodeAndApply and Encode work in records and messages made beforehand and must show
@@ -19,9 +27,11 @@
 #include <vector>
 
 #include "allocation_counter.h"
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
+#include "pdu/submit_parts.h"
 
 namespace {
 
@@ -139,6 +149,100 @@ void BM_PrepareSubmit(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
+constexpr CodecOptions kBoth{true, true};
+
+std::u16string Ucs2Text() {
+    std::u16string text;
+    while (text.size() < 68) text += u"Привет ";
+    text.resize(68);
+    return text + u"😀";  // 70 units
+}
+
+// The PDUs of `m` as SMS-DELIVERs with a stamp, as the phone would list them.
+std::vector<std::vector<std::uint8_t>> DeliverParts(SmsMessage& m) {
+    std::vector<std::vector<std::uint8_t>> out;
+    const std::uint32_t parts = SubmitPartCount(m, kBoth);
+    for (std::uint32_t k = 0; k < parts; ++k) {
+        if (PrepareSubmitPart(&m, kBoth, 42, k) != 1) return {};
+        PduRecord* r = m.pduRecord.get();
+        r->firstOctet = static_cast<std::uint8_t>(0x04 | (r->firstOctet & 0x40));
+        r->timeStamp = {2003, 11, 15, 9, 30, 5, 60};
+        if (EncodePdu(r) != kErrNone) return {};
+        out.emplace_back(r->encoded, r->encoded + r->encodedLength);
+    }
+    return out;
+}
+
+// Decodes and applies every part; returns the joined text.
+void DecodeParts(const std::vector<std::vector<std::uint8_t>>& parts, SmsMessage* message,
+                 std::u16string* joined) {
+    joined->clear();
+    for (const auto& bytes : parts) {
+        const auto tpdu = static_cast<std::uint32_t>(bytes.size() - 1 - bytes[0]);
+        TransferError err = DecodePdu(message->pduRecord.get(), bytes.data(),
+                                      static_cast<std::uint32_t>(bytes.size()), tpdu, kBoth);
+        benchmark::DoNotOptimize(err);
+        ConcatenationInfo info;
+        benchmark::DoNotOptimize(ReadConcatenation(message->pduRecord.get(), &info));
+        ApplyPduRecord(message);
+        joined->append(message->text);
+    }
+}
+
+void BM_DecodeUcs2(benchmark::State& state) {
+    SmsMessage m = SampleMessage(0);
+    m.text = Ucs2Text();
+    const auto parts = DeliverParts(m);
+    SmsMessage message;
+    message.pduRecord.reset(NewPduRecord());
+    std::u16string joined;
+    for (auto _ : state) {
+        DecodeParts(parts, &message, &joined);
+        benchmark::DoNotOptimize(joined.data());
+    }
+    if (parts.size() != 1 || joined != Ucs2Text()) state.SkipWithError("wrong text");
+    state.SetItemsProcessed(state.iterations());
+}
+
+void BM_EncodeUcs2(benchmark::State& state) {
+    SmsMessage m = SampleMessage(0);
+    m.text = Ucs2Text();
+    for (auto _ : state) {
+        int ok = PrepareSubmitPart(&m, kBoth, 42, 0);
+        benchmark::DoNotOptimize(ok);
+        benchmark::DoNotOptimize(m.pdu.data());
+    }
+    if (m.codecResult != kErrNone || m.pduRecord->dcs != 0x08) state.SkipWithError("not UCS2");
+    state.SetItemsProcessed(state.iterations());
+}
+
+void BM_DecodeLong10(benchmark::State& state) {
+    SmsMessage m = SampleMessage(1530);
+    const std::u16string text = m.text;
+    const auto parts = DeliverParts(m);
+    SmsMessage message;
+    message.pduRecord.reset(NewPduRecord());
+    std::u16string joined;
+    for (auto _ : state) {
+        DecodeParts(parts, &message, &joined);
+        benchmark::DoNotOptimize(joined.data());
+    }
+    if (parts.size() != 10 || joined != text) state.SkipWithError("wrong text");
+    state.SetItemsProcessed(state.iterations() * 10);
+}
+
+void BM_EncodeLong10(benchmark::State& state) {
+    const SmsMessage m = SampleMessage(1530);
+    std::vector<PartPdu> parts;
+    for (auto _ : state) {
+        TransferError err = EncodeSubmitParts(m, kBoth, 42, u"", false, &parts);
+        benchmark::DoNotOptimize(err);
+        benchmark::DoNotOptimize(parts.data());
+    }
+    if (parts.size() != 10) state.SkipWithError("not ten parts");
+    state.SetItemsProcessed(state.iterations() * 10);
+}
+
 }  // namespace
 
 // Argument: characters of text (a full message, and a short one).
@@ -146,5 +250,9 @@ BENCHMARK(BM_Decode)->Arg(160)->Arg(12);
 BENCHMARK(BM_DecodeAndApply)->Arg(160)->Arg(12);
 BENCHMARK(BM_Encode)->Arg(160)->Arg(12);
 BENCHMARK(BM_PrepareSubmit)->Arg(160)->Arg(12);
+BENCHMARK(BM_DecodeUcs2);
+BENCHMARK(BM_EncodeUcs2);
+BENCHMARK(BM_DecodeLong10);
+BENCHMARK(BM_EncodeLong10);
 
 BENCHMARK_MAIN();

@@ -31,6 +31,8 @@ packages=(
   gammu smstools
   # the round trips of export and import, read back by Python's own XML and mailbox modules
   python3
+  # codec tests: PDUs of an independent encoder and decoder (gammu's Python binding)
+  python3-gammu
 )
 
 missing=()

@@ -770,6 +770,24 @@ Versuchen Sie es erneut, wenn sie beendet ist.</translation>
         <extracomment>box after Cancel in the export progress dialog</extracomment>
         <translation>Der Export wurde abgebrochen.</translation>
     </message>
+    <message>
+        <source>Unicode messages</source>
+        <comment>3240</comment>
+        <extracomment>preferences: check box for the Unicode setting</extracomment>
+        <translation>Unicode-Nachrichten</translation>
+    </message>
+    <message>
+        <source>Long messages</source>
+        <comment>3241</comment>
+        <extracomment>preferences: check box for the LongSms setting</extracomment>
+        <translation>Lange Nachrichten</translation>
+    </message>
+    <message>
+        <source>%u/%u (%u SMS)</source>
+        <comment>3242</comment>
+        <extracomment>compose counter of a long message: characters, the limit of its parts, the parts</extracomment>
+        <translation>%u/%u (%u SMS)</translation>
+    </message>
 </context>
 <context>
     <name>velkan</name>
@@ -1268,12 +1286,6 @@ Verben:
         <translation>%1 von %2</translation>
     </message>
     <message>
-        <source>velkan pdu decode HEX [--tpdu-length N]
-velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]</source>
-        <translation>velkan pdu decode HEX [--tpdu-length N]
-velkan pdu encode --to NUMMER [--text TEXT] [--flash] [--status-report] [--smsc NUMMER]</translation>
-    </message>
-    <message>
         <source>velkan send-get</source>
         <translation>velkan send-get</translation>
     </message>
@@ -1382,6 +1394,16 @@ velkan smsto build --number N [--name NAME]</translation>
     <message>
         <source>another transfer is running; this check is skipped</source>
         <translation>eine andere Übertragung läuft; diese Abfrage wird übersprungen</translation>
+    </message>
+    <message>
+        <source>--reference needs a number from 0 to 255</source>
+        <translation>--reference braucht eine Zahl von 0 bis 255</translation>
+    </message>
+    <message>
+        <source>velkan pdu decode HEX [--tpdu-length N] [--unicode]
+velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER] [--unicode] [--long] [--reference R]</source>
+        <translation>velkan pdu decode HEX [--tpdu-length N] [--unicode]
+velkan pdu encode --to NUMMER [--text TEXT] [--flash] [--status-report] [--smsc NUMMER] [--unicode] [--long] [--reference R]</translation>
     </message>
 </context>
 </TS>

@@ -770,6 +770,24 @@ Réessayez lorsqu&apos;il sera terminé.</translation>
         <extracomment>box after Cancel in the export progress dialog</extracomment>
         <translation>L&apos;exportation a été annulée.</translation>
     </message>
+    <message>
+        <source>Unicode messages</source>
+        <comment>3240</comment>
+        <extracomment>preferences: check box for the Unicode setting</extracomment>
+        <translation>Messages Unicode</translation>
+    </message>
+    <message>
+        <source>Long messages</source>
+        <comment>3241</comment>
+        <extracomment>preferences: check box for the LongSms setting</extracomment>
+        <translation>Messages longs</translation>
+    </message>
+    <message>
+        <source>%u/%u (%u SMS)</source>
+        <comment>3242</comment>
+        <extracomment>compose counter of a long message: characters, the limit of its parts, the parts</extracomment>
+        <translation>%u/%u (%u SMS)</translation>
+    </message>
 </context>
 <context>
     <name>velkan</name>
@@ -1268,12 +1286,6 @@ Verbes&#xa0;:
         <translation>%1 sur %2</translation>
     </message>
     <message>
-        <source>velkan pdu decode HEX [--tpdu-length N]
-velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]</source>
-        <translation>velkan pdu decode HEX [--tpdu-length N]
-velkan pdu encode --to NUMÉRO [--text TEXTE] [--flash] [--status-report] [--smsc NUMÉRO]</translation>
-    </message>
-    <message>
         <source>velkan send-get</source>
         <translation>velkan send-get</translation>
     </message>
@@ -1382,6 +1394,16 @@ velkan smsto build --number N [--name NOM]</translation>
     <message>
         <source>another transfer is running; this check is skipped</source>
         <translation>un autre transfert est en cours&#xa0;; cette vérification est sautée</translation>
+    </message>
+    <message>
+        <source>--reference needs a number from 0 to 255</source>
+        <translation>--reference attend un nombre de 0 à 255</translation>
+    </message>
+    <message>
+        <source>velkan pdu decode HEX [--tpdu-length N] [--unicode]
+velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER] [--unicode] [--long] [--reference R]</source>
+        <translation>velkan pdu decode HEX [--tpdu-length N] [--unicode]
+velkan pdu encode --to NUMÉRO [--text TEXTE] [--flash] [--status-report] [--smsc NUMÉRO] [--unicode] [--long] [--reference R]</translation>
     </message>
 </context>
 </TS>

@@ -3,10 +3,10 @@
 //
 // The settings from the command line. `list` prints every value as NAME=VALUE, `get` prints
 // one value as the program reads it (its default when it is absent or of the wrong type), and
-// `set` writes one: SMSCCustom, StatusReq, Flash and DelMsg as numbers, the others as text (the
-// service centre normalised, as the preferences dialog stores it, and refused when no message
-// could be sent through it, e.g. more than 20 digits). Names are matched without
-// regard to case. Exit status: 0 done, 1 the settings could not be written, 2 bad arguments
+// `set` writes one: SMSCCustom, StatusReq, Flash, DelMsg, Unicode and LongSms as numbers, the
+// others as text (the service centre normalised, as the preferences dialog stores it, and
+// refused when no message could be sent through it, e.g. more than 20 digits). Names are matched
+// without regard to case. Exit status: 0 done, 1 the settings could not be written, 2 bad arguments
 // (an unknown name among them).
 #include <cstdio>
 #include <cstring>

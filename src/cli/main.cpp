@@ -29,10 +29,10 @@ int RunWatchVerb(int argc, char** argv);
 // user's language; the verbs and options are not).
 const Verb kVerbs[] = {
     {"pdu",
-     QT_TRANSLATE_NOOP(
-         "velkan",
-         "velkan pdu decode HEX [--tpdu-length N]\n"
-         "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]"),
+     QT_TRANSLATE_NOOP("velkan",
+                       "velkan pdu decode HEX [--tpdu-length N] [--unicode]\n"
+                       "velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report]"
+                       " [--smsc NUMBER] [--unicode] [--long] [--reference R]"),
      &RunPduVerb},
     {"send-get", QT_TRANSLATE_NOOP("velkan", "velkan send-get"), &RunSendGetVerb},
     {"watch",

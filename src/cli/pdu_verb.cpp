@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// velkan pdu decode HEX [--tpdu-length N]
+// velkan pdu decode HEX [--tpdu-length N] [--unicode]
 // velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] [--smsc NUMBER]
+//                   [--unicode] [--long] [--reference R]
 //
 // The codec as a command: decoding runs the same steps as a message taken from the phone
 // (hex text, DecodePdu, ApplyPduRecord); encoding runs the same steps as a send (PrepareSubmit,
 // the sender's options, EncodePdu). One JSON object goes to stdout; the exit status is the
 // codec's result (0, or 4 for a malformed PDU, number or length), 2 for bad arguments. A number,
 // text or service centre that the encoder refuses is also named on stderr, with the reason.
+// --unicode and --long read and write as the settings `Unicode` and `LongSms` do; with either,
+// decoding also gives "concatenation" and encoding "parts" (every part's PDU; the top-level keys
+// stay the first part's). Without them the output is the codec's original, key for key.
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -15,10 +19,12 @@
 #include "cli/json.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
 #include "pdu/submit_check.h"
+#include "pdu/submit_parts.h"
 #include "resources/translations.h"
 
 namespace {
@@ -65,9 +71,12 @@ int Decode(int argc, char** argv) {
     const char* hex = nullptr;
     bool haveLength = false;
     std::uint32_t tpduLength = 0;
+    CodecOptions options;
     for (int i = 0; i < argc; ++i) {
         const char* arg = argv[i];
-        if (std::strcmp(arg, "--tpdu-length") == 0) {
+        if (std::strcmp(arg, "--unicode") == 0) {
+            options.unicode = true;
+        } else if (std::strcmp(arg, "--tpdu-length") == 0) {
             if (i + 1 >= argc)
                 return UsageError(kVerb, Translate("velkan", "--tpdu-length needs a number"));
             if (!ParseLength(argv[++i], &tpduLength)) {
@@ -99,8 +108,9 @@ int Decode(int argc, char** argv) {
     message.pduRecord.reset(NewPduRecord());
     if (!message.pduRecord) return PrintResult(kErrOutOfMemory);
     const PduRecord& r = *message.pduRecord;
-    const TransferError result = DecodePdu(message.pduRecord.get(), bytes.data(),
-                                           static_cast<std::uint32_t>(bytes.size()), tpduLength);
+    const TransferError result =
+        DecodePdu(message.pduRecord.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()),
+                  tpduLength, options);
     if (result != kErrNone) return PrintResult(result);
     ApplyPduRecord(&message);
 
@@ -131,6 +141,19 @@ int Decode(int argc, char** argv) {
         .Add("number", message.number)
         .Add("text", message.text)
         .AddRaw("time", TimeJson(message.time));
+    if (options.unicode) {
+        ConcatenationInfo info;
+        if (ReadConcatenation(&r, &info)) {
+            JsonObject concatenation;
+            concatenation.Add("reference", unsigned{info.reference})
+                .Add("total", unsigned{info.total})
+                .Add("sequence", unsigned{info.sequence})
+                .Add("wideReference", info.wideReference);
+            out.AddRaw("concatenation", concatenation.Str());
+        } else {
+            out.AddRaw("concatenation", "null");
+        }
+    }
     std::printf("%s\n", out.Str().c_str());
     return 0;
 }
@@ -139,12 +162,22 @@ int Encode(int argc, char** argv) {
     const char* to = nullptr;
     const char* text = "";
     const char* smsc = "";
+    const char* referenceText = nullptr;
     bool flash = false;
     bool statusReport = false;
+    CodecOptions options;
     for (int i = 0; i < argc; ++i) {
         const char* arg = argv[i];
         const char** value = nullptr;
-        if (std::strcmp(arg, "--to") == 0) {
+        if (std::strcmp(arg, "--unicode") == 0) {
+            options.unicode = true;
+            continue;
+        } else if (std::strcmp(arg, "--long") == 0) {
+            options.longSms = true;
+            continue;
+        } else if (std::strcmp(arg, "--reference") == 0) {
+            value = &referenceText;
+        } else if (std::strcmp(arg, "--to") == 0) {
             value = &to;
         } else if (std::strcmp(arg, "--text") == 0) {
             value = &text;
@@ -171,6 +204,10 @@ int Encode(int argc, char** argv) {
         *value = argv[++i];
     }
     if (to == nullptr) return UsageError(kVerb, Translate("velkan", "encode needs --to NUMBER"));
+    std::uint32_t reference = 0;
+    if (referenceText != nullptr && (!ParseLength(referenceText, &reference) || reference > 255)) {
+        return UsageError(kVerb, Translate("velkan", "--reference needs a number from 0 to 255"));
+    }
 
     SmsMessage message;
     message.number = Utf8ToUtf16(to);
@@ -180,21 +217,53 @@ int Encode(int argc, char** argv) {
     // What the encoder refuses is said in words as well as with its result.
     std::string reason;
     if (ValidateRecipient(message.number, &reason) != kErrNone ||
-        ValidateMessageText(message.text, &reason) != kErrNone ||
+        ValidateMessageText(message.text, options, &reason) != kErrNone ||
         ValidateServiceCentre(centre, &reason) != kErrNone) {
         Say(QString::fromStdString(reason));
     }
-    if (PrepareSubmit(&message) != 1) return PrintResult(message.codecResult);
-    PduRecord* record = message.pduRecord.get();
-    ApplySubmitOptions(record, centre, statusReport);
-    const TransferError result = EncodePdu(record);
-    if (result != kErrNone) return PrintResult(result);
+    if (!options.unicode && !options.longSms) {
+        if (PrepareSubmit(&message) != 1) return PrintResult(message.codecResult);
+        PduRecord* record = message.pduRecord.get();
+        ApplySubmitOptions(record, centre, statusReport);
+        const TransferError result = EncodePdu(record);
+        if (result != kErrNone) return PrintResult(result);
 
+        // A message of one part still lists it, so that a script reads "parts" whatever the
+        // options were.
+        JsonObject part;
+        part.Add("pdu", HexOf(record->encoded, record->encodedLength))
+            .Add("tpduLength", record->tpduLength)
+            .Add("encodedLength", record->encodedLength);
+        JsonObject out;
+        out.Add("result", 0)
+            .Add("pdu", HexOf(record->encoded, record->encodedLength))
+            .Add("tpduLength", record->tpduLength)
+            .Add("encodedLength", record->encodedLength)
+            .AddRaw("parts", "[" + part.Str() + "]");
+        std::printf("%s\n", out.Str().c_str());
+        return 0;
+    }
+
+    std::vector<PartPdu> parts;
+    const TransferError result = EncodeSubmitParts(
+        message, options, static_cast<std::uint8_t>(reference), centre, statusReport, &parts);
+    if (result != kErrNone) return PrintResult(result);
+    std::string list = "[";
+    for (std::size_t k = 0; k < parts.size(); ++k) {
+        JsonObject part;
+        part.Add("pdu", HexOf(parts[k].pdu.data(), parts[k].pdu.size()))
+            .Add("tpduLength", parts[k].tpduLength)
+            .Add("encodedLength", parts[k].encodedLength);
+        if (k > 0) list += ",";
+        list += part.Str();
+    }
+    list += "]";
     JsonObject out;
     out.Add("result", 0)
-        .Add("pdu", HexOf(record->encoded, record->encodedLength))
-        .Add("tpduLength", record->tpduLength)
-        .Add("encodedLength", record->encodedLength);
+        .Add("pdu", HexOf(parts[0].pdu.data(), parts[0].pdu.size()))
+        .Add("tpduLength", parts[0].tpduLength)
+        .Add("encodedLength", parts[0].encodedLength)
+        .AddRaw("parts", list);
     std::printf("%s\n", out.Str().c_str());
     return 0;
 }

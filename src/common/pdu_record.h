@@ -45,6 +45,10 @@ struct PduRecord {
     // Where the phone keeps the message (the index of its "+CMGL:" header); the session
     // collects it for deletion after the message is stored.
     std::uint32_t storageIndex;
+    // 1 when the text is read and written as the `Unicode` setting asks (UCS2 text, the GSM
+    // extension table, 8-bit as ISO-8859-1); 0 for the codec's original reading. Set by the
+    // decoder and the part encoder from their CodecOptions; ApplyPduRecord and EncodePdu follow it.
+    std::uint8_t unicode;
 };
 
 // TP-MTI values of firstOctet.

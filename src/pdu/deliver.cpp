@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "pdu/gsm_alphabet.h"
+#include "pdu/gsm_extension.h"
+#include "pdu/ucs2.h"
 
 namespace {
 
@@ -49,6 +51,58 @@ char16_t WidenSigned(std::uint8_t octet) {
     return static_cast<char16_t>(static_cast<std::int16_t>(static_cast<std::int8_t>(octet)));
 }
 
+// The text as the codec always read it: 8-bit by sign extension, UCS2 as its (zero) userData.
+void ApplyOriginalText(const PduRecord& r, std::size_t length, std::u16string* text) {
+    switch (Alphabet(r.dcs)) {
+        case kAlphabet8Bit:
+            text->resize(length);
+            for (std::size_t k = 0; k < length; ++k) {
+                (*text)[k] = WidenSigned(r.userData[k]);
+            }
+            break;
+        case kAlphabetReserved:
+            // Little-endian pairs of octets.
+            text->resize(length / 2);
+            for (std::size_t k = 0; k < length / 2; ++k) {
+                (*text)[k] =
+                    static_cast<char16_t>(r.userData[2 * k] | (r.userData[2 * k + 1] << 8));
+            }
+            break;
+        default: {
+            // 7-bit, and UCS2, whose undecoded (zero) octets read as "@".
+            char16_t out[kUserDataSize + 1];
+            std::size_t count = 0;
+            SeptetsToText(r.userData, length, out, &count);
+            text->assign(out, count);
+            break;
+        }
+    }
+}
+
+// The text with the `Unicode` setting: UCS2 as UTF-16, 7-bit with the extension table, 8-bit
+// as ISO-8859-1.
+void ApplyUnicodeText(const PduRecord& r, std::size_t length, std::u16string* text) {
+    char16_t out[kUserDataSize + 1];
+    std::size_t count = 0;
+    switch (Alphabet(r.dcs)) {
+        case kAlphabet8Bit:
+            text->resize(length);
+            for (std::size_t k = 0; k < length; ++k) (*text)[k] = r.userData[k];
+            return;
+        case kAlphabetUcs2:
+            Ucs2ToText(r.userData, length, out, &count);
+            text->assign(out, count);
+            return;
+        case kAlphabetReserved:
+            ApplyOriginalText(r, length, text);
+            return;
+        default:
+            SeptetsToTextExtended(r.userData, length, out, &count);
+            text->assign(out, count);
+            return;
+    }
+}
+
 }  // namespace
 
 PduRecord* NewPduRecord() {
@@ -61,7 +115,13 @@ void FreePduRecord(PduRecord* record) {
 
 TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint32_t totalLength,
                         std::uint32_t tpduLength) {
+    return DecodePdu(record, bytes, totalLength, tpduLength, CodecOptions{});
+}
+
+TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint32_t totalLength,
+                        std::uint32_t tpduLength, const CodecOptions& options) {
     if (record == nullptr || (bytes == nullptr && totalLength != 0)) return kErrInvalidParameter;
+    record->unicode = options.unicode ? 1 : 0;
     const std::int64_t total = totalLength;
     std::int64_t i = 0;
     // A record may be reused: without a service-centre part the default centre is meant.
@@ -174,7 +234,7 @@ TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint3
             const std::int64_t skip = HeaderSeptets(record->headerLength);
             if (skip > record->udl) return kErrInvalidParameter;
             record->userDataLength = static_cast<std::uint32_t>(record->udl - skip);
-        } else if (alphabet == kAlphabet8Bit || alphabet == kAlphabetReserved) {
+        } else if (alphabet == kAlphabet8Bit || alphabet == kAlphabetReserved || record->unicode) {
             if (record->headerLength + 1 > record->udl) return kErrInvalidParameter;
             record->userDataLength = record->udl - record->headerLength - 1;
         }
@@ -194,8 +254,12 @@ TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint3
             std::memcpy(record->userData, bytes + j, record->userDataLength);
             break;
         case kAlphabetUcs2:
-            // Accepted but not decoded: userData is left as it is.
-            return kErrNone;
+            // Read as text only with unicode on; otherwise accepted but not decoded, and
+            // userData is left as it is. Spare octets after the text are tolerated.
+            if (!record->unicode) return kErrNone;
+            if (record->userDataLength > total - j) return kErrInvalidParameter;
+            std::memcpy(record->userData, bytes + j, record->userDataLength);
+            break;
         default: {
             // Septets are counted from the start of the user data, header included.
             if (hasHeader) j -= record->headerLength + 1;
@@ -215,6 +279,10 @@ TransferError DecodePdu(PduRecord* record, const std::uint8_t* bytes, std::uint3
 }
 
 int DecodeStoredMessage(SmsMessage* message) {
+    return DecodeStoredMessage(message, CodecOptions{});
+}
+
+int DecodeStoredMessage(SmsMessage* message, const CodecOptions& options) {
     if (!message->pduRecord) {
         message->pduRecord.reset(NewPduRecord());
         if (!message->pduRecord) {
@@ -235,7 +303,7 @@ int DecodeStoredMessage(SmsMessage* message) {
     }
     message->codecResult =
         DecodePdu(message->pduRecord.get(), pdu.data(), static_cast<std::uint32_t>(pdu.size()),
-                  static_cast<std::uint32_t>(tpdu));
+                  static_cast<std::uint32_t>(tpdu), options);
     if (message->codecResult != kErrNone) return 0;
     ApplyPduRecord(message);
     return 1;
@@ -256,29 +324,10 @@ int ApplyPduRecord(SmsMessage* message) {
     // Text by alphabet. The length never exceeds userData, whoever filled the record.
     std::size_t length = record->userDataLength;
     if (length > kUserDataSize) length = kUserDataSize;
-    switch (Alphabet(record->dcs)) {
-        case kAlphabet8Bit:
-            message->text.resize(length);
-            for (std::size_t k = 0; k < length; ++k) {
-                message->text[k] = WidenSigned(record->userData[k]);
-            }
-            break;
-        case kAlphabetReserved:
-            // Little-endian pairs of octets.
-            message->text.resize(length / 2);
-            for (std::size_t k = 0; k < length / 2; ++k) {
-                message->text[k] = static_cast<char16_t>(record->userData[2 * k] |
-                                                         (record->userData[2 * k + 1] << 8));
-            }
-            break;
-        default: {
-            // 7-bit, and UCS2, whose undecoded (zero) octets read as "@".
-            char16_t text[kUserDataSize + 1];
-            std::size_t count = 0;
-            SeptetsToText(record->userData, length, text, &count);
-            message->text.assign(text, count);
-            break;
-        }
+    if (record->unicode) {
+        ApplyUnicodeText(*record, length, &message->text);
+    } else {
+        ApplyOriginalText(*record, length, &message->text);
     }
 
     // Time: the service centre's local time as it stands; the zone is not applied. A stamp that

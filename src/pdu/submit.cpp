@@ -122,7 +122,7 @@ TransferError EncodePdu(PduRecord* record) {
     if (hasHeader) {
         if (alphabet == kAlphabet7Bit) {
             record->udl = record->userDataLength + headerSeptets;
-        } else if (alphabet != kAlphabetUcs2) {
+        } else if (alphabet != kAlphabetUcs2 || record->unicode) {
             record->udl = record->headerLength + record->userDataLength + 1;
         }
     } else {
@@ -132,8 +132,10 @@ TransferError EncodePdu(PduRecord* record) {
 
     switch (alphabet) {
         case kAlphabetUcs2:
-            // Sending UCS2 is not supported: the PDU ends after its length octet.
-            break;
+            // Without the `Unicode` setting UCS2 is not sent: the PDU ends after its length
+            // octet. With it the octets go as 8-bit data would.
+            if (!record->unicode) break;
+            [[fallthrough]];
         case kAlphabetReserved:
         case kAlphabet8Bit:
             if (alphabet == kAlphabetReserved && record->userDataLength % 2 != 0) {
@@ -171,6 +173,20 @@ TransferError EncodePdu(PduRecord* record) {
     return kErrNone;
 }
 
+TransferError SetDestination(PduRecord* record, const std::u16string& number) {
+    if (ValidateRecipient(number, nullptr) != kErrNone) return kErrInvalidParameter;
+    std::size_t start = 0;
+    if (!number.empty() && number[0] == u'+') {
+        record->addressType = static_cast<std::uint8_t>((record->addressType & 0x9F) | 0x10);
+        start = 1;
+    }
+    // Cannot fail after the check above.
+    if (!NarrowInto(number, start, record->addressDigits, kAddressDigitsSize)) {
+        return kErrInvalidParameter;
+    }
+    return kErrNone;
+}
+
 int PrepareSubmit(SmsMessage* message) {
     message->pduRecord.reset(NewPduRecord());
     PduRecord* record = message->pduRecord.get();
@@ -200,19 +216,8 @@ int EncodeMessage(SmsMessage* message) {
 
     // Destination: an optional "+" and 1 to 20 digits; a number without a digit has nowhere to
     // go. A leading "+" becomes the international type of number.
-    if (ValidateRecipient(message->number, nullptr) != kErrNone) {
-        message->codecResult = kErrInvalidParameter;
-        return 0;
-    }
-    std::size_t start = 0;
-    if (!message->number.empty() && message->number[0] == u'+') {
-        record->addressType = static_cast<std::uint8_t>((record->addressType & 0x9F) | 0x10);
-        start = 1;
-    }
-    if (!NarrowInto(message->number, start, record->addressDigits, kAddressDigitsSize)) {
-        message->codecResult = kErrInvalidParameter;  // cannot happen after the check above
-        return 0;
-    }
+    message->codecResult = SetDestination(record, message->number);
+    if (message->codecResult != kErrNone) return 0;
 
     // Text: one septet per character; there are no multi-part messages.
     if (message->text.size() > kMax7BitUdl) {

@@ -8,7 +8,9 @@
 #include "common/sms_message.h"
 #include "common/transfer_error.h"
 
-// Encodes the record into `encoded`, `encodedLength` and `tpduLength`. 0 or 4.
+// Encodes the record into `encoded`, `encodedLength` and `tpduLength`. 0 or 4. UCS2 user data
+// is written only when the record's `unicode` is set (at most 140 octets with its header);
+// otherwise a UCS2 PDU ends after its length octet, as the codec always wrote it.
 TransferError EncodePdu(PduRecord* record);
 
 // Fresh SMS-SUBMIT record for the message (Flash from its flags), then EncodeMessage.
@@ -19,6 +21,10 @@ int PrepareSubmit(SmsMessage* message);
 // encoded octets are copied into the message's `pdu`. 1 on success, 0 on failure: among others
 // for a number that ValidateRecipient refuses (no digit, a lone "+", more than 20 digits).
 int EncodeMessage(SmsMessage* message);
+
+// The destination part of EncodeMessage: ValidateRecipient's rule, a leading "+" making the
+// number international, the digits into `addressDigits`. 0 or 4.
+TransferError SetDestination(PduRecord* record, const std::u16string& number);
 
 // The sender's options, applied to a prepared record before it is encoded once more:
 // the custom service centre (empty: the phone's own) and the status-report request.

@@ -2,6 +2,7 @@
 #include "pdu/submit_check.h"
 
 #include "common/text_convert.h"
+#include "pdu/text_measure.h"
 
 namespace {
 
@@ -59,6 +60,28 @@ TransferError ValidateMessageText(std::u16string_view text, std::string* reason)
                   " characters as it would be sent (the carriage returns of its line breaks "
                   "count); at most " +
                   std::to_string(kMaxSubmitTextLength) + " fit in one message";
+    }
+    return kErrInvalidParameter;
+}
+
+TransferError ValidateMessageText(std::u16string_view text, const CodecOptions& options,
+                                  std::string* reason) {
+    if (!options.unicode && !options.longSms) return ValidateMessageText(text, reason);
+    const TextMeasure measure = MeasureText(text, options);
+    if (!measure.tooLong) return kErrNone;
+    if (reason != nullptr) {
+        const bool ucs2 = measure.encoding == TextEncoding::kUcs2;
+        const std::string units = ucs2 ? " UCS2 characters" : " septets";
+        if (options.longSms) {
+            *reason = "the text needs " + std::to_string(measure.parts) + " messages (" +
+                      std::to_string(measure.units) + units + "); at most " +
+                      std::to_string(kMaxParts) + " can be sent as one long message";
+        } else {
+            *reason = "the text has " + std::to_string(measure.units) + units +
+                      " as it would be sent; at most " +
+                      std::to_string(ucs2 ? kSinglePartUcs2 : kSinglePartSeptets) +
+                      " fit in one message";
+        }
     }
     return kErrInvalidParameter;
 }

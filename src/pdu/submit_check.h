@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "common/transfer_error.h"
+#include "pdu/codec_options.h"
 
 // An address field holds at most 20 digits (10 octets of semi-octets).
 constexpr std::size_t kMaxNumberDigits = 20;
@@ -28,3 +29,9 @@ TransferError ValidateServiceCentre(std::u16string_view centre, std::string* rea
 // A text as it would be encoded: every character counts, the carriage returns of its line
 // breaks included; at most 160.
 TransferError ValidateMessageText(std::u16string_view text, std::string* reason);
+
+// The same with `options`: the text must fit one message in the encoding it will be sent in
+// (160 septets, escape pairs counting 2, or 70 UCS2 units), or with longSms kMaxParts parts.
+// With options all off it is the rule above.
+TransferError ValidateMessageText(std::u16string_view text, const CodecOptions& options,
+                                  std::string* reason);

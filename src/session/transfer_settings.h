@@ -12,6 +12,8 @@ struct TransferSettings {
     bool deleteAfterRetrieve = false;
     std::u16string serviceCentre;  // empty unless a custom centre is on
     bool statusReport = false;
+    bool unicode = false;  // `Unicode`: UCS2, the GSM extension table, 8-bit as ISO-8859-1
+    bool longSms = false;  // `LongSms`: join concatenated parts on receipt, send in parts
     // Another transfer holds the store's lock: end at once with kErrBusy instead of waiting
     // for it (automatic checks, which simply try again at their next round).
     bool skipIfBusy = false;

@@ -9,6 +9,8 @@ const SettingInfo kSettings[] = {
     {kValueStatusReq, SettingType::kDword, nullptr, 0},
     {kValueFlash, SettingType::kDword, nullptr, 0},
     {kValueDelMsg, SettingType::kDword, nullptr, 0},
+    {kValueUnicode, SettingType::kDword, nullptr, 0},
+    {kValueLongSms, SettingType::kDword, nullptr, 0},
     {kValueExe, SettingType::kString, nullptr, 0},
 };
 const std::size_t kSettingCount = sizeof kSettings / sizeof kSettings[0];

@@ -23,6 +23,8 @@ inline constexpr char16_t kValueSmscCustom[] = u"SMSCCustom";
 inline constexpr char16_t kValueStatusReq[] = u"StatusReq";
 inline constexpr char16_t kValueFlash[] = u"Flash";
 inline constexpr char16_t kValueDelMsg[] = u"DelMsg";
+inline constexpr char16_t kValueUnicode[] = u"Unicode";
+inline constexpr char16_t kValueLongSms[] = u"LongSms";
 inline constexpr char16_t kValueExe[] = u"Exe";
 
 inline constexpr char16_t kDefaultCommPort[] = u"COM3:";

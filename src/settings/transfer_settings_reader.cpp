@@ -14,5 +14,7 @@ bool ReadTransferSettings(TransferSettings* settings) {
         settings->serviceCentre = ReadSettingString(key, kValueSmsc);
     }
     settings->statusReport = ReadSettingFlag(key, kValueStatusReq);
+    settings->unicode = ReadSettingFlag(key, kValueUnicode);
+    settings->longSms = ReadSettingFlag(key, kValueLongSms);
     return true;
 }

@@ -102,6 +102,10 @@ TEST(VelkanHelp, TheCompletionOffersEveryVerb) {
     EXPECT_EQ(complete("velkan export --format"), " csv json xml mbox \n");
     EXPECT_EQ(complete("velkan import x.xml --format"), " xml csv json \n");
     EXPECT_EQ(complete("velkan search anna --folder"), " inbox outbox draft sent log \n");
+    EXPECT_EQ(complete("velkan pdu decode 00 --"), " --tpdu-length --unicode \n");
+    EXPECT_NE(complete("velkan pdu encode --").find(" --unicode --long --reference "),
+              std::string::npos);
+    EXPECT_EQ(complete("velkan pdu encode --reference"), "  \n");  // a number of the user's
 }
 
 TEST(VelkanHelp, VersionPrintsTheRelease) {

@@ -9,6 +9,15 @@
 
 namespace {
 
+// The output of a message of one part: the part's fields at the top and again as the only entry
+// of "parts".
+std::string OnePart(const std::string& pdu, int tpduLength, int encodedLength) {
+    const std::string fields = "\"pdu\":\"" + pdu +
+                               "\",\"tpduLength\":" + std::to_string(tpduLength) +
+                               ",\"encodedLength\":" + std::to_string(encodedLength);
+    return "{\"result\":0," + fields + ",\"parts\":[{" + fields + "}]}\n";
+}
+
 ProcessResult Velkan(const std::vector<std::string>& args) {
     return RunProcess(VELKAN_BIN, args);
 }
@@ -89,10 +98,7 @@ TEST(PduVerb, DecodedSubmitHasNoTime) {
 TEST(PduVerb, EncodesHello) {
     const ProcessResult r = Velkan({"pdu", "encode", "--to", "+4930123456", "--text", "Hello"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0001000A9194032143650000"
-              "05C8329BFD06\",\"tpduLength\":17,"
-              "\"encodedLength\":18}\n");
+    EXPECT_EQ(r.out, OnePart("0001000A919403214365000005C8329BFD06", 17, 18));
     EXPECT_EQ(r.err, "");
 }
 
@@ -100,21 +106,14 @@ TEST(PduVerb, EncodesFlashWithStatusReport) {
     const ProcessResult r = Velkan(
         {"pdu", "encode", "--flash", "--to", "+4930123456", "--status-report", "--text", "Hello"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0021000A91940321436500F0"
-              "05C8329BFD06\",\"tpduLength\":17,"
-              "\"encodedLength\":18}\n");
+    EXPECT_EQ(r.out, OnePart("0021000A91940321436500F005C8329BFD06", 17, 18));
 }
 
 TEST(PduVerb, EncodesWithCustomServiceCentre) {
     const ProcessResult r = Velkan(
         {"pdu", "encode", "--to", "+4930123456", "--text", "Hello", "--smsc", "+491234567890"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0791942143658709"
-              "01000A9194032143650000"
-              "05C8329BFD06\","
-              "\"tpduLength\":17,\"encodedLength\":25}\n");
+    EXPECT_EQ(r.out, OnePart("079194214365870901000A919403214365000005C8329BFD06", 17, 25));
 }
 
 TEST(PduVerb, EncodeTakesUtf8Text) {
@@ -123,18 +122,13 @@ TEST(PduVerb, EncodeTakesUtf8Text) {
                                     "\xE2\x82\xAC"
                                     "uro"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"000100038111F20000"
-              "04DFBAFC0D\",\"tpduLength\":13,"
-              "\"encodedLength\":14}\n");
+    EXPECT_EQ(r.out, OnePart("000100038111F2000004DFBAFC0D", 13, 14));
 }
 
 TEST(PduVerb, EncodeWithoutTextSendsAnEmptyMessage) {
     const ProcessResult r = Velkan({"pdu", "encode", "--to", "0301234567"});
     EXPECT_EQ(r.exitStatus, 0);
-    EXPECT_EQ(r.out,
-              "{\"result\":0,\"pdu\":\"0001000A813010325476000000\",\"tpduLength\":12,"
-              "\"encodedLength\":13}\n");
+    EXPECT_EQ(r.out, OnePart("0001000A813010325476000000", 12, 13));
 }
 
 TEST(PduVerb, EncodeFailuresGiveResultFour) {
@@ -197,4 +191,68 @@ TEST(PduVerb, HelpListsTheVerb) {
     EXPECT_NE(r.out.find("velkan pdu encode --to NUMBER [--text TEXT] [--flash] [--status-report] "
                          "[--smsc NUMBER]"),
               std::string::npos);
+}
+
+// ---- --unicode, --long, --reference ----
+
+TEST(PduVerb, UnicodeDecodeReadsUcs2AndNamesTheConcatenation) {
+    // gammu's SMS-DELIVER of the second of two UCS2 parts, reference 208.
+    const char* part =
+        "0791947101670000400A91940321436500084250607080900010050003D00202043504420020D83DDE00";
+    ProcessResult r = Velkan({"pdu", "decode", part, "--unicode"});
+    EXPECT_EQ(r.exitStatus, 0);
+    EXPECT_NE(r.out.find("\"text\":\"ет 😀\""), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\"concatenation\":{\"reference\":208,\"total\":2,\"sequence\":2,"
+                         "\"wideReference\":false}}"),
+              std::string::npos)
+        << r.out;
+    // Without --unicode: the text as the codec always read it, and no new key.
+    r = Velkan({"pdu", "decode", part});
+    EXPECT_EQ(r.exitStatus, 0);
+    EXPECT_NE(r.out.find("\"text\":\"\""), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("concatenation"), std::string::npos) << r.out;
+    r = Velkan({"pdu", "decode", kHelloDeliver, "--unicode"});
+    EXPECT_NE(r.out.find("\"concatenation\":null}"), std::string::npos) << r.out;
+}
+
+TEST(PduVerb, UnicodeEncodeGivesItsParts) {
+    ProcessResult r =
+        Velkan({"pdu", "encode", "--to", "+4930123456", "--text", "Привет мир 😀", "--unicode"});
+    EXPECT_EQ(r.exitStatus, 0);
+    const std::string pdu =
+        "0001000A91940321436500081A041F044004380432043504420020043C043804400020D83DDE00";
+    EXPECT_EQ(r.out, "{\"result\":0,\"pdu\":\"" + pdu +
+                         "\",\"tpduLength\":38,\"encodedLength\":39,\"parts\":[{\"pdu\":\"" + pdu +
+                         "\",\"tpduLength\":38,\"encodedLength\":39}]}\n");
+    // 200 characters: two parts with reference 42, the first part's PDU at the top.
+    r = Velkan({"pdu", "encode", "--to", "+4930123456", "--text", std::string(200, 'a'), "--long",
+                "--reference", "42"});
+    EXPECT_EQ(r.exitStatus, 0) << r.err;
+    EXPECT_NE(r.out.find("\"pdu\":\"0041000A9194032143650000A00500032A0201"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("{\"pdu\":\"0041000A9194032143650000360500032A0202"), std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("\"tpduLength\":152,\"encodedLength\":153,\"parts\":[{"),
+              std::string::npos)
+        << r.out;
+}
+
+TEST(PduVerb, TextsBeyondTheirPartsAreRefusedWith4) {
+    // Two parts needed without --long.
+    std::string seventyOne;
+    for (int k = 0; k < 71; ++k) seventyOne += "Ж";
+    ProcessResult r = Velkan({"pdu", "encode", "--to", "1", "--text", seventyOne, "--unicode"});
+    EXPECT_EQ(r.exitStatus, 4);
+    r = Velkan({"pdu", "encode", "--to", "1", "--text", "Ж" + std::string(70, 'a'), "--unicode"});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_NE(r.err.find("71 UCS2 characters"), std::string::npos) << r.err;
+    r = Velkan({"pdu", "encode", "--to", "1", "--text", std::string(1531, 'a'), "--long"});
+    EXPECT_EQ(r.exitStatus, 4);
+    EXPECT_NE(r.err.find("11 messages"), std::string::npos) << r.err;
+    EXPECT_EQ(r.out, "{\"result\":4}\n");
+    r = Velkan({"pdu", "encode", "--to", "1", "--text", std::string(1530, 'a'), "--long"});
+    EXPECT_EQ(r.exitStatus, 0);
+    ExpectUsageError({"pdu", "encode", "--to", "1", "--long", "--reference", "256"},
+                     "--reference needs a number from 0 to 255");
+    ExpectUsageError({"pdu", "encode", "--to", "1", "--reference"}, "--reference needs a value");
 }

@@ -589,7 +589,7 @@ TEST_F(CliStoreTest, ConfigListsGetsAndSetsValues) {
     ASSERT_EQ(r.exitStatus, 0) << r.err;
     EXPECT_EQ(r.out,
               "CommPort=COM3:\nTCP=localhost:4000\nSMSC=\nSMSCCustom=0\nStatusReq=0\nFlash="
-              "0\nDelMsg=0\nExe=\n");
+              "0\nDelMsg=0\nUnicode=0\nLongSms=0\nExe=\n");
     ASSERT_EQ(Velkan({"config", "set", "CommPort", "TCP"}).exitStatus, 0);
     ASSERT_EQ(Velkan({"config", "set", "tcp", "local"}).exitStatus, 0);  // names in any case
     ASSERT_EQ(Velkan({"config", "set", "DelMsg", "1"}).exitStatus, 0);
@@ -599,6 +599,19 @@ TEST_F(CliStoreTest, ConfigListsGetsAndSetsValues) {
     const std::string ini = ReadAll(ConfigFile());
     EXPECT_NE(ini.find("DelMsg=1"), std::string::npos) << ini;
     EXPECT_NE(ini.find("[1.0]"), std::string::npos) << ini;
+}
+
+TEST_F(CliStoreTest, ConfigSetsUnicodeAndLongMessages) {
+    EXPECT_EQ(Velkan({"config", "get", "Unicode"}).out, "0\n");
+    EXPECT_EQ(Velkan({"config", "get", "LongSms"}).out, "0\n");
+    ASSERT_EQ(Velkan({"config", "set", "unicode", "1"}).exitStatus, 0);
+    ASSERT_EQ(Velkan({"config", "set", "LongSms", "1"}).exitStatus, 0);
+    EXPECT_EQ(Velkan({"config", "get", "Unicode"}).out, "1\n");
+    EXPECT_EQ(Velkan({"config", "get", "longsms"}).out, "1\n");
+    EXPECT_EQ(Velkan({"config", "set", "LongSms", "yes"}).exitStatus, 2);
+    const std::string ini = ReadAll(ConfigFile());
+    EXPECT_NE(ini.find("Unicode=1"), std::string::npos) << ini;
+    EXPECT_NE(ini.find("LongSms=1"), std::string::npos) << ini;
 }
 
 TEST_F(CliStoreTest, ConfigReportsADamagedSettingsFileAndKeepsItsGoodValues) {

@@ -7,13 +7,19 @@
 // themselves. The inputs of corpus/decode_pdu are real PDUs behind a control octet 0x00.
 //
 // Beyond "no crash", a decoded record must re-encode (when it is encodable) into octets that
-// decode to the same address, header and user data.
+// decode to the same address, header and user data. Every input is decoded a second time with
+// the `Unicode` reading: its concatenation header, if any, must be sane, and its text, sent
+// again as a long message, must come back joined exactly.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu/submit.h"
+#include "pdu/submit_parts.h"
 
 namespace {
 
@@ -37,7 +43,8 @@ std::uint32_t TpduLength(std::uint8_t control, const std::uint8_t* pdu, std::uin
 void CheckReencoding(PduRecord* decoded) {
     const std::uint8_t mti = decoded->firstOctet & 3;
     const std::uint8_t alphabet = (decoded->dcs >> 2) & 3;
-    if (mti > 1 || alphabet == 2) return;  // status reports are not encodable; UCS2 has no text
+    // Status reports are not encodable; UCS2 has text only in the `Unicode` reading.
+    if (mti > 1 || (alphabet == 2 && !decoded->unicode)) return;
     if (EncodePdu(decoded) != kErrNone) return;  // e.g. ":" in a number, 8-bit beyond 140 octets
     Check(decoded->encodedLength <= kEncodedSize);
     Check(decoded->tpduLength < decoded->encodedLength);
@@ -45,7 +52,8 @@ void CheckReencoding(PduRecord* decoded) {
     PduRecord* again = NewPduRecord();
     if (again == nullptr) return;
     const TransferError err =
-        DecodePdu(again, decoded->encoded, decoded->encodedLength, decoded->tpduLength);
+        DecodePdu(again, decoded->encoded, decoded->encodedLength, decoded->tpduLength,
+                  CodecOptions{decoded->unicode != 0, false});
     Check(err == kErrNone);
     Check(again->firstOctet == decoded->firstOctet);
     Check(std::strcmp(again->addressDigits, decoded->addressDigits) == 0);
@@ -58,6 +66,47 @@ void CheckReencoding(PduRecord* decoded) {
         Check(std::memcmp(again->header, decoded->header, decoded->headerLength) == 0);
     }
     FreePduRecord(again);
+}
+
+// The decoded text, sent as a long message with both options and read back part by part.
+void CheckLongRoundTrip(const std::u16string& text) {
+    constexpr CodecOptions kBoth{true, true};
+    SmsMessage sent;
+    sent.number = u"+4930123456";
+    sent.text = text;
+    std::vector<PartPdu> parts;
+    Check(EncodeSubmitParts(sent, kBoth, 7, u"", false, &parts) == kErrNone);
+    std::u16string joined;
+    for (std::size_t k = 0; k < parts.size(); ++k) {
+        SmsMessage back;
+        back.pdu = parts[k].pdu;
+        Check(DecodeStoredMessage(&back, kBoth) == 1);
+        ConcatenationInfo info;
+        Check(ReadConcatenation(back.pduRecord.get(), &info) == (parts.size() > 1));
+        if (parts.size() > 1) Check(info.sequence == k + 1 && info.total == parts.size());
+        joined += back.text;
+    }
+    Check(joined == text);
+}
+
+void CheckUnicodeReading(const std::uint8_t* pdu, std::uint32_t n, std::uint32_t tpdu) {
+    SmsMessage message;
+    message.pduRecord.reset(NewPduRecord());
+    if (!message.pduRecord) return;
+    PduRecord* record = message.pduRecord.get();
+    const TransferError err = DecodePdu(record, pdu, n, tpdu, CodecOptions{true, true});
+    Check(err == kErrNone || err == kErrInvalidParameter);
+    if (err != kErrNone) return;
+    Check(record->udl <= kUserDataSize);
+    Check(record->userDataLength <= kUserDataSize);
+    Check(ApplyPduRecord(&message) == 1);
+    Check(message.text.size() <= kUserDataSize);
+    ConcatenationInfo info;
+    if (ReadConcatenation(record, &info)) {
+        Check(info.total >= 2 && info.sequence >= 1 && info.sequence <= info.total);
+    }
+    CheckLongRoundTrip(message.text);
+    CheckReencoding(record);
 }
 
 }  // namespace
@@ -85,5 +134,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(message.text.size() <= kUserDataSize);
 
     CheckReencoding(record);
+    CheckUnicodeReading(n == 0 ? nullptr : pdu, n, tpdu);
     return 0;
 }

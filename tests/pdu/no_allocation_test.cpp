@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "allocation_counter.h"
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
@@ -245,6 +246,31 @@ TEST_F(NoAllocation, DecodingSevenBitEightBitAndUcs2IntoOneRecord) {
     EXPECT_EQ(wide.length, 140u);
     EXPECT_EQ(r->dcs, 0x08);
     EXPECT_EQ(wide.allocations, 0u) << "70 characters, UCS2";
+}
+
+// The Unicode reading decodes into the same record without allocating either.
+TEST_F(NoAllocation, DecodingWithTheUnicodeReading) {
+    const auto ucs2 = Ucs2Deliver();
+    const auto withHeader = SevenBitWithHeader();
+    auto record = NewRecord();
+    ASSERT_NE(record, nullptr);
+    TransferError code = 1;
+    std::uint64_t count = allocations::During([&] {
+        code = DecodePdu(record.get(), ucs2.data(), static_cast<std::uint32_t>(ucs2.size()),
+                         TpduLength(ucs2), CodecOptions{true, true});
+    });
+    EXPECT_EQ(code, kErrNone);
+    EXPECT_EQ(record->userDataLength, 140u);  // the UCS2 octets are kept
+    EXPECT_EQ(count, 0u) << "70 characters, UCS2";
+    ConcatenationInfo info;
+    count = allocations::During([&] {
+        code = DecodePdu(record.get(), withHeader.data(),
+                         static_cast<std::uint32_t>(withHeader.size()), TpduLength(withHeader),
+                         CodecOptions{true, true});
+        ReadConcatenation(record.get(), &info);
+    });
+    EXPECT_EQ(code, kErrNone);
+    EXPECT_EQ(count, 0u) << "7-bit with a header, and its concatenation read";
 }
 
 // A PDU the decoder refuses costs nothing either (the listing skips such messages).

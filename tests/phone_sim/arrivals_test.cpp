@@ -66,8 +66,8 @@ TEST(Arrivals, ABadControlLineSaysWhyAndStoresNothing) {
     EXPECT_EQ(ControlLine("no colon here", &phone), "error: expected NUMBER:TEXT");
     EXPECT_EQ(ControlLine("12a:Hi", &phone).rfind("error: bad number", 0), 0u);
     EXPECT_EQ(ControlLine(":Hi", &phone).rfind("error: bad number", 0), 0u);
-    EXPECT_EQ(ControlLine("+49:" + std::string(161, 'x'), &phone),
-              "error: text longer than 160 characters");
+    EXPECT_EQ(ControlLine("+49:" + std::string(1531, 'x'), &phone),
+              "error: text too long for 10 messages");
     EXPECT_EQ(phone.memory(Storage::kPhone).used(), 0u);
 }
 

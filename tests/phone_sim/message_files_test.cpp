@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu_builder.h"
 
@@ -245,6 +246,93 @@ TEST(QuickMessages, MemNumberText) {
     EXPECT_FALSE(AddQuickMessage("XX:+49:Hi", &phone, &error));
     EXPECT_FALSE(AddQuickMessage("SM:+49", &phone, &error));
     EXPECT_FALSE(AddQuickMessage("SM:+49x:Hi", &phone, &error));
+}
+
+// What a quick message stored: its record (decoded with the Unicode reading) and text.
+struct QuickPart {
+    PduRecordPtr record;
+    std::u16string text;
+};
+
+QuickPart ReadQuick(const StoredMessage& m) {
+    QuickPart part;
+    std::vector<std::uint8_t> bytes;
+    EXPECT_TRUE(FromHex(m.pduHex, &bytes));
+    SmsMessage message;
+    message.pduRecord.reset(NewPduRecord());
+    EXPECT_EQ(
+        DecodePdu(message.pduRecord.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()),
+                  m.tpduLength, CodecOptions{true, true}),
+        0u);
+    ApplyPduRecord(&message);
+    part.text = message.text;
+    part.record = std::move(message.pduRecord);
+    return part;
+}
+
+TEST(QuickMessages, AnyUnicodeTextGoesAsUcs2) {
+    PhoneModel phone(NoCentre());
+    std::string error;
+    ASSERT_TRUE(AddQuickMessage("SM:+4930123456:Привет 😀", &phone, &error)) << error;
+    ASSERT_EQ(phone.memory(Storage::kSim).used(), 1u);
+    const QuickPart part = ReadQuick(*phone.memory(Storage::kSim).Find(1));
+    EXPECT_EQ(part.record->dcs, 0x08);
+    EXPECT_EQ(part.text, u"Привет 😀");
+    EXPECT_EQ(part.record->firstOctet & 0x40, 0);  // one message: no header
+    // Extension characters go as escape pairs in the GSM alphabet.
+    ASSERT_TRUE(AddQuickMessage("SM:+4930123456:10€ [net]", &phone, &error)) << error;
+    const QuickPart euro = ReadQuick(*phone.memory(Storage::kSim).Find(2));
+    EXPECT_EQ(euro.record->dcs, 0x00);
+    EXPECT_EQ(euro.text, u"10€ [net]");
+}
+
+TEST(QuickMessages, ALongTextArrivesInPartsWithOneReference) {
+    PhoneModel phone(NoCentre());
+    std::string error;
+    const std::string text(400, 'x');
+    ASSERT_TRUE(AddQuickMessage("ME:+4930123456:" + text, &phone, &error)) << error;
+    ASSERT_EQ(phone.memory(Storage::kPhone).used(), 3u);
+    std::u16string joined;
+    int reference = -1;
+    for (unsigned index = 1; index <= 3; ++index) {
+        const QuickPart part = ReadQuick(*phone.memory(Storage::kPhone).Find(index));
+        EXPECT_EQ(part.record->firstOctet & 3, kMtiDeliver);
+        ConcatenationInfo info;
+        ASSERT_TRUE(ReadConcatenation(part.record.get(), &info)) << index;
+        EXPECT_EQ(info.total, 3);
+        EXPECT_EQ(info.sequence, index);
+        if (reference < 0) reference = info.reference;
+        EXPECT_EQ(info.reference, reference);
+        joined += part.text;
+    }
+    EXPECT_EQ(joined, std::u16string(400, u'x'));
+    // The next long message has another reference.
+    ASSERT_TRUE(AddQuickMessage("ME:+4930123456:" + text, &phone, &error)) << error;
+    ConcatenationInfo next;
+    ASSERT_TRUE(
+        ReadConcatenation(ReadQuick(*phone.memory(Storage::kPhone).Find(4)).record.get(), &next));
+    EXPECT_NE(next.reference, reference);
+    EXPECT_FALSE(AddQuickMessage("ME:+49:" + std::string(1531, 'x'), &phone, &error));
+    EXPECT_EQ(error, "text too long for 10 messages");
+}
+
+TEST(QuickMessages, AGsmTextIsBuiltAsBefore) {
+    PhoneModel phone(NoCentre());
+    std::string error;
+    ASSERT_TRUE(AddQuickMessage("SM:+4930123456:Hello", &phone, &error)) << error;
+    TextMessage message;
+    message.number = "+4930123456";
+    message.text = u"Hello";
+    message.time = GetLocalTime();
+    message.zoneQuarters = LocalZoneQuarters();
+    BuiltPdu built;
+    ASSERT_TRUE(BuildTextPdu(message, "", &built, &error));
+    const std::string stored = phone.memory(Storage::kSim).Find(1)->pduHex;
+    // Equal up to the time stamp (seven octets before the last seven).
+    const std::string expected = ToHex(built.bytes);
+    ASSERT_EQ(stored.size(), expected.size());
+    EXPECT_EQ(stored.substr(0, 22), expected.substr(0, 22));
+    EXPECT_EQ(stored.substr(stored.size() - 12), expected.substr(expected.size() - 12));
 }
 
 TEST(GeneratedMessages, DistinctMessagesAndTheMemoryGrows) {

@@ -14,8 +14,10 @@
 
 #include "common/file_time.h"
 #include "message_files.h"
+#include "pdu/concatenation.h"
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
+#include "pdu/submit_parts.h"
 #include "pdu_builder.h"
 
 namespace phone_sim {
@@ -429,6 +431,45 @@ TEST(PhoneModel, EightBitAndUcs2MessagesArriveBackUnchanged) {
     EXPECT_EQ(ucs2->tpduLength, 1u + 7 + 2 + 7 + 1 + 4);
     EXPECT_EQ(ucs2->pduHex.substr(ucs2->pduHex.size() - 10), "0400480069");
     EXPECT_EQ(DecodeStored(*ucs2).dcs, 0x08);
+}
+
+TEST(PhoneModel, PartsOfALongMessageArriveBackWithTheirDcsAndHeader) {
+    PhoneModel phone(QuietKnobs());
+    SmsMessage message;
+    message.number = u"+4930123456";
+    std::u16string text;
+    for (int k = 0; k < 30; ++k) text += u"Ж😀";  // 90 UCS2 units: two parts
+    message.text = text;
+    std::vector<PartPdu> parts;
+    ASSERT_EQ(EncodeSubmitParts(message, CodecOptions{true, true}, 99, u"", false, &parts),
+              kErrNone);
+    ASSERT_EQ(parts.size(), 2u);
+    for (const PartPdu& part : parts) {
+        Send(phone, "AT+CMGS=" + std::to_string(part.tpduLength) + "\r");
+        EXPECT_EQ(Send(phone, ToHex(part.pdu) + "\x1A").find("+CMGS:"), 2u);
+    }
+    std::u16string joined;
+    for (unsigned index = 1; index <= 2; ++index) {
+        const StoredMessage* stored = phone.memory(Storage::kPhone).Find(index);
+        ASSERT_NE(stored, nullptr);
+        std::vector<std::uint8_t> bytes;
+        ASSERT_TRUE(FromHex(stored->pduHex, &bytes));
+        SmsMessage back;
+        back.pduRecord.reset(NewPduRecord());
+        ASSERT_EQ(
+            DecodePdu(back.pduRecord.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()),
+                      stored->tpduLength, CodecOptions{true, true}),
+            0u);
+        EXPECT_EQ(back.pduRecord->firstOctet & 3, kMtiDeliver);
+        EXPECT_EQ(back.pduRecord->dcs, 0x08);
+        ConcatenationInfo info;
+        ASSERT_TRUE(ReadConcatenation(back.pduRecord.get(), &info));
+        EXPECT_EQ(info.reference, 99);
+        EXPECT_EQ(info.sequence, index);
+        ApplyPduRecord(&back);
+        joined += back.text;
+    }
+    EXPECT_EQ(joined, text);
 }
 
 TEST(PhoneModel, NoDeliverySentKeepsThePhoneMemoryEmpty) {

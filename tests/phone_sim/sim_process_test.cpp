@@ -384,6 +384,24 @@ TEST(PhoneSimProcess, BadMessagesFileEndsWithTwo) {
     std::remove(file.c_str());
 }
 
+TEST(PhoneSimProcess, SmsTakesUnicodeAndLongTexts) {
+    SimProcess sim;
+    unsigned port = StartListening(sim, {"--smsc", "", "--sms", "ME:+4930123456:Привет 😀", "--sms",
+                                         "ME:+4930123456:" + std::string(400, 'x')});
+    ASSERT_NE(port, 0u);
+    Client phone(port);
+    EXPECT_EQ(phone.Command("AT+CPMS=\"ME\"\r"), "\r\n+CPMS: 4,100,0,30,4,100\r\n\r\nOK\r\n");
+    const std::string list = phone.Command("AT+CMGL=4\r");
+    // UCS2 (DCS 08): "Привет 😀" as nine big-endian units after its length octet 12.
+    EXPECT_NE(list.find("0008"), std::string::npos) << list;
+    EXPECT_NE(list.find("12041F044004380432043504420020D83DDE00\r\n"), std::string::npos) << list;
+    // The long text: three 7-bit parts with the header 05 00 03, reference 2, total 3.
+    for (const char* header : {"050003020301", "050003020302", "050003020303"}) {
+        EXPECT_NE(list.find(header), std::string::npos) << header << "\n" << list;
+    }
+    EXPECT_EQ(sim.Stop(), 0);
+}
+
 TEST(PhoneSimProcess, MessagesFileIsListed) {
     std::string file = TempPath("messages.txt");
     std::ofstream(file) << "SM|0|+4930123456|2003-11-15 09:30:05|+04|Hello\n"

@@ -224,7 +224,7 @@ TEST_F(SettingsTest, TheProgramPathIsKeptToItsLimit) {
 }
 
 TEST_F(SettingsTest, TheTableNamesEveryValue) {
-    ASSERT_EQ(kSettingCount, 8u);
+    ASSERT_EQ(kSettingCount, 10u);
     EXPECT_EQ(FindSetting(u"CommPort")->type, SettingType::kString);
     EXPECT_EQ(FindSetting(u"DelMsg")->type, SettingType::kDword);
     EXPECT_EQ(FindSetting(u"SMSCCustom")->defaultNumber, 0u);
@@ -392,6 +392,27 @@ TEST_F(SettingsTest, ATransferGetsItsSettingsInOneReading) {
     ASSERT_EQ(SetCommPort(key, u"local"), kRegSuccess);
     ASSERT_TRUE(ReadTransferSettings(&settings));
     EXPECT_TRUE(settings.noCommunication);
+}
+
+TEST_F(SettingsTest, UnicodeAndLongMessagesAreOffUntilSet) {
+    EXPECT_EQ(FindSetting(u"Unicode")->type, SettingType::kDword);
+    EXPECT_EQ(FindSetting(u"LongSms")->type, SettingType::kDword);
+    TransferSettings settings;
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_FALSE(settings.unicode);
+    EXPECT_FALSE(settings.longSms);
+
+    RegistryKey key;
+    ASSERT_TRUE(OpenSettings(key));
+    ASSERT_EQ(key.WriteDword(kValueUnicode, 2), kRegSuccess);  // any non-zero value is set
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_TRUE(settings.unicode);
+    EXPECT_FALSE(settings.longSms);
+    ASSERT_EQ(WriteSettingFlag(key, kValueLongSms, true), kRegSuccess);
+    ASSERT_EQ(WriteSettingFlag(key, kValueUnicode, false), kRegSuccess);
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    EXPECT_FALSE(settings.unicode);
+    EXPECT_TRUE(settings.longSms);
 }
 
 TEST_F(SettingsTest, ATransferWhoseSettingsCannotBeOpenedGetsNone) {

@@ -15,13 +15,21 @@ bool ReceiveText(std::string_view number, std::string_view text, PhoneModel* mod
     message.text = Utf8ToUtf16(UnescapeText(text));
     message.time = GetLocalTime();
     message.zoneQuarters = LocalZoneQuarters();
-    BuiltPdu built;
-    if (!BuildTextPdu(message, model->knobs().serviceCentre, &built, error)) return false;
-    *index = model->Receive(ToHex(built.bytes), built.tpduLength);
-    if (*index == 0) {
-        *error =
-            std::string(StorageName(model->receiving_memory())) + " is full: the message is lost";
+    std::vector<BuiltPdu> parts;
+    if (!BuildDeliverParts(message, model->knobs().serviceCentre,
+                           model->TakeConcatenationReference(), &parts, error)) {
         return false;
+    }
+    // A long message arrives as its parts, one after the other; *index is the first part's.
+    *index = 0;
+    for (const BuiltPdu& built : parts) {
+        const unsigned stored = model->Receive(ToHex(built.bytes), built.tpduLength);
+        if (stored == 0) {
+            *error = std::string(StorageName(model->receiving_memory())) +
+                     " is full: the message is lost";
+            return false;
+        }
+        if (*index == 0) *index = stored;
     }
     return true;
 }

@@ -282,9 +282,18 @@ bool AddQuickMessage(std::string_view quick, PhoneModel* model, std::string* err
     message.text = Utf8ToUtf16(UnescapeText(quick.substr(second + 1)));
     message.time = GetLocalTime();
     message.zoneQuarters = LocalZoneQuarters();
-    BuiltPdu built;
-    if (!BuildTextPdu(message, model->knobs().serviceCentre, &built, error)) return false;
-    return Store(model, storage, 0, kRecUnread, ToHex(built.bytes), built.tpduLength, error);
+    // Any Unicode text: UCS2 when it must be, in parts when long.
+    std::vector<BuiltPdu> parts;
+    if (!BuildDeliverParts(message, model->knobs().serviceCentre,
+                           model->TakeConcatenationReference(), &parts, error)) {
+        return false;
+    }
+    for (const BuiltPdu& built : parts) {
+        if (!Store(model, storage, 0, kRecUnread, ToHex(built.bytes), built.tpduLength, error)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool GenerateMessages(unsigned count, PhoneModel* model, std::string* error) {

@@ -7,6 +7,7 @@
 #include "pdu/deliver.h"
 #include "pdu/gsm_alphabet.h"
 #include "pdu/submit.h"
+#include "pdu/submit_parts.h"
 
 namespace phone_sim {
 namespace {
@@ -183,6 +184,81 @@ bool BuildTextPdu(const TextMessage& message, std::string_view serviceCentre, Bu
     if (!EncodeRecord(record.get(), out)) {
         *error = "the encoder refused the message";
         return false;
+    }
+    return true;
+}
+
+namespace {
+
+// True when every character has a row of its own in the default alphabet (the escape code's
+// no-break space has not), so that BuildTextPdu writes the text unchanged.
+bool InDefaultAlphabet(const std::u16string& text) {
+    for (char16_t c : text) {
+        if (c == 0x00A0) return false;
+        bool found = false;
+        for (std::uint16_t entry : kGsmAlphabet) found = found || entry == c;
+        if (!found) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool BuildDeliverParts(const TextMessage& message, std::string_view serviceCentre,
+                       std::uint8_t reference, std::vector<BuiltPdu>* out, std::string* error) {
+    out->clear();
+    if (message.submit ||
+        (message.text.size() <= kUserDataSize && InDefaultAlphabet(message.text))) {
+        BuiltPdu built;
+        if (!BuildTextPdu(message, serviceCentre, &built, error)) return false;
+        out->push_back(built);
+        return true;
+    }
+    constexpr CodecOptions kBoth{true, true};
+    // The parts as the program would send them, then turned into what the network delivers.
+    SmsMessage sent;
+    sent.number = u"1";
+    sent.text = message.text;
+    const std::uint32_t parts = SubmitPartCount(sent, kBoth);
+    if (parts == 0) {
+        *error = "text too long for 10 messages";
+        return false;
+    }
+    TextMessage header = message;
+    header.text.clear();
+    for (std::uint32_t k = 0; k < parts; ++k) {
+        // The envelope (centre, sender, stamp) as BuildTextPdu checks and writes it.
+        BuiltPdu envelope;
+        if (!BuildTextPdu(header, serviceCentre, &envelope, error)) return false;
+        if (PrepareSubmitPart(&sent, kBoth, reference, k) != 1) {
+            *error = "the encoder refused the message";
+            return false;
+        }
+        PduRecordPtr record(NewPduRecord());
+        if (!record) {
+            *error = "out of memory";
+            return false;
+        }
+        if (DecodePdu(record.get(), envelope.bytes.data(),
+                      static_cast<std::uint32_t>(envelope.bytes.size()), envelope.tpduLength,
+                      kBoth) != kErrNone) {
+            *error = "the encoder refused the message";
+            return false;
+        }
+        const PduRecord& part = *sent.pduRecord;
+        record->firstOctet = static_cast<std::uint8_t>(0x04 | (part.firstOctet & 0x40));
+        record->dcs = part.dcs;
+        record->unicode = 1;
+        record->userDataLength = part.userDataLength;
+        std::memcpy(record->userData, part.userData, kUserDataSize);
+        record->headerLength = part.headerLength;
+        std::memcpy(record->header, part.header, kHeaderSize);
+        BuiltPdu built;
+        if (!EncodeRecord(record.get(), &built)) {
+            *error = "the encoder refused the message";
+            return false;
+        }
+        out->push_back(built);
     }
     return true;
 }

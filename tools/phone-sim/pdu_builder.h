@@ -41,6 +41,14 @@ bool SetAddress(PduRecord* record, std::string_view number);
 bool BuildTextPdu(const TextMessage& message, std::string_view serviceCentre, BuiltPdu* out,
                   std::string* error);
 
+// The SMS-DELIVER PDUs of a message in any Unicode text. A text that the GSM default alphabet
+// holds in one message is built by BuildTextPdu, byte for byte; any other goes as the program
+// sends with the `Unicode` and `LongSms` settings: the GSM alphabet with escape pairs, or UCS2,
+// in up to 10 parts with the header 05 00 03 `reference` total sequence. False, with `error`,
+// for a text of more than 10 parts or a bad number, centre or time.
+bool BuildDeliverParts(const TextMessage& message, std::string_view serviceCentre,
+                       std::uint8_t reference, std::vector<BuiltPdu>* out, std::string* error);
+
 // An SMS-STATUS-REPORT (centre part first) telling that the message with `reference` reached
 // `recipient`: accepted by the centre at `accepted`, delivered at `delivered`, both in the zone
 // `zoneQuarters`, status 0 ("received by the SME"). False for a bad number or time.

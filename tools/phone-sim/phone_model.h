@@ -191,6 +191,8 @@ class PhoneModel {
     unsigned Receive(std::string pduHex, unsigned tpduLength);
     // The memory that Receive() fills.
     Storage receiving_memory() const { return receiveMemory_; }
+    // The reference of the next long message that arrives in parts (1, 2, ... 255, 0, 1, ...).
+    std::uint8_t TakeConcatenationReference() { return concatenationReference_++; }
 
     // How a command ends: a final result code, or (kNone) the "> " prompt of AT+CMGS.
     enum class Final { kOk, kError, kCms, kCme, kNone };
@@ -259,6 +261,7 @@ class PhoneModel {
     MessageMemory phone_;
     std::vector<SentMessage> sent_;
     unsigned nextReference_ = 1;
+    std::uint8_t concatenationReference_ = 1;
 
     // Per connection.
     Stage stage_ = Stage::kCommand;

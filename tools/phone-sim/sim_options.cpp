@@ -305,7 +305,8 @@ Connection:
 Messages:
   --messages FILE      stored messages to start with (repeatable; format below)
   --sms MEM:NUMBER:TEXT
-                       an unread message received now (repeatable), e.g. SM:+4930123456:Hi
+                       an unread message received now (repeatable), e.g. SM:+4930123456:Hi;
+                       any Unicode text (UCS2 when it must be, in up to 10 parts when long)
   --generate N         N unread messages in ME for load tests (ME grows to fit)
   --sm-capacity N      capacity of SM (default 30)
   --me-capacity N      capacity of ME (default 100)

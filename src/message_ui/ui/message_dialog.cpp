@@ -23,6 +23,8 @@
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
 #include "message_ui/ui/store_failure.h"
+#include "pdu/text_measure.h"
+#include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
 #include "store/recent_store.h"
@@ -30,6 +32,14 @@
 namespace {
 
 constexpr unsigned kStringDeleteQuestion = 2112;
+constexpr unsigned kStringLongCounter = 3242;
+
+// The field's limit with the `Unicode` or `LongSms` setting. No character takes less than one
+// unit, so the field never needs more characters than the parts hold units; the counter's cut
+// does the exact work.
+int SendTextLimit(const CodecOptions& options) {
+    return static_cast<int>(options.longSms ? kMaxParts * kPartSeptets : kSinglePartSeptets);
+}
 constexpr unsigned kStringSent = 3001;
 constexpr unsigned kStringReceived = 3002;
 constexpr unsigned kStringOptions = 40010;
@@ -287,6 +297,11 @@ void MessageDialog::FillFields() {
         numberCombo_->setEditText(ToQString(message_.number));
         flash_->setChecked((message_.flags & kFlagFlash) != 0);
     }
+    ReadCodecOptions();
+    // A long message must reach the counter whole, to be counted and cut there.
+    if (codecOptions_.unicode || codecOptions_.longSms) {
+        text_->SetTextLimit(SendTextLimit(codecOptions_));
+    }
     text_->SetWindowText(message_.text.c_str());
     UpdateCounter();
 }
@@ -349,9 +364,21 @@ void MessageDialog::FillRecentLists() {
 
 // --- the counter -------------------------------------------------------------------------
 
+void MessageDialog::ReadCodecOptions() {
+    RegistryKey key;
+    codecOptions_ = CodecOptions{};
+    if (!OpenSettings(key)) return;
+    codecOptions_.unicode = ReadSettingFlag(key, kValueUnicode);
+    codecOptions_.longSms = ReadSettingFlag(key, kValueLongSms);
+}
+
 void MessageDialog::UpdateCounter() {
     // Putting a cut text back changes the field again; that second pass has nothing to do.
     if (readOnly_ || text_ == nullptr || inCounter_) return;
+    if (codecOptions_.unicode || codecOptions_.longSms) {
+        UpdateSendCounter();
+        return;
+    }
     inCounter_ = true;
 
     TextBuffer typed = text_->WindowText();
@@ -385,6 +412,50 @@ void MessageDialog::UpdateCounter() {
     inCounter_ = false;
 }
 
+void MessageDialog::UpdateSendCounter() {
+    inCounter_ = true;
+    TextBuffer typed = text_->WindowText();
+    const std::u16string sent = typed.ToU16();
+    const int firstLine = text_->verticalScrollBar()->value();
+    const QTextCursor cursor = text_->textCursor();
+    const int anchor = cursor.anchor();
+    const int position = cursor.position();
+
+    // The field's text is what is sent, a line break as carriage return and line feed.
+    std::size_t keep = FittingLength(sent, codecOptions_);
+    if (keep > 0 && keep < sent.size() && sent[keep - 1] == u'\r' && sent[keep] == u'\n') {
+        --keep;  // a line break goes whole
+    }
+    if (keep < sent.size()) {
+        // What cannot be sent is dropped, and the user keeps their place.
+        text_->SetWindowText(sent.substr(0, keep).c_str());
+        QTextCursor restored = text_->textCursor();
+        const int end = restored.document()->characterCount() - 1;
+        restored.setPosition(qMin(anchor, end));
+        restored.setPosition(qMin(position, end), QTextCursor::KeepAnchor);
+        text_->setTextCursor(restored);
+        text_->verticalScrollBar()->setValue(firstLine);
+    }
+    const TextMeasure measure =
+        MeasureText(std::u16string_view(sent).substr(0, keep), codecOptions_);
+    // No character takes less than one unit, so the field never needs more characters than the
+    // parts hold units; the cut above does the exact work.
+    text_->SetTextLimit(
+        static_cast<int>(codecOptions_.longSms ? kMaxParts * kPartSeptets : kSinglePartSeptets));
+    TextBuffer shown;
+    if (measure.parts <= 1) {
+        shown.Format(kDateLineLimit, u"%lu/%lu", static_cast<unsigned long>(measure.units),
+                     static_cast<unsigned long>(measure.limit));
+    } else {
+        TextBuffer format;
+        format.LoadResourceString(kStringLongCounter);
+        shown.Format(kDateLineLimit, format.Text(), unsigned{measure.units},
+                     unsigned{measure.limit}, unsigned{measure.parts});
+    }
+    counter_->setText(ToQString(shown));
+    inCounter_ = false;
+}
+
 // --- commands ----------------------------------------------------------------------------
 
 void MessageDialog::AddCommands() {
@@ -414,7 +485,12 @@ void MessageDialog::AddCommands() {
         if (!readOnly_) PickContact();
     });
     AddCommand(kCmdConnection, [this] { RunConnectionDialog(); });
-    AddCommand(kCmdPreferences, [this] { RunPreferencesDialog(); });
+    AddCommand(kCmdPreferences, [this] {
+        RunPreferencesDialog();
+        // The text is counted from now on as the settings say.
+        ReadCodecOptions();
+        UpdateCounter();
+    });
     // The Edit menu acts on the field that last had the focus, else on the text.
     for (int id : {kIdEditCut, kIdEditCopy, kIdEditPaste, kIdEditClear, kIdEditSelectAll}) {
         AddCommand(id, [this, id] {

@@ -23,6 +23,7 @@
 #include "common/sms_message.h"
 #include "framework/text_buffer.h"
 #include "framework/ui/dialog_base.h"
+#include "pdu/codec_options.h"
 #include "store/message_store.h"
 
 class QCheckBox;
@@ -106,7 +107,9 @@ class MessageDialog : public DialogBase {
     bool SentButNotStored() const { return sentNotStored_; }
 
     // Counts the text and cuts it at 160 characters, then sets the edit's limit and the
-    // counter. Runs on every change of the text; nothing happens in read mode.
+    // counter. Runs on every change of the text; nothing happens in read mode. With the
+    // `Unicode` or `LongSms` setting on, the text is counted as it will be sent instead (see
+    // UpdateSendCounter).
     void UpdateCounter();
 
     QSize sizeHint() const override;
@@ -154,11 +157,19 @@ class MessageDialog : public DialogBase {
     // name and number.
     void SplitRecent(RecentComboBox* combo, bool chosen);
     void MarkReadOnOpening();
+    // The `Unicode` and `LongSms` settings, read as the fields are filled and after the
+    // preferences dialog.
+    void ReadCodecOptions();
+    // The counter with either setting on: the units of the encoding the text will be sent in
+    // (septets, an extension character two; or UCS2 units), the limit of the parts used and,
+    // beyond one part, their number, "200/306 (2 SMS)". Text beyond what can be sent is cut.
+    void UpdateSendCounter();
 
     SmsMessage& message_;
     bool readOnly_ = true;
     int inputPanelPreference_ = 1;
     bool inCounter_ = false;
+    CodecOptions codecOptions_;
     SendRunner sendRunner_;
     StoreCheck storeCheck_;
     StoreWriter storeWriter_;

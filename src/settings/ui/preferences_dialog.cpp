@@ -8,6 +8,7 @@
 
 #include "framework/text_buffer.h"
 #include "framework/ui/message_box.h"
+#include "framework/ui/resource_text.h"
 #include "framework/ui/ui_fonts.h"
 #include "framework/ui/window_text.h"
 #include "message_ui/text_helpers.h"
@@ -16,6 +17,8 @@
 namespace {
 
 constexpr unsigned kStringServiceCentreTooLong = 3180;
+constexpr unsigned kStringUnicodeMessages = 3240;
+constexpr unsigned kStringLongMessages = 3241;
 // A service centre address holds at most ten octets of digits, two digits an octet.
 constexpr std::size_t kMaxServiceCentreDigits = 20;
 
@@ -61,11 +64,15 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setText(tr("Request Status"));
     flash_ = AddControl<QCheckBox>(kIdFlash, 13, 99, 62, 10);
     flash_->setText(tr("Flash SMS"));
+    unicode_ = AddControl<QCheckBox>(kIdUnicode, 13, 110, 80, 10);
+    unicode_->setText(ResourceText(kStringUnicodeMessages));
+    longSms_ = AddControl<QCheckBox>(kIdLongSms, 13, 121, 80, 10);
+    longSms_->setText(ResourceText(kStringLongMessages));
     phoneHeading_->setFont(GetUiFont(UiFont::SmallBold));
     messageHeading_->setFont(GetUiFont(UiFont::SmallBold));
     for (QWidget* control :
          std::initializer_list<QWidget*>{phoneHeading_, messageHeading_, deleteAfterRetrieve_,
-                                         customSmsc_, requestStatus_, flash_}) {
+                                         customSmsc_, requestStatus_, flash_, unicode_, longSms_}) {
         FitToText(control);
     }
     // Any change of the box enables or disables the number at once.
@@ -79,6 +86,8 @@ bool PreferencesDialog::OnInitDialog() {
     requestStatus_->setChecked(ReadSettingFlag(key_, kValueStatusReq));
     flash_->setChecked(ReadSettingFlag(key_, kValueFlash));
     deleteAfterRetrieve_->setChecked(ReadSettingFlag(key_, kValueDelMsg));
+    unicode_->setChecked(ReadSettingFlag(key_, kValueUnicode));
+    longSms_->setChecked(ReadSettingFlag(key_, kValueLongSms));
     return true;
 }
 
@@ -96,6 +105,8 @@ std::vector<SettingWrite> PreferencesDialog::PendingWrites() const {
         {kValueSmscCustom, true, {}, CheckValue(customSmsc_)},
         {kValueStatusReq, true, {}, CheckValue(requestStatus_)},
         {kValueFlash, true, {}, CheckValue(flash_)},
+        {kValueUnicode, true, {}, CheckValue(unicode_)},
+        {kValueLongSms, true, {}, CheckValue(longSms_)},
     };
 }
 

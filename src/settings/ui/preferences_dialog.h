@@ -36,10 +36,13 @@ class PreferencesDialog : public CaptionDialog {
     static constexpr int kIdSmscNumber = 1034;
     static constexpr int kIdRequestStatus = 1008;
     static constexpr int kIdFlash = 1007;
+    static constexpr int kIdUnicode = 1050;
+    static constexpr int kIdLongSms = 1051;
 
     explicit PreferencesDialog(QWidget* parent = nullptr);
 
-    // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash.
+    // What OK writes, in order: DelMsg, SMSC (normalised), SMSCCustom, StatusReq, Flash,
+    // Unicode, LongSms.
     std::vector<SettingWrite> PendingWrites() const;
     // Whether the key could be opened when the dialog opened.
     bool SettingsOpen() const { return settingsOpen_; }
@@ -70,4 +73,6 @@ class PreferencesDialog : public CaptionDialog {
     QLineEdit* smsc_ = nullptr;
     QCheckBox* requestStatus_ = nullptr;
     QCheckBox* flash_ = nullptr;
+    QCheckBox* unicode_ = nullptr;
+    QCheckBox* longSms_ = nullptr;
 };

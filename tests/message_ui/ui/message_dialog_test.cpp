@@ -22,6 +22,7 @@
 #include "message_ui/ui/edit_menu.h"
 #include "message_ui/ui/message_text_edit.h"
 #include "message_ui/ui/recent_combo_box.h"
+#include "settings/settings_key.h"
 #include "settings/ui/connection_dialog.h"
 #include "settings/ui/preferences_dialog.h"
 #include "store/recent_store.h"
@@ -392,6 +393,115 @@ class MessageDialogTest : public QObject {
             QCOMPARE(d.TextEdit()->TextLimit(), limit);
             QCOMPARE(d.Counter()->text(), QStringLiteral("160/160"));
         });
+    }
+
+    // --- the counter with Unicode or long messages ------------------------------------------
+
+    static void SetCodecSettings(bool unicode, bool longSms) {
+        RegistryKey key;
+        QVERIFY(OpenSettings(key));
+        QCOMPARE(WriteSettingFlag(key, kValueUnicode, unicode), 0u);
+        QCOMPARE(WriteSettingFlag(key, kValueLongSms, longSms), 0u);
+    }
+
+    void withUnicodeASevenBitTextCountsSeptetsAndExtensionCharactersTwice() {
+        SetCodecSettings(true, false);
+        SmsMessage m;
+        m.number = u"+1";
+        m.text = u"Price: 5€ [net]";  // 15 characters, three of them from the extension table
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QCOMPARE(d.Counter()->text(), QStringLiteral("18/160"));
+            // 80 euro signs fill one message; the 81st is cut as soon as it is typed.
+            d.TextEdit()->SetWindowText(U16(QString(80, QChar(0x20AC))).c_str());
+            QCOMPARE(d.Counter()->text(), QStringLiteral("160/160"));
+            d.TextEdit()->moveCursor(QTextCursor::End);
+            QTest::sendKeyEvent(QTest::Click, d.TextEdit(), Qt::Key_unknown, QStringLiteral("€"),
+                                Qt::NoModifier);
+            QCOMPARE(d.TextEdit()->toPlainText(), QString(80, QChar(0x20AC)));
+            QCOMPARE(d.Counter()->text(), QStringLiteral("160/160"));
+        });
+    }
+
+    void withUnicodeAnyOtherCharacterCountsInUcs2Against70() {
+        SetCodecSettings(true, false);
+        SmsMessage m;
+        m.number = u"+1";
+        m.text = u"Привет 😀";  // 7 characters and a surrogate pair: 9 UCS2 units
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QCOMPARE(d.Counter()->text(), QStringLiteral("9/70"));
+            QApplication::clipboard()->setText(QString(100, QChar(0x0416)));
+            d.TextEdit()->setFocus();
+            d.TextEdit()->moveCursor(QTextCursor::End);
+            d.SendCommand(kIdEditPaste);
+            // Without long messages the text is cut at one message of 70 units.
+            QCOMPARE(d.Counter()->text(), QStringLiteral("70/70"));
+            QCOMPARE(d.TextEdit()->toPlainText(),
+                     QStringLiteral("Привет 😀") + QString(61, QChar(0x0416)));
+        });
+    }
+
+    void withLongMessagesThreePartsShowTheirLimitAndNumber() {
+        SetCodecSettings(false, true);
+        SmsMessage m;
+        m.number = u"+1";
+        m.text = U16(Repeat('a', 200));
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QCOMPARE(d.Counter()->text(), QStringLiteral("200/306 (2 SMS)"));
+            d.TextEdit()->SetWindowText(U16(Repeat('a', 400)).c_str());
+            QCOMPARE(d.Counter()->text(), QStringLiteral("400/459 (3 SMS)"));
+            d.TextEdit()->SetWindowText(U16(Repeat('a', 160)).c_str());
+            QCOMPARE(d.Counter()->text(), QStringLiteral("160/160"));
+        });
+    }
+
+    void withBothThreeUcs2PartsAndTenPartsAtMost() {
+        SetCodecSettings(true, true);
+        SmsMessage m;
+        m.number = u"+1";
+        m.text = U16(QString(150, QChar(0x4F60)));  // 150 Chinese characters
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QCOMPARE(d.Counter()->text(), QStringLiteral("150/201 (3 SMS)"));
+            QApplication::clipboard()->setText(QString(1000, QChar(0x4F60)));
+            d.TextEdit()->setFocus();
+            d.TextEdit()->moveCursor(QTextCursor::End);
+            d.SendCommand(kIdEditPaste);
+            QCOMPARE(d.TextEdit()->toPlainText(), QString(670, QChar(0x4F60)));
+            QCOMPARE(d.Counter()->text(), QStringLiteral("670/670 (10 SMS)"));
+            // A second pass changes nothing.
+            QSignalSpy changes(d.TextEdit(), &QPlainTextEdit::textChanged);
+            d.UpdateCounter();
+            QCOMPARE(changes.count(), 0);
+        });
+    }
+
+    void withBothOffTheCounterIsTheOriginalOne() {
+        SetCodecSettings(false, false);
+        SmsMessage m;
+        m.number = u"+1";
+        m.text = U16(QStringLiteral("Привет €") + Repeat('a', 200));
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QCOMPARE(d.Counter()->text(), QStringLiteral("160/160"));
+            QCOMPARE(d.TextEdit()->toPlainText().size(), 160);
+        });
+    }
+
+    void thePreferencesChangeTheCountingAtOnce() {
+        SmsMessage m;
+        m.number = u"+1";
+        m.text = u"Привет";
+        TestDialog d(m);
+        RunAndAct(d, [&] {
+            QCOMPARE(d.Counter()->text(), QStringLiteral("6/160"));
+            SetCodecSettings(true, false);
+            d.SendCommand(MessageDialog::kCmdPreferences);  // the settings are read again
+            QCOMPARE(d.Counter()->text(), QStringLiteral("6/70"));
+        });
+        QCOMPARE(d.preferencesRuns, 1);
     }
 
     void cutKeepsTheCursorAndTheFirstLine() {

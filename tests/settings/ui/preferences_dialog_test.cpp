@@ -266,13 +266,61 @@ class PreferencesDialogTest : public QObject {
         const std::vector<SettingWrite> expected = {
             {kValueDelMsg, true, u"", 1},     {kValueSmsc, false, u"0049171", 0},
             {kValueSmscCustom, true, u"", 0}, {kValueStatusReq, true, u"", 0},
-            {kValueFlash, true, u"", 1},
+            {kValueFlash, true, u"", 1},      {kValueUnicode, true, u"", 0},
+            {kValueLongSms, true, u"", 0},
         };
         QCOMPARE(writes.size(), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
             QVERIFY2(writes[i] == expected[i],
                      qPrintable(QString::fromStdU16String(expected[i].name)));
         }
+    }
+
+    void unicodeAndLongMessagesAreTwoBoxesUnderMessageOptions() {
+        {
+            PreferencesDialog dialog;
+            const int result = RunDialog(
+                dialog,
+                [&] {
+                    QCOMPARE(Box(dialog, PreferencesDialog::kIdUnicode)->text(),
+                             QString("Unicode messages"));
+                    QCOMPARE(Box(dialog, PreferencesDialog::kIdLongSms)->text(),
+                             QString("Long messages"));
+                    QVERIFY(!Box(dialog, PreferencesDialog::kIdUnicode)->isChecked());
+                    QVERIFY(!Box(dialog, PreferencesDialog::kIdLongSms)->isChecked());
+                    // Below the Flash box, one under the other.
+                    const QPoint flash = Box(dialog, PreferencesDialog::kIdFlash)->pos();
+                    const QPoint unicode = Box(dialog, PreferencesDialog::kIdUnicode)->pos();
+                    const QPoint longSms = Box(dialog, PreferencesDialog::kIdLongSms)->pos();
+                    QVERIFY(flash.y() < unicode.y() && unicode.y() < longSms.y());
+                    Click(Box(dialog, PreferencesDialog::kIdUnicode));
+                },
+                IDOK);
+            QCOMPARE(result, IDOK);
+        }
+        QCOMPARE(StoredNumber(kValueUnicode), std::optional<std::uint32_t>(1));
+        QCOMPARE(StoredNumber(kValueLongSms), std::optional<std::uint32_t>(0));
+        StoreNumber(kValueLongSms, 2);  // any non-zero value is set, and rewritten as 1
+        {
+            PreferencesDialog dialog;
+            RunDialog(
+                dialog,
+                [&] {
+                    QVERIFY(Box(dialog, PreferencesDialog::kIdUnicode)->isChecked());
+                    QVERIFY(Box(dialog, PreferencesDialog::kIdLongSms)->isChecked());
+                    Click(Box(dialog, PreferencesDialog::kIdUnicode));
+                },
+                IDOK);
+        }
+        QCOMPARE(StoredNumber(kValueUnicode), std::optional<std::uint32_t>(0));
+        QCOMPARE(StoredNumber(kValueLongSms), std::optional<std::uint32_t>(1));
+        {
+            // Cancel leaves both as they are.
+            PreferencesDialog dialog;
+            RunDialog(
+                dialog, [&] { Click(Box(dialog, PreferencesDialog::kIdLongSms)); }, IDCANCEL);
+        }
+        QCOMPARE(StoredNumber(kValueLongSms), std::optional<std::uint32_t>(1));
     }
 
     void cancelWritesNothing() {

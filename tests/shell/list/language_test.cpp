@@ -90,10 +90,12 @@ class LanguageTest : public QObject {
             QCOMPARE(bar->EntryButton(MessageListView::kCmdSmsMenu)->text(), QStringLiteral("SMS"));
             QCOMPARE(bar->EntryButton(MessageListView::kCmdOptionsMenu)->text(),
                      QStringLiteral("Optionen"));
-            QCOMPARE(ActionTexts(bar->PopupOf(MessageListView::kCmdSmsMenu)),
-                     QStringList({"Löschen", "Antworten", "Weiterleiten", "Erneut senden"}));
+            QCOMPARE(
+                ActionTexts(bar->PopupOf(MessageListView::kCmdSmsMenu)),
+                QStringList({"Löschen", "Antworten", "Weiterleiten", "Erneut senden", "Suchen"}));
             QCOMPARE(ActionTexts(bar->PopupOf(MessageListView::kCmdOptionsMenu)),
-                     QStringList({"Beenden", "Über", "Verbindung", "Einstellungen"}));
+                     QStringList({"Beenden", "Über", "Verbindung", "Einstellungen",
+                                  "Exportieren...", "Importieren..."}));
         });
     }
 
