@@ -145,12 +145,16 @@ expected=(
   /usr/share/man/man1/velkan-phone-sim.1.gz
   /usr/share/man/man1/velkan-tessiver.1.gz
   /usr/share/doc/velkan-tessiver/help/index.html
+  /usr/lib/systemd/user/velkan-watch.service
 )
 for file in "${expected[@]}"; do
   [ -s "$file" ] || fail "$file is not installed (or empty)"
   dpkg -S "$file" 2>/dev/null | grep -q "^$package: " || fail "$file does not belong to $package"
 done
 step "all ${#expected[@]} files and the three programs are installed"
+# The watch service is there for the user to turn on; installing it turns on nothing.
+[ ! -e /etc/systemd/user/default.target.wants/velkan-watch.service ] ||
+  fail "the package enabled velkan-watch.service; it is off until the user enables it"
 
 desktop-file-validate "$desktop" || fail "$desktop is not a valid desktop entry"
 grep -qx 'MimeType=x-scheme-handler/sms;x-scheme-handler/smsto;' "$desktop" ||

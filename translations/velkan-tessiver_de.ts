@@ -1420,6 +1420,54 @@ velkan smsto build --number N [--name NAME]</source>
 velkan smsto build --number N [--name NAME]</translation>
     </message>
     <message>
+        <source>velkan watch [--interval SECONDS] [--exec COMMAND] [--once]</source>
+        <translation>velkan watch [--interval SEKUNDEN] [--exec BEFEHL] [--once]</translation>
+    </message>
+    <message>
+        <source>--exec: COMMAND ends with a backslash</source>
+        <translation>--exec: BEFEHL endet mit einem Backslash</translation>
+    </message>
+    <message>
+        <source>--exec: a single quote in COMMAND is not closed</source>
+        <translation>--exec: ein einfaches Anführungszeichen in BEFEHL ist nicht geschlossen</translation>
+    </message>
+    <message>
+        <source>--exec: a double quote in COMMAND is not closed</source>
+        <translation>--exec: ein doppeltes Anführungszeichen in BEFEHL ist nicht geschlossen</translation>
+    </message>
+    <message>
+        <source>--exec: COMMAND is empty</source>
+        <translation>--exec: BEFEHL ist leer</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2</source>
+        <translation>--exec für Nachricht %1: %2</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2 cannot be started: %3</source>
+        <translation>--exec für Nachricht %1: %2 kann nicht gestartet werden: %3</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2 exited with status %3</source>
+        <translation>--exec für Nachricht %1: %2 endete mit Status %3</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2 was killed by signal %3</source>
+        <translation>--exec für Nachricht %1: %2 wurde durch Signal %3 beendet</translation>
+    </message>
+    <message>
+        <source>new message %1 could not be read: %2</source>
+        <translation>neue Nachricht %1 konnte nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>--interval: &apos;%1&apos; is not a number of seconds from 1 to 86400</source>
+        <translation>--interval: „%1“ ist keine Zahl von Sekunden von 1 bis 86400</translation>
+    </message>
+    <message>
+        <source>another transfer is running; this check is skipped</source>
+        <translation>eine andere Übertragung läuft; diese Abfrage wird übersprungen</translation>
+    </message>
+    <message>
         <source>--reference needs a number from 0 to 255</source>
         <translation>--reference braucht eine Zahl von 0 bis 255</translation>
     </message>

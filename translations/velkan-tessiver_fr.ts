@@ -1420,6 +1420,54 @@ velkan smsto build --number N [--name NAME]</source>
 velkan smsto build --number N [--name NOM]</translation>
     </message>
     <message>
+        <source>velkan watch [--interval SECONDS] [--exec COMMAND] [--once]</source>
+        <translation>velkan watch [--interval SECONDES] [--exec COMMANDE] [--once]</translation>
+    </message>
+    <message>
+        <source>--exec: COMMAND ends with a backslash</source>
+        <translation>--exec&#xa0;: COMMANDE se termine par une barre oblique inverse</translation>
+    </message>
+    <message>
+        <source>--exec: a single quote in COMMAND is not closed</source>
+        <translation>--exec&#xa0;: une apostrophe dans COMMANDE n&apos;est pas fermée</translation>
+    </message>
+    <message>
+        <source>--exec: a double quote in COMMAND is not closed</source>
+        <translation>--exec&#xa0;: un guillemet dans COMMANDE n&apos;est pas fermé</translation>
+    </message>
+    <message>
+        <source>--exec: COMMAND is empty</source>
+        <translation>--exec&#xa0;: COMMANDE est vide</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2</source>
+        <translation>--exec pour le message %1&#xa0;: %2</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2 cannot be started: %3</source>
+        <translation>--exec pour le message %1&#xa0;: %2 ne peut pas être lancé&#xa0;: %3</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2 exited with status %3</source>
+        <translation>--exec pour le message %1&#xa0;: %2 s&apos;est terminé avec le code %3</translation>
+    </message>
+    <message>
+        <source>--exec for message %1: %2 was killed by signal %3</source>
+        <translation>--exec pour le message %1&#xa0;: %2 a été tué par le signal %3</translation>
+    </message>
+    <message>
+        <source>new message %1 could not be read: %2</source>
+        <translation>le nouveau message %1 n&apos;a pas pu être lu&#xa0;: %2</translation>
+    </message>
+    <message>
+        <source>--interval: &apos;%1&apos; is not a number of seconds from 1 to 86400</source>
+        <translation>--interval&#xa0;: «&#xa0;%1&#xa0;» n&apos;est pas un nombre de secondes de 1 à 86400</translation>
+    </message>
+    <message>
+        <source>another transfer is running; this check is skipped</source>
+        <translation>un autre transfert est en cours&#xa0;; cette vérification est sautée</translation>
+    </message>
+    <message>
         <source>--reference needs a number from 0 to 255</source>
         <translation>--reference attend un nombre de 0 à 255</translation>
     </message>

@@ -23,6 +23,7 @@ int RunExportVerb(int argc, char** argv);
 int RunImportVerb(int argc, char** argv);
 int RunBackupVerb(int argc, char** argv);
 int RunRestoreVerb(int argc, char** argv);
+int RunWatchVerb(int argc, char** argv);
 
 // The synopses are translated when shown (their placeholders, such as NUMBER, are words of the
 // user's language; the verbs and options are not).
@@ -34,6 +35,9 @@ const Verb kVerbs[] = {
                        " [--smsc NUMBER] [--unicode] [--long] [--reference R]"),
      &RunPduVerb},
     {"send-get", QT_TRANSLATE_NOOP("velkan", "velkan send-get"), &RunSendGetVerb},
+    {"watch",
+     QT_TRANSLATE_NOOP("velkan", "velkan watch [--interval SECONDS] [--exec COMMAND] [--once]"),
+     &RunWatchVerb},
     {"send",
      QT_TRANSLATE_NOOP("velkan",
                        "velkan send --to NUMBER --text TEXT [--name NAME] [--flash | --no-flash]"),

@@ -10,6 +10,8 @@
 // 4, 10, 12, 14, 15, 16, 20 the message store cannot be used, 21 another transfer is using
 // it; 1 when the run ended without a code of its own).
 //
+// `velkan watch` (watch_verb.cpp) follows its rounds the same way (transfer_follow.h).
+//
 // `resend` is the person's word for an Outbox message marked as possibly sent (it was handed to
 // the phone, and its acceptance was never recorded): it goes as a send of that one message, and
 // on success the same record moves to Sent with its marks cleared; otherwise it stays as it
@@ -28,6 +30,7 @@
 
 #include "cli/message_options.h"
 #include "cli/store_access.h"
+#include "cli/transfer_follow.h"
 #include "cli/verbs.h"
 #include "common/text_convert.h"
 #include "common/tick_clock.h"
@@ -71,36 +74,48 @@ std::uint32_t SteppingClock(void* context) {
     return g_virtualNow.fetch_add(step);
 }
 
-void UseClockFromEnvironment() {
-    const char* value = std::getenv("VELKAN_CLOCK_STEP_MS");
-    if (value == nullptr || *value == 0) return;
-    char* end = nullptr;
-    const unsigned long step = std::strtoul(value, &end, 10);
-    if (*end != 0 || step == 0 || step > 60000) return;
-    SetTickSource(&SteppingClock, reinterpret_cast<void*>(static_cast<std::uintptr_t>(step)));
-}
-
 void Line(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());
     std::fflush(stderr);
 }
 
+}  // namespace
+
+bool UseClockFromEnvironment() {
+    const char* value = std::getenv("VELKAN_CLOCK_STEP_MS");
+    if (value == nullptr || *value == 0) return false;
+    char* end = nullptr;
+    const unsigned long step = std::strtoul(value, &end, 10);
+    if (*end != 0 || step == 0 || step > 60000) return false;
+    SetTickSource(&SteppingClock, reinterpret_cast<void*>(static_cast<std::uintptr_t>(step)));
+    return true;
+}
+
 // Follows one run to its end, as the progress dialog does; returns the exit status.
-int Follow(TransferSession& session) {
+int FollowTransfer(TransferSession& session, const FollowOptions& options) {
     UseClockFromEnvironment();
     struct sigaction sa {};
     sa.sa_handler = &OnInterrupt;
     sigemptyset(&sa.sa_mask);
     struct sigaction oldInt {
     }, oldTerm{};
-    sigaction(SIGINT, &sa, &oldInt);
-    sigaction(SIGTERM, &sa, &oldTerm);
+    if (options.stop == nullptr) {
+        sigaction(SIGINT, &sa, &oldInt);
+        sigaction(SIGTERM, &sa, &oldTerm);
+    }
     g_interrupted = 0;
+    const volatile std::sig_atomic_t* stop =
+        options.stop != nullptr ? options.stop : &g_interrupted;
+    // Quiet: the progress lines are left out.
+    const auto progress = [&](const std::string& text) {
+        if (!options.quiet) Line(text);
+    };
 
     // The settings are read as the transfer starts; a transfer without them does nothing.
     NotificationQueue queue;
     TransferSettings settings;
     const bool settingsRead = ReadTransferSettings(&settings);
+    settings.skipIfBusy = options.skipIfBusy;
     if (!session.Start(&queue, kNotifyThreadEnded, settingsRead ? &settings : nullptr)) {
         queue.Post(kNotifyThreadEnded, 0, 0);
     }
@@ -110,7 +125,7 @@ int Follow(TransferSession& session) {
     for (;;) {
         // Ctrl-C reaches the worker through its cancel event, which it checks at least every
         // 100 ms while it waits for the phone.
-        if (g_interrupted && !cancelSent) {
+        if (*stop && !cancelSent) {
             session.Cancel();
             cancelSent = true;
         }
@@ -119,27 +134,27 @@ int Follow(TransferSession& session) {
         if (n->message == kNotifyThreadEnded) break;
         switch (n->message) {
             case kNotifyStatus:
-                Line(Str(static_cast<std::uint32_t>(n->wParam)));
+                progress(Str(static_cast<std::uint32_t>(n->wParam)));
                 break;
             case kNotifySendCount:
                 toSend = static_cast<int>(n->wParam);
                 break;
             case kNotifySending:
                 ++sent;
-                Line(Formatted(3102, sent, toSend) + ": " + Utf16ToUtf8(session.Text()));
+                progress(Formatted(3102, sent, toSend) + ": " + Utf16ToUtf8(session.Text()));
                 break;
             case kNotifyReceived:
                 ++received;
-                Line(Formatted(3003, received) + ": " + Utf16ToUtf8(session.Text()));
+                progress(Formatted(3003, received) + ": " + Utf16ToUtf8(session.Text()));
                 break;
             case kNotifySuccess:
                 success = true;
-                Line(Str(3109));
+                progress(Str(3109));
                 if (!session.IsSendOnly()) {
                     // The messages handed to the phone: fewer than counted when some were held
                     // back, which the warnings below name.
-                    if (sent != 0) Line(Formatted(3113, sent));
-                    Line(received != 0 ? Formatted(3112, received) : Str(3111));
+                    if (sent != 0) progress(Formatted(3113, sent));
+                    progress(received != 0 ? Formatted(3112, received) : Str(3111));
                 }
                 break;
             default:
@@ -147,8 +162,10 @@ int Follow(TransferSession& session) {
         }
     }
     session.Wait();
-    sigaction(SIGINT, &oldInt, nullptr);
-    sigaction(SIGTERM, &oldTerm, nullptr);
+    if (options.stop == nullptr) {
+        sigaction(SIGINT, &oldInt, nullptr);
+        sigaction(SIGTERM, &oldTerm, nullptr);
+    }
 
     // What the run left undone is said whatever its result: a success may still have left
     // messages unsent, unstored or unread.
@@ -157,6 +174,12 @@ int Follow(TransferSession& session) {
     }
     const TransferError result = session.Result();
     if (success && result == kErrNone) return 0;
+    // The caller says in its own words that it let another transfer go first, or that it
+    // stopped the run itself.
+    if (options.skipIfBusy && result == kErrBusy) return static_cast<int>(result);
+    if (options.stop != nullptr && *options.stop && result == kErrCancelled) {
+        return static_cast<int>(result);
+    }
     const std::uint32_t id = ResultMessageId(result);
     if (id == kStringOperationFailed) {
         Line(Formatted(id, static_cast<int>(result)));
@@ -175,6 +198,8 @@ int Follow(TransferSession& session) {
     return result == kErrNone ? 1 : static_cast<int>(result);
 }
 
+namespace {
+
 // A custom centre the encoder refuses would end the transfer with 4: false, after saying why.
 bool CentreUsable(std::string* reason) {
     TransferSettings settings;
@@ -192,7 +217,7 @@ bool CentreUsable(std::string* reason) {
 int RunSendGetVerb(int argc, char**) {
     if (argc > 1) return UsageError("send-get", Translate("velkan", "send-get takes no arguments"));
     TransferSession session;
-    return Follow(session);
+    return FollowTransfer(session);
 }
 
 int RunSendVerb(int argc, char** argv) {
@@ -242,7 +267,7 @@ int RunSendVerb(int argc, char** argv) {
 
     TransferSession session;
     session.SetSingleMessage(&message);
-    const int status = Follow(session);
+    const int status = FollowTransfer(session);
     if (status != 0) return status;
 
     // Sent: keep it in Sent and remember the recipient, as the compose dialog's Send does.
@@ -315,7 +340,7 @@ int RunResendVerb(int argc, char** argv) {
     message.flags &= ~kFlagMayHaveBeenSent;
     TransferSession session;
     session.SetSingleMessage(&message);
-    const int status = Follow(session);
+    const int status = FollowTransfer(session);
     if (status != 0) {
         Say(Translate("velkan", "message %1 stays in the Outbox, marked as possibly sent").arg(id));
         return status;

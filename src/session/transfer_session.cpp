@@ -194,6 +194,11 @@ bool TransferSession::TakeTransferLock(TransferLock& lock) {
             case TransferLock::Outcome::kBusy:
                 break;
         }
+        // An automatic check does not queue behind another transfer: it tries again later.
+        if (settings_ && settings_->skipIfBusy) {
+            result_ = kErrBusy;
+            return false;
+        }
         if (IsCancelled()) {
             result_ = kErrCancelled;
             return false;

@@ -76,7 +76,8 @@ class TransferSession : public WorkerThread {
     // Sends the Outbox messages that were there when sending started; false when the run
     // ends there.
     bool SendOutbox(MessageDatabase& store, PhoneSession* phone, bool localMode);
-    // Takes the store's transfer lock, waiting up to kLockWaitMs; false (result set) when not.
+    // Takes the store's transfer lock, waiting up to kLockWaitMs (not at all when the settings
+    // say skipIfBusy); false (result set) when not.
     bool TakeTransferLock(TransferLock& lock);
 
     // The parts of a long Outbox message not yet accepted by the phone, sent in order.

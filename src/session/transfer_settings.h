@@ -14,6 +14,8 @@ struct TransferSettings {
     bool statusReport = false;
     bool unicode = false;  // `Unicode`: UCS2, the GSM extension table, 8-bit as ISO-8859-1
     bool longSms = false;  // `LongSms`: join concatenated parts on receipt, send in parts
+    // Another transfer holds the store's lock: end at once with kErrBusy instead of waiting
+    // for it (automatic checks, which simply try again at their next round).
     bool skipIfBusy = false;
     // Off for an automatic check that leaves the Outbox alone: only new messages are fetched.
     bool sendOutbox = true;

@@ -158,11 +158,12 @@ inline std::string ReadAll(const std::string& path) {
 }
 
 // A program left running, for Ctrl-C and kill -9: stdin and stdout on /dev/null, stderr to
-// `errFile`. It dies with the test, and is killed when the object goes.
+// `errFile` (and stdout to `outFile` when one is given). It dies with the test, and is killed
+// when the object goes.
 class RunningProcess {
   public:
     RunningProcess(const std::string& program, const std::vector<std::string>& args,
-                   const std::string& errFile)
+                   const std::string& errFile, const std::string& outFile = std::string())
         : errFile_(errFile) {
         pid_ = fork();
         if (pid_ == 0) {
@@ -173,6 +174,10 @@ class RunningProcess {
             if (null >= 0) {
                 dup2(null, STDIN_FILENO);
                 dup2(null, STDOUT_FILENO);
+            }
+            if (!outFile.empty()) {
+                const int out = open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+                if (out >= 0) dup2(out, STDOUT_FILENO);
             }
             std::vector<char*> argv{const_cast<char*>(program.c_str())};
             for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));

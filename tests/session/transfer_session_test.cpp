@@ -265,6 +265,38 @@ TEST_F(TransferSessionTest, ADuplicateIsNotStoredAgainButItsPhoneCopyIsStillDele
     EXPECT_EQ(sim.StoredIn("ME"), 0);
 }
 
+// The run names the records it stored, in the order stored: the new messages, and not the
+// one that was already there.
+TEST_F(TransferSessionTest, TheRunNamesTheRecordsItStored) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--sms", "SM:+4930111111:First", "--sms", "ME:+4930222222:Second", "--sms",
+                         "ME:+4930333333:Third"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    TransferSession session;
+    RunLog run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    const std::vector<Oid> ids = session.StoredIds();
+    ASSERT_EQ(ids.size(), 3u);
+    EXPECT_EQ(run.Count(kNotifyReceived), 3);
+    MessageDatabase db;
+    ASSERT_TRUE(OpenMessageStore(db));
+    std::vector<std::u16string> texts;
+    for (Oid id : ids) {
+        SmsMessage m;
+        m.oid = id;
+        ASSERT_TRUE(ReadById(db, m));
+        EXPECT_EQ(m.folder, kFolderInbox);
+        texts.push_back(m.text);
+    }
+    EXPECT_EQ(texts, (std::vector<std::u16string>{u"First", u"Second", u"Third"}));
+    // The same messages again are no new ones: the next run names nothing, and forgets what
+    // the last run stored.
+    run = RunTransfer(session);
+    EXPECT_EQ(run.result, kErrNone);
+    EXPECT_TRUE(session.StoredIds().empty());
+}
+
 TEST_F(TransferSessionTest, APhoneWithoutPhoneMemorySucceedsAfterReadingTheSim) {
     PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--no-me", "--sms", "SM:+4930111111:Only SIM"});
     ASSERT_TRUE(sim.Ok());
@@ -751,6 +783,42 @@ TEST_F(TransferSessionTest, OneTransferPerStoreAtATime) {
     RunLog run = RunFull();
     EXPECT_EQ(run.result, kErrNone);
     EXPECT_EQ(Folder(kFolderSent).size(), 1u);
+}
+
+// An automatic check does not wait for another transfer: on a clock that stands still it ends
+// at once with kErrBusy, having done nothing and left nothing undone.
+TEST_F(TransferSessionTest, ACheckThatSkipsIfBusyEndsAtOnceWhenAnotherTransferRuns) {
+    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--sms", "SM:+4930111111:Waits"});
+    ASSERT_TRUE(sim.Ok());
+    UseSim(sim);
+    TransferLock other;
+    std::string error;
+    ASSERT_EQ(other.TryTake(&error), TransferLock::Outcome::kTaken) << error;
+    TransferSettings settings;
+    ASSERT_TRUE(ReadTransferSettings(&settings));
+    settings.skipIfBusy = true;
+    TransferSession session;
+    NotificationQueue queue;
+    {
+        FakeClock clock(1000, 0);  // the five-second wait would never pass
+        ASSERT_TRUE(session.Start(&queue, kNotifyThreadEnded, &settings));
+        auto n = queue.Take(30s);
+        ASSERT_TRUE(n);
+        EXPECT_EQ(n->message, kNotifyThreadEnded);  // nothing before it, not even "Connecting"
+        session.Wait();
+    }
+    EXPECT_EQ(session.Result(), kErrBusy);
+    EXPECT_TRUE(session.Shortfalls().empty());
+    EXPECT_TRUE(sim.Log().empty());
+    // Once the other transfer has ended, the same settings run.
+    other.Release();
+    TransferSession next;
+    ASSERT_TRUE(next.Start(&queue, kNotifyThreadEnded, &settings));
+    for (auto n = queue.Take(30s); n && n->message != kNotifyThreadEnded; n = queue.Take(30s)) {
+    }
+    next.Wait();
+    EXPECT_EQ(next.Result(), kErrNone);
+    EXPECT_EQ(Folder(kFolderInbox).size(), 1u);
 }
 
 TEST_F(TransferSessionTest, ATransferWaitsForAnotherThatEndsSoon) {
