@@ -547,6 +547,24 @@ bool MessageDatabase::Write(SmsMessage& message, bool keepNoTime) {
 
 bool MessageDatabase::WriteRow(const SmsMessage& message, Oid* oid, bool* changed) {
     const bool create = message.oid == 0;
+    if (!create) {
+        // A long message whose text is changed after some of its parts went out starts again:
+        // the parts the phone took belong to the old text, so the new one goes whole, with a
+        // reference of its own. A rewrite with the same text (a flag, a move) keeps its progress.
+        sqlite3_stmt* reset = Statement(
+            "DELETE FROM long_sends WHERE message = ?1 AND"
+            " (SELECT text FROM messages WHERE id = ?1) IS NOT ?2");
+        if (reset == nullptr) return false;
+        StmtScope scope(reset);
+        sqlite3_bind_int64(reset, 1, message.oid);
+        BindStoreText(reset, 2, message.text);
+        const int rc = sqlite3_step(reset);
+        if (rc != SQLITE_DONE) {
+            Fail(rc);
+            return false;
+        }
+        *changed = sqlite3_changes(Connection()) != 0;
+    }
     {
         sqlite3_stmt* stmt =
             Statement(create ? "INSERT INTO messages(folder, name, text, time, number, flags)"

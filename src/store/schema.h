@@ -50,8 +50,9 @@
 //   matches a stored one in those and in time and text is the same part (the duplicate check),
 //   and received_parts_key answers both that question and which message a new part joins.
 // - The parts of a message and its long_sends row go in the same transaction as the message;
-//   a long_sends row goes when its message leaves the Outbox. parts_sent only grows, and is
-//   written in its own transaction as soon as the phone has accepted a part.
+//   a long_sends row goes when its message leaves the Outbox, and when the store's own write
+//   changes its message's text (the parts sent belong to the old text). parts_sent only grows,
+//   and is written in its own transaction as soon as the phone has accepted a part.
 // - store_counters' value only grows; a reference is its value modulo 256 when taken.
 //
 // Version 1 held the same data in an emulation of a handheld's object store (a catalogue

@@ -24,6 +24,7 @@
 
 #include "phone_sim_process.h"
 #include "run_process.h"
+#include "wait_for_file.h"
 
 namespace fs = std::filesystem;
 
@@ -120,24 +121,6 @@ ListedPdu DeliverUcs2(unsigned reference, unsigned total, unsigned sequence,
         hex.push_back(digits[o & 15]);
     }
     return {hex, static_cast<unsigned>(tpdu.size())};
-}
-
-// Blocks until `path` exists (or a minute has passed), woken by changes of its folder.
-bool WaitForFile(const std::string& path) {
-    const int watch = inotify_init1(IN_CLOEXEC);
-    const std::string dir = path.substr(0, path.rfind('/'));
-    if (watch >= 0) inotify_add_watch(watch, dir.c_str(), IN_CREATE | IN_MOVED_TO);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    bool found = false;
-    while (!(found = access(path.c_str(), F_OK) == 0) && std::chrono::steady_clock::now() < end) {
-        pollfd p{watch, POLLIN, 0};
-        if (poll(&p, 1, 1000) > 0) {
-            char events[4096];
-            [[maybe_unused]] ssize_t n = read(watch, events, sizeof events);
-        }
-    }
-    if (watch >= 0) close(watch);
-    return found;
 }
 
 std::string Listed(const std::string& memory, const ListedPdu& pdu) {

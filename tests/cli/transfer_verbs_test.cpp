@@ -23,6 +23,7 @@
 #include "run_process.h"
 #include "store/message_store.h"
 #include "unanswered_tcp.h"
+#include "wait_for_file.h"
 
 namespace fs = std::filesystem;
 
@@ -575,29 +576,32 @@ TEST_F(CliTransferTest, CtrlCEndsTheRunWithFiveInEveryPhase) {
 // unless the kill came after it was handed to the phone, every phone message is in the Inbox
 // once, and the phone is emptied.
 TEST_F(CliTransferTest, KillNineInTheMiddleThenACleanRunLosesNothingAndStoresNothingTwice) {
-    // The command at which to kill, and which occurrence of it: the second send (one message
-    // has gone, one has not), the first listing, the first deletion, the phone memory's turn.
-    const std::pair<const char*, int> killPoints[] = {
-        {"AT+CMGS=19", 2}, {"AT+CMGL=4", 1}, {"AT+CMGD=2", 1}, {"AT+CPMS=\"ME\"", 1}};
+    // Where to kill: while the phone holds its answer to the second message's PDU (one message
+    // has gone, one was handed over), to the first listing, to the first deletion, to the phone
+    // memory's turn. The phone holds until the kill is done, so it lands there however loaded the
+    // machine is; then it lets go and serves the clean run.
+    const char* killPoints[] = {"PDU#2", "AT+CMGL=4", "AT+CMGD=2", "AT+CPMS=\"ME\""};
     int round = 0;
-    for (const auto& [point, occurrence] : killPoints) {
+    for (const char* point : killPoints) {
         SCOPED_TRACE(point);
         ++round;
         const std::string tag = std::to_string(round);
-        // Paced like a serial line, so that the kill lands while the transfer is under way.
+        const std::string gate = home_ + "/gate" + tag;
         PhoneSimProcess sim(
             PhoneSimProcess::kTcp,
-            {"--no-deliver-sent", "--baud", "19200", "--sms", "SM:+4930111111:SIM one " + tag,
-             "--sms", "SM:+4930111112:SIM two " + tag, "--sms", "ME:+4930222222:Phone " + tag});
+            {"--no-deliver-sent", "--hold-on", point, "--hold-gate", gate, "--sms",
+             "SM:+4930111111:SIM one " + tag, "--sms", "SM:+4930111112:SIM two " + tag, "--sms",
+             "ME:+4930222222:Phone " + tag});
         ASSERT_TRUE(sim.Ok());
         UseTcp(sim, /*delMsg=*/true);
         Compose("+4930123456", "Out A " + tag);
         Compose("+4930123456", "Out B " + tag);
         {
             RunningProcess run(VELKAN_BIN, {"send-get"}, home_ + "/kill.err");
-            ASSERT_TRUE(sim.WaitForLog(point, occurrence));
+            ASSERT_TRUE(WaitForFile(gate + ".held"));
             run.Signal(SIGKILL);
             EXPECT_EQ(run.Wait(), 128 + SIGKILL);
+            std::ofstream open(gate);
         }
         const ProcessResult clean = Velkan({"send-get"});
         EXPECT_EQ(clean.exitStatus, 0) << clean.err;
@@ -605,7 +609,7 @@ TEST_F(CliTransferTest, KillNineInTheMiddleThenACleanRunLosesNothingAndStoresNot
         // Killed once the second message was handed to the phone: whether the phone sent it is
         // not known, so it waits in the Outbox with its mark and the clean run names it instead
         // of sending it a second time. Killed anywhere else, both end in Sent.
-        const bool secondWasHandedOver = std::string(point).rfind("AT+CMGS", 0) == 0;
+        const bool secondWasHandedOver = std::string(point) == "PDU#2";
         EXPECT_EQ(CountWithText("sent", "Out A " + tag), 1);
         EXPECT_EQ(CountWithText("outbox", "Out A " + tag), 0);
         EXPECT_EQ(CountWithText("sent", "Out B " + tag), secondWasHandedOver ? 0 : 1);

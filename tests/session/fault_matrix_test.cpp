@@ -60,6 +60,7 @@
 #include "settings/transfer_settings_reader.h"
 #include "store/message_store.h"
 #include "store/object_store.h"
+#include "wait_for_file.h"
 
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
@@ -959,24 +960,6 @@ class PermissionCheckInForce {
     __user_cap_data_struct saved_[2]{};
     bool changed_ = false;
 };
-
-// Blocks until `path` exists (or a minute has passed), woken by changes of its folder.
-bool WaitForFile(const std::string& path) {
-    const int watch = inotify_init1(IN_CLOEXEC);
-    const std::string dir = path.substr(0, path.rfind('/'));
-    if (watch >= 0) inotify_add_watch(watch, dir.c_str(), IN_CREATE | IN_MOVED_TO);
-    const auto end = std::chrono::steady_clock::now() + 60s;
-    bool found = false;
-    while (!(found = access(path.c_str(), F_OK) == 0) && std::chrono::steady_clock::now() < end) {
-        pollfd p{watch, POLLIN, 0};
-        if (poll(&p, 1, 1000) > 0) {
-            char events[4096];
-            [[maybe_unused]] ssize_t n = read(watch, events, sizeof events);
-        }
-    }
-    if (watch >= 0) close(watch);
-    return found;
-}
 
 class StoreFaultAtCommand : public FaultMatrixBase,
                             public ::testing::WithParamInterface<std::tuple<int, StoreFault>> {

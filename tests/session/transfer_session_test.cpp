@@ -26,6 +26,7 @@
 #include "store/message_store.h"
 #include "store/object_store.h"
 #include "store/transfer_lock.h"
+#include "wait_for_file.h"
 
 using namespace std::chrono_literals;
 
@@ -722,17 +723,21 @@ TEST_F(TransferSessionTest, AStoreLockedByAnotherProgramEndsTheRunBeforeAnything
 }
 
 TEST_F(TransferSessionTest, MessagesThatCannotBeStoredAreCountedAndLeftOnThePhone) {
-    // A slow line: the test locks the store once the listing has begun.
-    PhoneSimProcess sim(PhoneSimProcess::kTcp, {"--baud", "4800", "--sms", "ME:+4930222222:One",
-                                                "--sms", "ME:+4930222223:Two"});
+    // The phone holds its first listing until the test has locked the store, so every message
+    // listed meets the lock however loaded the machine is.
+    const std::string gate = (root_ / "gate").string();
+    PhoneSimProcess sim(PhoneSimProcess::kTcp,
+                        {"--hold-on", "AT+CMGL", "--hold-gate", gate, "--sms", "ME:+4930222222:One",
+                         "--sms", "ME:+4930222223:Two"});
     ASSERT_TRUE(sim.Ok());
     UseSim(sim, /*delMsg=*/true);
     std::unique_ptr<ForeignWriteLock> lock;
     TransferSession session;
     RunLog run = RunTransfer(session, [&] {
-        ASSERT_TRUE(sim.WaitForLog("AT+CPMS=\"ME\""));
+        ASSERT_TRUE(WaitForFile(gate + ".held"));
         lock = std::make_unique<ForeignWriteLock>();
         ASSERT_TRUE(lock->Held());
+        std::ofstream open(gate);
     });
     lock.reset();
     EXPECT_EQ(run.result, kErrNone);

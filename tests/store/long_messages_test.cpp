@@ -209,6 +209,34 @@ TEST_F(LongMessagesTest, ALongSendKeepsItsReferenceAndProgressAndEachGetsItsOwn)
     EXPECT_EQ(next, 2u);
 }
 
+// A partly sent long message that the person edits is sent whole again, with a new
+// reference: the parts that went out belong to the old text. A rewrite that keeps the text (a
+// flag, a move) keeps the progress.
+TEST_F(LongMessagesTest, AChangedTextStartsItsSendingAgain) {
+    SmsMessage a;
+    a.folder = kFolderOutbox;
+    a.text = u"the first text, long enough for parts";
+    ASSERT_TRUE(WriteMessage(db_, a));
+    LongSend first;
+    ASSERT_TRUE(StartLongSend(db_, a.oid, &first));
+    ASSERT_TRUE(NotePartsSent(db_, a.oid, 2));
+
+    a.flags |= kFlagMayHaveBeenSent;
+    ASSERT_TRUE(WriteMessage(db_, a));
+    LongSend kept;
+    ASSERT_TRUE(StartLongSend(db_, a.oid, &kept));
+    EXPECT_EQ(kept.reference, first.reference);
+    EXPECT_EQ(kept.partsSent, 2u);
+
+    a.text = u"a shorter text";
+    ASSERT_TRUE(WriteMessage(db_, a));
+    EXPECT_EQ(Count("SELECT count(*) FROM long_sends"), "0");
+    LongSend again;
+    ASSERT_TRUE(StartLongSend(db_, a.oid, &again));
+    EXPECT_EQ(again.partsSent, 0u);
+    EXPECT_NE(again.reference, first.reference);
+}
+
 TEST_F(LongMessagesTest, TheReferenceComesRoundAfter256) {
     sqlite3* raw = nullptr;
     ASSERT_EQ(sqlite3_open(dir_.File().c_str(), &raw), SQLITE_OK);
