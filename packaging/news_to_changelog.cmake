@@ -3,9 +3,12 @@
 # section, its items as the entry's lines, newest first as NEWS.md has them.
 #
 #   cmake -DNEWS=NEWS.md -DOUT=changelog -DPACKAGE=name -DMAINTAINER="Name <mail>" -P this
-# Semicolons would split CMake's lists: they travel as a marker and come back at the end.
+# Semicolons would split CMake's lists, and square brackets would keep them from splitting:
+# they travel as markers and come back at the end.
 file(READ "${NEWS}" news)
 string(REPLACE ";" "<semicolon>" news "${news}")
+string(REPLACE "[" "<lbracket>" news "${news}")
+string(REPLACE "]" "<rbracket>" news "${news}")
 string(REPLACE "\n" ";" lines "${news}")
 set(out "")
 set(version "")
@@ -66,4 +69,6 @@ if(out STREQUAL "")
   message(FATAL_ERROR "NEWS.md holds no release (## VERSION (DATE))")
 endif()
 string(REPLACE "<semicolon>" ";" out "${out}")
+string(REPLACE "<lbracket>" "[" out "${out}")
+string(REPLACE "<rbracket>" "]" out "${out}")
 file(WRITE "${OUT}" "${out}")
