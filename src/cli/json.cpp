@@ -1,38 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/json.h"
 
-#include <cstdio>
-
+#include "common/json_escape.h"
 #include "common/text_convert.h"
 
 std::string JsonString(std::string_view utf8) {
     std::string out = "\"";
     for (char ch : utf8) {
         const auto c = static_cast<unsigned char>(ch);
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (c < 0x20 || c == 0x7F) {
-                    char buf[8];
-                    std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                    out += buf;
-                } else {
-                    out.push_back(ch);
-                }
+        // The bytes of a multi-byte character pass as they are.
+        if (c < 0x80) {
+            AppendJsonCharacter(&out, c);
+        } else {
+            out.push_back(ch);
         }
     }
     out += '"';

@@ -98,3 +98,7 @@ std::u16string Utf8ToUtf16(std::string_view text) {
     }
     return out;
 }
+
+void AppendUtf8(std::string* out, std::uint32_t codePoint) {
+    PutUtf8(*out, codePoint);
+}

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "common/json_escape.h"
 #include "common/text_convert.h"
 #include "store/exchange_time.h"
 #include "store/message_exchange.h"
@@ -23,24 +24,6 @@ bool IsHigh(char16_t c) {
 }
 bool IsLow(char16_t c) {
     return c >= 0xDC00 && c <= 0xDFFF;
-}
-
-void AppendUtf8(std::string* out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out->push_back(static_cast<char>(cp));
-    } else if (cp < 0x800) {
-        out->push_back(static_cast<char>(0xC0 | (cp >> 6)));
-        out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else if (cp < 0x10000) {
-        out->push_back(static_cast<char>(0xE0 | (cp >> 12)));
-        out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    } else {
-        out->push_back(static_cast<char>(0xF0 | (cp >> 18)));
-        out->push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-        out->push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-        out->push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-    }
 }
 
 // Walks the UTF-16 text: `plain(cp)` for every character, `lone(unit)` for every unpaired
@@ -103,33 +86,7 @@ std::string JsonText(std::u16string_view text) {
     std::string out = "\"";
     char escape[8];
     ForEachCharacter(
-        text,
-        [&](std::uint32_t cp) {
-            switch (cp) {
-                case '"':
-                    out += "\\\"";
-                    break;
-                case '\\':
-                    out += "\\\\";
-                    break;
-                case '\n':
-                    out += "\\n";
-                    break;
-                case '\r':
-                    out += "\\r";
-                    break;
-                case '\t':
-                    out += "\\t";
-                    break;
-                default:
-                    if (cp < 0x20 || cp == 0x7F) {
-                        std::snprintf(escape, sizeof escape, "\\u%04x", cp);
-                        out += escape;
-                    } else {
-                        AppendUtf8(&out, cp);
-                    }
-            }
-        },
+        text, [&](std::uint32_t cp) { AppendJsonCharacter(&out, cp); },
         [&](char16_t unit) {
             std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(unit));
             out += escape;
