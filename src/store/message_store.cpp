@@ -73,10 +73,10 @@ std::string FolderSource(FolderId folder) {
 
 }  // namespace
 
-bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
+bool MessageDatabase::CountIn(FolderId folder, const std::string& condition, std::uint32_t* count) {
     std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
     if (!IsOpen() || count == nullptr) return false;
-    sqlite3_stmt* stmt = Statement("SELECT count(*)" + FolderSource(folder));
+    sqlite3_stmt* stmt = Statement("SELECT count(*)" + FolderSource(folder) + condition);
     if (stmt == nullptr) return false;
     StmtScope scope(stmt);
     if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
@@ -89,21 +89,12 @@ bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
     return true;
 }
 
+bool MessageDatabase::CountFolder(FolderId folder, std::uint32_t* count) {
+    return CountIn(folder, std::string(), count);
+}
+
 bool MessageDatabase::CountUnread(FolderId folder, std::uint32_t* count) {
-    std::lock_guard<std::recursive_mutex> lock(MessageStoreLock());
-    if (!IsOpen() || count == nullptr) return false;
-    sqlite3_stmt* stmt = Statement("SELECT count(*)" + FolderSource(folder) + " AND (flags & " +
-                                   std::to_string(kFlagUnread) + ") != 0");
-    if (stmt == nullptr) return false;
-    StmtScope scope(stmt);
-    if (folder != kFolderLog) sqlite3_bind_int64(stmt, 1, folder);
-    const int rc = sqlite3_step(stmt);
-    if (rc != SQLITE_ROW) {
-        Fail(rc);
-        return false;
-    }
-    *count = static_cast<std::uint32_t>(sqlite3_column_int64(stmt, 0));
-    return true;
+    return CountIn(folder, " AND (flags & " + std::to_string(kFlagUnread) + ") != 0", count);
 }
 
 namespace {

@@ -72,6 +72,9 @@ class MessageDatabase : public CeDatabase {
     friend bool SeekNextInFolder(MessageDatabase& db);
     friend bool DeleteStoredMessage(SmsMessage& message);
 
+    // The number of messages of `folder` that also meet `condition` (SQL, empty: all).
+    bool CountIn(FolderId folder, const std::string& condition, std::uint32_t* count);
+
     // A place in the walking order of every message: by time, messages without a time last,
     // then by id.
     struct WalkKey {
